@@ -16,7 +16,7 @@ namespace
 /// preroll is the usual case and never returns by itself.
 constexpr auto pause_grace = 200ms;
 /// The same once downstream is out of service, when every push comes back at once unless something is broken.
-constexpr auto teardown_grace = 2000ms;
+constexpr auto teardown_grace = 1000ms;
 
 struct pushed_event
 {

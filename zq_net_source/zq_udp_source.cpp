@@ -248,6 +248,8 @@ void zq_udp_source::work_thread(std::future<void>&& stop)
     while (stop.wait_for(stop_wait) != std::future_status::ready) {
         stop_wait = 1000ns;
         const int received = read(buffer.get(), max_datagram);
+        if (stopping())
+            return;
         if (received == 0)
             continue;
         if (received < 0) {
@@ -263,8 +265,6 @@ void zq_udp_source::work_thread(std::future<void>&& stop)
             interval_start = now;
             interval_bytes = 0;
         }
-        if (stopping())
-            return;
         deliver(static_cast<unsigned long>((now - thread_start) / 1ns), buffer.get(),
                 static_cast<unsigned long>(received));
         interval_bytes += static_cast<std::uint64_t>(received);
