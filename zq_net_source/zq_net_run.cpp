@@ -13,22 +13,25 @@ zq_net_run::zq_net_run(std::shared_ptr<zq_net_pad> pad, std::shared_ptr<zq_net_s
       receiver_{[this](unsigned long timestamp, unsigned char* data, unsigned long size) {
                     push_data(timestamp, data, size);
                 },
-                *statistics_}
+                *statistics_, [this] { prepare(); }}
 {}
 
-void zq_net_run::start(std::shared_ptr<zq_net_run> predecessor)
+void zq_net_run::start(std::shared_ptr<zq_net_run> predecessor, std::chrono::milliseconds grace)
 {
     predecessor_ = std::move(predecessor);
-    if (!predecessor_)
-        prepare();
     start_time_ = steady_clock::now();
-    receiver_.open(settings_.address, settings_.port, settings_.interface);
+    if (receiver_.open(settings_.address, settings_.port, settings_.interface))
+        prepared_.get_future().wait_for(grace);
 }
 
 void zq_net_run::prepare()
 {
+    if (predecessor_ && !wait_for_predecessor())
+        return;
+    // On this thread, because the allocation query waits in a downstream queue until that has run empty.
     neogation();
     make_provider();
+    prepared_.set_value();
 }
 
 bool zq_net_run::neogation() { return !zq_net_pad::isConnect(pad_->pad.get()) || net_neogation(); }
@@ -79,8 +82,6 @@ bool zq_net_run::push_data(std::uint64_t timestamp, unsigned char* data, std::ui
     statistics_->set_system_time(steady_clock::now() - start_time_);
     if (!zq_net_pad::isConnect(pad_->pad.get()))
         return false;
-    if (predecessor_ && !wait_for_predecessor())
-        return false;
     if (segment_pending_)
         send_segment(timestamp);
     statistics_->add_data(size);
@@ -95,9 +96,7 @@ bool zq_net_run::wait_for_predecessor()
         if (receiver_.stopping())
             return false;
     predecessor_.reset();
-    prepare();
-    // A stop that came before the pool was there has not flushed it.
-    return !receiver_.stopping();
+    return true;
 }
 
 void zq_net_run::send_segment(std::uint64_t start)

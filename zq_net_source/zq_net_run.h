@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -31,9 +32,10 @@ public:
     zq_net_run(std::shared_ptr<zq_net_pad> pad, std::shared_ptr<zq_net_statistics> statistics,
                zq_net_settings settings);
 
-    /// Negotiates, makes the provider and opens the receiver. With a `predecessor` whose thread still sits in a push
-    /// the first two wait, on the receive thread, until that push has come back: they too need downstream.
-    void start(std::shared_ptr<zq_net_run> predecessor);
+    /// Opens the receiver, whose thread negotiates and makes the provider before it reads the first datagram. Waits
+    /// up to `grace` for that: downstream may hold it for as long as this very state change is not over.
+    /// `predecessor`, if given, is a run set aside; this one negotiates when the push that holds it has come back.
+    void start(std::shared_ptr<zq_net_run> predecessor, std::chrono::milliseconds grace);
 
     /// Stops the thread and releases provider and pool, in this order. False when the thread was still in a push
     /// `grace` later, or is the caller's; call it again then, or abandon().
@@ -58,10 +60,11 @@ private:
     std::shared_ptr<zq_net_statistics> statistics_;
     zq_net_settings settings_;
     std::shared_ptr<zq_net_run> predecessor_;
+    std::promise<void> prepared_;
     bool segment_pending_ = true;
     std::chrono::steady_clock::time_point start_time_{};
     // Destroyed from the last to the first: the thread ends before what it uses.
-    std::mutex pool_mutex_; // for the pointer, which a receive thread that negotiates late sets while stop() reads it
+    std::mutex pool_mutex_; // for the pointer, which the receive thread sets while stop() may read it
     std::shared_ptr<GstBufferPool> pool_;
     std::shared_ptr<zq_data_provider> provider_;
     zq_udp_source receiver_;

@@ -12,9 +12,9 @@ using namespace std::chrono_literals;
 
 namespace
 {
-/// How long a push may hold up a pause. Sinks go to PAUSED before sources, so a push into a sink that waits for
-/// preroll is the usual case and never returns by itself.
-constexpr auto pause_grace = 200ms;
+/// How long downstream may hold up a pause or a start. Sinks go to PAUSED before sources, so a push into a sink that
+/// waits for preroll is the usual case and never returns by itself.
+constexpr auto downstream_grace = 200ms;
 /// The same once downstream is out of service, when every push comes back at once unless something is broken.
 constexpr auto teardown_grace = 1000ms;
 
@@ -179,13 +179,13 @@ bool zq_net_source::start()
 {
     try {
         stop();
-        collect(pause_grace);
+        collect(downstream_grace);
         statistics_->reset();
         {
             const object_lock lock{element_};
             run_ = std::make_shared<zq_net_run>(pad_, statistics_, settings_);
         }
-        run_->start(std::move(aside_));
+        run_->start(std::move(aside_), downstream_grace);
     } catch (const std::exception& error) {
         statistics_->set_last_error(error.what());
     }
@@ -197,7 +197,7 @@ void zq_net_source::stop()
     if (!run_)
         return;
     const auto run = std::move(run_);
-    aside_ = run->stop(pause_grace) ? run->take_predecessor() : run;
+    aside_ = run->stop(downstream_grace) ? run->take_predecessor() : run;
 }
 
 void zq_net_source::close()

@@ -70,8 +70,8 @@ bool bind_to(int socket, in_addr_t address, std::uint16_t port)
 }
 } // namespace
 
-zq_udp_source::zq_udp_source(callback on_datagram, zq_net_statistics& statistics)
-    : callback_{std::move(on_datagram)}, statistics_{statistics}
+zq_udp_source::zq_udp_source(callback on_datagram, zq_net_statistics& statistics, std::function<void()> before_first)
+    : callback_{std::move(on_datagram)}, statistics_{statistics}, before_first_{std::move(before_first)}
 {}
 
 zq_udp_source::~zq_udp_source() { close(); }
@@ -137,6 +137,20 @@ bool zq_udp_source::bind_unicast(std::uint16_t port, const std::string& interfac
     return true;
 }
 
+template <class Call>
+void zq_udp_source::call_out(const Call& call)
+{
+    in_callback_.store(true, std::memory_order_release);
+    try {
+        call();
+    } catch (const std::exception& error) {
+        statistics_.set_last_error(error.what());
+    } catch (...) {
+        statistics_.set_last_error("unknown exception");
+    }
+    in_callback_.store(false, std::memory_order_release);
+}
+
 void zq_udp_source::start_thread()
 {
     stop_promise_ = std::make_shared<std::promise<void>>();
@@ -145,6 +159,8 @@ void zq_udp_source::start_thread()
     try {
         thread_ = std::thread([this] {
             try {
+                if (before_first_)
+                    call_out(before_first_);
                 work_thread(stop_promise_->get_future());
             } catch (const std::exception& error) {
                 statistics_.set_last_error(error.what());
@@ -265,22 +281,11 @@ void zq_udp_source::work_thread(std::future<void>&& stop)
             interval_start = now;
             interval_bytes = 0;
         }
-        deliver(static_cast<unsigned long>((now - thread_start) / 1ns), buffer.get(),
-                static_cast<unsigned long>(received));
+        call_out([&] {
+            callback_(static_cast<unsigned long>((now - thread_start) / 1ns), buffer.get(),
+                      static_cast<unsigned long>(received));
+        });
         interval_bytes += static_cast<std::uint64_t>(received);
         stop_wait = 0ns;
     }
-}
-
-void zq_udp_source::deliver(unsigned long timestamp, unsigned char* data, unsigned long size)
-{
-    in_callback_.store(true, std::memory_order_release);
-    try {
-        callback_(timestamp, data, size);
-    } catch (const std::exception& error) {
-        statistics_.set_last_error(error.what());
-    } catch (...) {
-        statistics_.set_last_error("unknown exception");
-    }
-    in_callback_.store(false, std::memory_order_release);
 }

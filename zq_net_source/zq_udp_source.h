@@ -26,8 +26,9 @@ public:
     /// Longest datagram delivered whole, in bytes; the socket layer cuts longer ones.
     static constexpr std::size_t max_datagram = 64000;
 
-    /// `statistics` must outlive the receiver.
-    zq_udp_source(callback on_datagram, zq_net_statistics& statistics);
+    /// `before_first`, if given, runs once on the receive thread before the first datagram is read; datagrams wait in
+    /// the socket meanwhile. `statistics` must outlive the receiver.
+    zq_udp_source(callback on_datagram, zq_net_statistics& statistics, std::function<void()> before_first = {});
     virtual ~zq_udp_source();
     zq_udp_source(const zq_udp_source&) = delete;
     zq_udp_source& operator=(const zq_udp_source&) = delete;
@@ -73,7 +74,8 @@ private:
     void start_thread();
     bool wait_ended(std::chrono::milliseconds callback_grace);
     void close_socket();
-    void deliver(unsigned long timestamp, unsigned char* data, unsigned long size);
+    template <class Call>
+    void call_out(const Call& call);
 
     // Read by the receive thread outside callbacks only; close_for() closes it while that thread is inside one.
     std::atomic<int> socket_{-1};
@@ -81,6 +83,7 @@ private:
     std::shared_ptr<std::promise<void>> stop_promise_;
     callback callback_;
     zq_net_statistics& statistics_;
+    std::function<void()> before_first_;
 
     std::atomic<bool> stopping_{false};
     std::atomic<bool> in_callback_{false};

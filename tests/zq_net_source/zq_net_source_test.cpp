@@ -99,7 +99,7 @@ TEST(Element, StartsTheSegmentAtTheTimeOfTheFirstDatagram)
     const auto segments = stand.recorder.segments();
     ASSERT_EQ(segments.size(), 1U);
     EXPECT_EQ(segments[0].format, GST_FORMAT_TIME);
-    EXPECT_GE(segments[0].start, 50000000U);
+    EXPECT_GT(segments[0].start, 0U);
     EXPECT_EQ(segments[0].start, stand.recorder.buffers().at(0).pts);
     EXPECT_EQ(segments[0].stop, GST_CLOCK_TIME_NONE);
     EXPECT_EQ(segments[0].duration, GST_CLOCK_TIME_NONE);
