@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "zqsdk/ZQAlignMemory.h"
 #include "zqsdk/ZQBSReader.h"
 #include "zqsdk/ZQBSWriter.h"
 #include "zqsdk/ZQMask.h"
@@ -101,6 +102,15 @@ public:
     bool bytes(std::size_t count, std::vector<unsigned char>& storage)
     {
         return take(count, [&](const unsigned char* data) { storage.assign(data, data + count); });
+    }
+
+    /// `count` bytes into a buffer that becomes this long, on an 8-byte boundary; none leave it as it was.
+    bool bytes(std::size_t count, ZQSDK::ZQAlignMemory<unsigned char>& storage)
+    {
+        return count == 0 || take(count, [&](const unsigned char* data) {
+                   storage.alloc(count, 8);
+                   std::copy_n(data, count, storage.data());
+               });
     }
 
     /// A length field of `width` bits and that many bytes.
@@ -231,6 +241,11 @@ public:
     bool bytes(std::size_t /*count*/, const std::vector<unsigned char>& storage)
     {
         return put(storage.data(), storage.size());
+    }
+
+    bool bytes(std::size_t count, const ZQSDK::ZQAlignMemory<unsigned char>& storage)
+    {
+        return put(storage.data(), std::min(count, storage.size()));
     }
 
     template <class Length, class Storage>
