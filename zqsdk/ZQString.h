@@ -26,8 +26,8 @@ inline std::string toString(std::string_view format, std::chrono::nanoseconds du
 {
     const std::int64_t count = duration.count();
     // Negated as unsigned, so that the most negative duration has an absolute value too.
-    const std::uint64_t total = count < 0 ? std::uint64_t{0} - static_cast<std::uint64_t>(count)
-                                          : static_cast<std::uint64_t>(count);
+    const std::uint64_t total =
+        count < 0 ? std::uint64_t{0} - static_cast<std::uint64_t>(count) : static_cast<std::uint64_t>(count);
     constexpr std::uint64_t second = 1000000000, minute = 60 * second, hour = 60 * minute;
     const auto hours = static_cast<std::uint32_t>(total / hour);
     const auto minutes = static_cast<std::uint32_t>(total % hour / minute);
