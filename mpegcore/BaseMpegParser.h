@@ -120,7 +120,7 @@ private:
     static const table_row table_rows[];
 
     unsigned long process_packets(unsigned char* data, unsigned long size, unsigned long end);
-    void process_packet(unsigned char* data);
+    void prefetch(const unsigned char* data);
     void append_to_carry(const unsigned char* data, std::size_t size);
     void carry_over(const unsigned char* data, std::size_t size);
 
@@ -128,7 +128,7 @@ private:
     void parse_section(unsigned short PID);
     template <auto Wrapper, auto Callback>
     void parse_table(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
-    bool parse_PMT(unsigned short PID);
+    void parse_PMT(unsigned short PID, CBaseMpegProgram& program);
     void route_packet(transport_packet& packet, CDataAccumulator* unit);
     void report_program(const program_route& route, transport_packet& packet, CDataAccumulator* unit);
 

@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <utility>
 
 namespace mpegcore
 {
@@ -33,7 +35,7 @@ private:
 /// PSI sections) being collected from one payload_unit_start_indicator to the next.
 ///
 /// Memory: two buffers of 4095 bytes from the first packet on; a buffer that fills up is doubled. A unit that would
-/// pass `max_unit_size`, or for which the budget has nothing left, is discarded, and both buffers shrink to their
+/// pass `max_unit_size`, or for which the budget has nothing left, is discarded, and its buffer shrinks to its
 /// first size; collecting begins afresh with the next unit start.
 class CBasePID
 {
@@ -50,7 +52,14 @@ public:
     virtual void clear();
     /// Counts the payload (184 bytes also for a packet without payload), notes the continuity counter, collects.
     /// The unit that this packet completed, possibly empty, or null; it holds until the PID's next packet.
-    virtual CDataAccumulator* putPacket(const transport_packet& packet);
+    virtual CDataAccumulator* putPacket(const transport_packet& packet)
+    {
+        bytes += packet.payload_size;
+        if (packet.PID == null_packet_PID)
+            return nullptr;
+        counter(packet);
+        return accumulation(packet);
+    }
     /// Bits per second since the last PCR, stored and returned. Without a PCR before, the value means nothing; a
     /// repeated PCR gives INT64_MIN and one that goes back gives 0.
     virtual std::int64_t putPCR(const transport_packet& packet);
@@ -58,7 +67,25 @@ public:
     /// Stores the continuity_counter; by design nothing is compared with it.
     void counter(const transport_packet& packet) { continuity_counter = packet.continuity_counter; }
     /// The collecting of putPacket.
-    CDataAccumulator* accumulation(const transport_packet& packet);
+    CDataAccumulator* accumulation(const transport_packet& packet)
+    {
+        if (completed == nullptr)
+            create_buffers();
+        if ((packet.adaptation_field_control & 1U) == 0)
+            return nullptr;
+        CDataAccumulator* result = nullptr;
+        if (packet.payload_unit_start_indicator != 0) {
+            std::swap(collecting, completed);
+            collecting->size = 0;
+            started = 1;
+            result = completed;
+        } else if (started == 0) {
+            return nullptr;
+        }
+        if (make_room(packet.payload_size))
+            append(packet);
+        return result;
+    }
     /// Growth of this PID's buffers is taken from `shared_budget`, which must outlive the PID; null: only
     /// max_unit_size limits. To be set before the first packet.
     void set_budget(payload_unit_budget* shared_budget) { budget = shared_budget; }
@@ -71,10 +98,36 @@ public:
     CDataAccumulator* completed = nullptr;  ///< owned; the unit before it
     std::uint8_t started = 0;               ///< 1 once a unit start was seen
 
+    /// Hints that the unit will be appended to soon: first prefetch_buffer, a while later prefetch_end.
+    void prefetch_buffer() const { __builtin_prefetch(collecting); }
+    void prefetch_end() const
+    {
+        if (collecting == nullptr)
+            return;
+        const unsigned char* const end = collecting->data + collecting->size;
+        for (unsigned long at = 0; at < ts_payload_size; at += 64)
+            __builtin_prefetch(end + at, 1);
+    }
+
 private:
+    void create_buffers();
+    /// False when there is no room, the unit being discarded.
+    [[nodiscard]] bool make_room(std::size_t size)
+    {
+        return size <= collecting->capacity - collecting->size || grow(collecting->size + size) || discard_unit();
+    }
+    void append(const transport_packet& packet)
+    {
+        unsigned char* const end = collecting->data + collecting->size;
+        // With its size known at compile time, the usual copy takes no call.
+        if (packet.payload_size == ts_payload_size)
+            std::memcpy(end, packet.payload, ts_payload_size);
+        else
+            std::memcpy(end, packet.payload, packet.payload_size);
+        collecting->size += packet.payload_size;
+    }
     [[nodiscard]] bool grow(std::size_t needed);
-    void discard_unit();
-    void shrink(CDataAccumulator*& unit);
+    bool discard_unit();
 
     payload_unit_budget* budget = nullptr;
 };
