@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "mpegcore/Syntax.h"
+#include "zqsdk/ZQAlignMemory.h"
+#include "zqsdk/ZQBSReader.h"
+#include "zqsdk/ZQBSWriter.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace mpegcore
+{
+/// Base of every descriptor, and itself the generic descriptor: it keeps the body of a tag that no dictionary knows as
+/// raw bytes. Lengths and counts are stored members; nothing ever recomputes them.
+class base_descriptor
+{
+public:
+    base_descriptor() = default;
+    base_descriptor(const base_descriptor& other) { *this = other; }
+    /// The copy has a payload of its own, descriptor_length bytes long on an 8-byte boundary. A source without payload
+    /// leaves the target's buffer alone.
+    base_descriptor& operator=(const base_descriptor& other);
+    virtual ~base_descriptor() = default;
+
+    /// A new default object of the same dynamic class.
+    virtual std::shared_ptr<base_descriptor> create() const;
+    /// Makes `target`, an object of the same dynamic class such as create() returns, equal to this one. A null pointer,
+    /// this object itself and an object of another class are left alone.
+    virtual void copyTo(base_descriptor* target) const;
+    /// Tag, stored length and body. Here always true: what has no room is dropped. Typed classes return false when a
+    /// field did not fit.
+    virtual bool write(ZQSDK::ZQBSWriterT<unsigned char*>& writer) const;
+    /// Here tag and length only; the list reads the body of a generic descriptor. False when the data end before
+    /// descriptor_length bytes of body, or, in a typed class, before its last field.
+    virtual bool read(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
+
+    std::uint8_t descriptor_tag = 0;
+    /// Bytes of the body as read, or as set by whoever builds the descriptor.
+    std::uint8_t descriptor_length = 0;
+    /// The body of a generic descriptor; empty in typed classes.
+    ZQSDK::ZQAlignMemory<unsigned char> payload;
+
+protected:
+    explicit base_descriptor(std::uint8_t tag) : descriptor_tag(tag) {}
+};
+
+/// What every typed class shares: the virtual operations, made from `Self::syntax` and the copy operations of Self.
+template <class Self, std::uint8_t Tag>
+class typed_descriptor : public base_descriptor
+{
+public:
+    static constexpr std::uint8_t tag = Tag;
+
+    typed_descriptor() : base_descriptor(Tag) {}
+
+    std::shared_ptr<base_descriptor> create() const override { return std::make_shared<Self>(); }
+
+    void copyTo(base_descriptor* target) const override
+    {
+        auto* const same = dynamic_cast<Self*>(target);
+        if (same != nullptr && same != this)
+            *same = static_cast<const Self&>(*this);
+    }
+
+    bool write(ZQSDK::ZQBSWriterT<unsigned char*>& writer) const override
+    {
+        SyntaxWriter io(writer);
+        if (!io.bits(8, descriptor_tag) || !io.bits(8, descriptor_length))
+            return false;
+        io.open_body(descriptor_length);
+        return Self::syntax(static_cast<const Self&>(*this), io);
+    }
+
+    bool read(ZQSDK::ZQBSReaderT<unsigned char*>& reader) override
+    {
+        if (!base_descriptor::read(reader))
+            return false;
+        SyntaxReader io(reader);
+        io.open_body(descriptor_length);
+        return Self::syntax(static_cast<Self&>(*this), io);
+    }
+};
+
+inline bool base_descriptor::read(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
+{
+    return reader.getBits<8>(descriptor_tag) && reader.getBits<8>(descriptor_length) &&
+           descriptor_length <= reader.availableBytes();
+}
+} // namespace mpegcore

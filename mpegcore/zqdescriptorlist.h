@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "mpegcore/base_descriptor.h"
+#include "mpegcore/descriptors/CA_descriptor.h"
+#include "mpegcore/descriptors/ISO_639_language_descriptor.h"
+#include "mpegcore/descriptors/STD_descriptor.h"
+#include "mpegcore/descriptors/T2_delivery_system_descriptor.h"
+#include "mpegcore/descriptors/VBI_data_descriptor.h"
+#include "mpegcore/descriptors/ac3_descriptor.h"
+#include "mpegcore/descriptors/audio_stream_descriptor.h"
+#include "mpegcore/descriptors/avail_descriptor.h"
+#include "mpegcore/descriptors/bouquet_name_descriptor.h"
+#include "mpegcore/descriptors/cue_identifier_descriptor.h"
+#include "mpegcore/descriptors/extended_event_descriptor.h"
+#include "mpegcore/descriptors/extension_descriptor.h"
+#include "mpegcore/descriptors/local_time_offset_descriptor.h"
+#include "mpegcore/descriptors/logical_channel_descriptor.h"
+#include "mpegcore/descriptors/multiplex_buffer_utilization_descriptor.h"
+#include "mpegcore/descriptors/network_name_descriptor.h"
+#include "mpegcore/descriptors/parental_rating_descriptor.h"
+#include "mpegcore/descriptors/scte35_dtmf_descriptor.h"
+#include "mpegcore/descriptors/scte35_segmentation_descriptor.h"
+#include "mpegcore/descriptors/service_descriptor.h"
+#include "mpegcore/descriptors/service_list_descriptor.h"
+#include "mpegcore/descriptors/short_event_descriptor.h"
+#include "mpegcore/descriptors/smoothing_buffer_descriptor.h"
+#include "mpegcore/descriptors/stream_identifier_descriptor.h"
+#include "mpegcore/descriptors/subtitling_descriptor.h"
+#include "mpegcore/descriptors/teletext_descriptor.h"
+#include "mpegcore/descriptors/video_stream_descriptor.h"
+#include "zqsdk/ZQBSReader.h"
+#include "zqsdk/ZQBSWriter.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace mpegcore
+{
+/// Chooses the dictionary, from tag to class, that a list reads with.
+enum class ZQDescriptorType
+{
+    TS = 0,     ///< ISO/IEC 13818-1 and ETSI EN 300 468
+    SCTE35 = 1, ///< splice descriptors of ANSI/SCTE 35
+};
+
+/// A descriptor loop: typed descriptors in stream order, those with an unknown tag as generic ones. The list shares
+/// ownership of its descriptors with whoever found or appended them.
+class ZQDescriptorList
+{
+public:
+    using container = std::vector<std::shared_ptr<base_descriptor>>;
+
+    explicit ZQDescriptorList(ZQDescriptorType type = ZQDescriptorType::TS) : type_(type) {}
+    virtual ~ZQDescriptorList() = default;
+    ZQDescriptorList(const ZQDescriptorList&) = delete;
+    ZQDescriptorList& operator=(const ZQDescriptorList&) = delete;
+
+    /// Appends the descriptors of a loop that is all that is left in `reader`. False when one of them does not parse;
+    /// those before it stay in the list. Deliberate: 1 or 2 bytes at the end are ignored, be they an empty descriptor.
+    [[nodiscard]] bool read(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
+    /// read() with a dictionary other than the list's own.
+    [[nodiscard]] bool readTS(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
+    [[nodiscard]] bool readSCTE35(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
+
+    /// Reads one descriptor as a T, whatever its tag, and appends it. False, and nothing is appended, when that fails.
+    template <class T>
+    [[nodiscard]] bool add(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
+    {
+        auto descriptor = std::make_shared<T>();
+        if (!descriptor->T::read(reader))
+            return false;
+        append(std::move(descriptor));
+        return true;
+    }
+
+    /// Shares the descriptor; an empty pointer is not appended.
+    void append(std::shared_ptr<base_descriptor> descriptor);
+
+    /// The first descriptor of this tag, or an empty pointer.
+    std::shared_ptr<base_descriptor> find(unsigned char tag) const;
+    /// The first descriptor of this class, or an empty pointer.
+    template <class T>
+    std::shared_ptr<T> find() const
+    {
+        for (const auto& descriptor : descriptors_)
+            if (auto found = std::dynamic_pointer_cast<T>(descriptor))
+                return found;
+        return nullptr;
+    }
+
+    /// Writes the descriptors, without a loop length. What has no room is dropped.
+    void write(ZQSDK::ZQBSWriterT<unsigned char*>& writer) const;
+    /// Bytes of the loop by the stored lengths: the sum of 2 + descriptor_length.
+    std::uint32_t getSize() const;
+    /// Appends copies that share nothing with this list; `target` keeps its type. Onto itself it does nothing.
+    void copyTo(ZQDescriptorList& target) const;
+    void clear() { descriptors_.clear(); }
+
+    ZQDescriptorType type() const { return type_; }
+    std::size_t size() const { return descriptors_.size(); }
+    bool empty() const { return descriptors_.empty(); }
+    container::const_iterator begin() const { return descriptors_.begin(); }
+    container::const_iterator end() const { return descriptors_.end(); }
+
+private:
+    using read_one = bool (ZQDescriptorList::*)(ZQSDK::ZQBSReaderT<unsigned char*>&);
+    class dictionary;
+
+    static const dictionary& ts_dictionary();
+    static const dictionary& scte35_dictionary();
+    bool read_with(const dictionary& tags, ZQSDK::ZQBSReaderT<unsigned char*>& reader);
+    bool add_generic(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
+    bool add_extension(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
+
+    container descriptors_;
+    const ZQDescriptorType type_;
+};
+} // namespace mpegcore

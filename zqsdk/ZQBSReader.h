@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "zqsdk/ZQMask.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace ZQSDK
+{
+template <class Pointer>
+class ZQBSReaderT;
+
+/// Reads bits, most significant first, from a range of bytes that it does not own and that must outlive it.
+/// A read past the end fails and leaves the reader exhausted for good. Copying copies the position.
+template <class Byte>
+class ZQBSReaderT<Byte*>
+{
+public:
+    /// Starts at the first of `size` bytes. (nullptr, 0) is an exhausted reader.
+    ZQBSReaderT(Byte* data, unsigned long size) : next_(data), bytes_left_(size)
+    {
+        const auto past_boundary = reinterpret_cast<std::uintptr_t>(data) % 4;
+        load(past_boundary == 0 ? 8 : 4 - past_boundary);
+    }
+    virtual ~ZQBSReaderT() = default;
+    ZQBSReaderT(const ZQBSReaderT&) = default;
+    ZQBSReaderT& operator=(const ZQBSReaderT&) = default;
+
+    /// The next `n` bits; above 64 counts as 64. 0 when they are not all there.
+    std::uint64_t getBits(unsigned long n)
+    {
+        std::uint64_t value = 0;
+        return take(limited(n), value) ? value : 0;
+    }
+
+    /// Stores the next N bits in `out` and returns true. False when exhausted on entry, `out` being left alone, or
+    /// when the bits ran out: `out` then has those obtained in the high part of an N-bit value.
+    template <unsigned N, class T>
+    bool getBits(T& out)
+    {
+        return getBits(N, out);
+    }
+
+    /// The same with a width that is known at run time only.
+    template <class T>
+    bool getBits(unsigned long n, T& out)
+    {
+        if (bits_left_ == 0)
+            return false;
+        std::uint64_t value = 0;
+        const bool whole = take(limited(n), value);
+        out = static_cast<T>(value);
+        return whole;
+    }
+
+    /// As getBits, consuming nothing.
+    template <unsigned N, class T>
+    bool lookBits(T& out) const
+    {
+        constexpr unsigned n = limited(N);
+        if (n < bits_left_) {
+            out = static_cast<T>(field(bits_left_ - n, n));
+            return true;
+        }
+        ZQBSReaderT ahead(*this);
+        return ahead.getBits(n, out);
+    }
+
+    /// Moves `n` bytes on, a partly read byte counting as the first of them, to a byte boundary. 0 moves nothing.
+    /// False, and nothing moves, when fewer than `n` bytes are available.
+    bool skipBytes(unsigned long n)
+    {
+        if (n > availableBytes())
+            return false;
+        if (n == 0)
+            return true;
+        const std::uint64_t left = availableBytes() - n;
+        next_ = position() + n;
+        bytes_left_ = left;
+        load(8);
+        return true;
+    }
+
+    /// Calls `parse` with a reader over exactly the next `n` bytes, counted as skipBytes does, and then moves behind
+    /// them, wherever `parse` stopped. False, and nothing moves, when fewer than `n` bytes are available or `parse`
+    /// returns false.
+    template <class Parse>
+    bool readLimited(unsigned long n, Parse&& parse)
+    {
+        if (n > availableBytes())
+            return false;
+        ZQBSReaderT part(position(), n);
+        return parse(part) && skipBytes(n);
+    }
+
+    /// Loads the next `n` bytes, 1 to 8 and no more than are left, in place of what the cache holds.
+    void updateCache(unsigned long n)
+    {
+        if (n != 0 && bytes_left_ != 0)
+            load(std::min(n, 8UL));
+    }
+
+    /// Unread bits in the cache, 0 to 64; 0 means exhausted.
+    std::uint64_t bitsLeft() const { return bits_left_; }
+    /// Bytes behind the cache.
+    std::uint64_t bytesLeft() const { return bytes_left_; }
+    /// Unread bytes, a partly read one counting whole.
+    std::uint64_t availableBytes() const { return (bits_left_ + 7) / 8 + bytes_left_; }
+    /// The byte that holds the next unread bit; the end of the range when exhausted.
+    Byte* position() const { return next_ - (bits_left_ + 7) / 8; }
+
+private:
+    static constexpr unsigned limited(unsigned long n) { return n < 64 ? static_cast<unsigned>(n) : 64U; }
+
+    /// The n cached bits above position `at`. at is 64 only with n = 0, where any shift gives the right 0.
+    std::uint64_t field(std::uint64_t at, std::uint64_t n) const { return (cache_ >> (at & 63U)) & mask_impl[n]; }
+
+    bool take(unsigned n, std::uint64_t& value)
+    {
+        if (n < bits_left_) {
+            bits_left_ -= n;
+            value = field(bits_left_, n);
+            return true;
+        }
+        return bits_left_ != 0 && takeAcross(n, value);
+    }
+
+    /// Takes n >= bits_left_ > 0 bits. A refill that is still too short has reached the end of the range.
+    [[gnu::noinline]] bool takeAcross(unsigned n, std::uint64_t& value)
+    {
+        const std::uint64_t before = cache_ & mask_impl[bits_left_];
+        const std::uint64_t needed = n - bits_left_;
+        load(8);
+        value = before;
+        if (needed == 0)
+            return true;
+        if (needed > bits_left_) {
+            value = ((before << bits_left_) | cache_) << (needed - bits_left_);
+            cache_ = bits_left_ = 0;
+            return false;
+        }
+        const std::uint64_t left = bits_left_ - needed;
+        value = (before << needed) | field(left, needed);
+        bits_left_ = left;
+        if (left == 0)
+            load(8);
+        return true;
+    }
+
+    /// Replaces the cache by the next min(n, bytes_left_) bytes, n <= 8; none left empties it.
+    void load(std::uint64_t n)
+    {
+        n = std::min(n, bytes_left_);
+        cache_ = n == 8 ? wholeWord() : fewBytes(n);
+        bits_left_ = 8 * n;
+        bytes_left_ -= n;
+        next_ += n;
+    }
+
+    std::uint64_t wholeWord() const
+    {
+        // Compilers turn this into one load with a byte swap.
+        const auto byte = [this](unsigned at) { return std::uint64_t{static_cast<unsigned char>(next_[at])}; };
+        return byte(0) << 56 | byte(1) << 48 | byte(2) << 40 | byte(3) << 32 | byte(4) << 24 | byte(5) << 16 |
+               byte(6) << 8 | byte(7);
+    }
+
+    std::uint64_t fewBytes(std::uint64_t n) const
+    {
+        std::uint64_t word = 0;
+        for (std::uint64_t at = 0; at < n; ++at)
+            word = word << 8 | static_cast<unsigned char>(next_[at]);
+        return word;
+    }
+
+    std::uint64_t cache_ = 0;     // unread bits on the right
+    std::uint64_t bits_left_ = 0; // unread bits in the cache
+    Byte* next_;                  // first byte not loaded yet
+    std::uint64_t bytes_left_;    // from next_ to the end of the range
+};
+} // namespace ZQSDK
