@@ -1,26 +1,49 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/CRC.h"
 
+#include "mpegcore/CRCKernels.h"
+
+#include <atomic>
+
 namespace mpegcore
 {
 namespace
 {
-constexpr std::uint32_t lookup_entry(std::uint32_t byte)
-{
-    std::uint32_t crc = byte << 24;
-    for (int step = 0; step < 8; ++step)
-        crc = (crc << 1) ^ ((crc & 0x80000000U) != 0 ? 0x04C11DB7U : 0U);
-    return crc;
-}
+constexpr std::array<std::uint8_t, 256> crc8_lookup = detail::crc_lookup_table<std::uint8_t>(0xD5);
 
-constexpr std::array<std::uint32_t, 256> lookup_table()
+std::uint32_t choose_and_run(const unsigned char* data, std::size_t size, std::uint32_t crc);
+
+// Constant-initialised, so that it works from any static constructor; threads that choose at once choose the same.
+std::atomic<detail::crc32_kernel::function> chosen{choose_and_run};
+
+std::uint32_t choose_and_run(const unsigned char* data, std::size_t size, std::uint32_t crc)
 {
-    std::array<std::uint32_t, 256> table{};
-    for (std::uint32_t byte = 0; byte < 256; ++byte)
-        table[byte] = lookup_entry(byte);
-    return table;
+    for (const auto& kernel : detail::crc32_kernels) {
+        if (!kernel.runs_here())
+            continue;
+        chosen.store(kernel.run, std::memory_order_relaxed);
+        return kernel.run(data, size, crc);
+    }
+    return crc32_mpeg2_bytewise(data, size, crc);
 }
 } // namespace
 
-const std::array<std::uint32_t, 256> g_MPEG2_PSI_CRC_32_Lookup = lookup_table();
+std::uint32_t crc32_mpeg2_bytewise(const unsigned char* data, std::size_t size, std::uint32_t crc)
+{
+    for (const unsigned char* const end = data + size; data != end; ++data)
+        crc = (crc << 8) ^ g_MPEG2_PSI_CRC_32_Lookup[(crc >> 24) ^ *data];
+    return crc;
+}
+
+std::uint32_t crc32_mpeg2(const unsigned char* data, std::size_t size, std::uint32_t crc)
+{
+    return chosen.load(std::memory_order_relaxed)(data, size, crc);
+}
+
+std::uint8_t crc8_dvb(const unsigned char* data, std::size_t size, std::uint8_t crc)
+{
+    for (const unsigned char* const end = data + size; data != end; ++data)
+        crc = crc8_lookup[crc ^ *data];
+    return crc;
+}
 } // namespace mpegcore
