@@ -127,19 +127,21 @@ private:
     /// Takes n >= bits_left_ > 0 bits. A refill that is still too short has reached the end of the range.
     [[gnu::noinline]] bool takeAcross(unsigned n, std::uint64_t& value)
     {
-        value = cache_ & mask_impl[bits_left_];
+        const std::uint64_t before = cache_ & mask_impl[bits_left_];
         const std::uint64_t needed = n - bits_left_;
         load(8);
+        value = before;
         if (needed == 0)
             return true;
         if (needed > bits_left_) {
-            value = ((value << bits_left_) | cache_) << (needed - bits_left_);
+            value = ((before << bits_left_) | cache_) << (needed - bits_left_);
             cache_ = bits_left_ = 0;
             return false;
         }
-        bits_left_ -= needed;
-        value = (value << needed) | field(bits_left_, needed);
-        if (bits_left_ == 0)
+        const std::uint64_t left = bits_left_ - needed;
+        value = (before << needed) | field(left, needed);
+        bits_left_ = left;
+        if (left == 0)
             load(8);
         return true;
     }
