@@ -74,7 +74,7 @@ int multiplex(std::vector<plp_source>& sources, const t2mi::command_line& line, 
             break;
         encapsulator.advance(source.time);
         if (!encapsulator.push(source.plp_id, source.file.packet()) || std::ferror(output) != 0)
-            break;
+            return exit_failed; // main tells what is wrong with the output
         if (encapsulator.lead() > longest_lead)
             return fail(rate_fault(line.options.bitrate));
         if (!source.fetch())
