@@ -19,9 +19,9 @@ constexpr std::size_t section_header_size = 3;
 constexpr std::size_t pointer_field_size = 1;
 constexpr std::size_t shortest_section_unit = 3;
 
+/// All but the adaptation field.
 void fill(transport_packet& packet, unsigned char* data)
 {
-    packet = transport_packet{};
     packet.sync_byte = data[0];
     packet.transport_error_indicator = data[1] >> 7;
     packet.payload_unit_start_indicator = (data[1] >> 6) & 1U;
@@ -172,9 +172,11 @@ unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned lon
         return 0;
     end = std::min(end, size - longest_partial_packet);
     unsigned long position = 0;
+    // One record for all: to zero it anew for every packet costs more than all else that is done here.
+    transport_packet packet{};
     while (position < end) {
         if (data[position] == ts_sync_byte) {
-            process_packet(data + position);
+            process_packet(packet, data + position);
             position += ts_packet_size;
             continue;
         }
@@ -184,13 +186,16 @@ unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned lon
     return position;
 }
 
-void CBaseMpegParser::process_packet(unsigned char* data)
+/// `packet` comes and goes with its adaptation field all zero.
+void CBaseMpegParser::process_packet(transport_packet& packet, unsigned char* data)
 {
-    transport_packet packet;
     fill(packet, data);
+    const bool has_adaptation_field = (packet.adaptation_field_control & 2U) != 0;
     OnPreProcess(0, packet);
     ParserData(packet);
     OnProcess(0, packet);
+    if (has_adaptation_field)
+        packet.adaptation_field = {};
 }
 
 void CBaseMpegParser::append_to_carry(const unsigned char* data, std::size_t size)

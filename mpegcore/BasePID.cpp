@@ -26,16 +26,7 @@ void CBasePID::clear()
         completed->size = 0;
 }
 
-CDataAccumulator* CBasePID::putPacket(const transport_packet& packet)
-{
-    bytes += packet.payload_size;
-    if (packet.PID == null_packet_PID)
-        return nullptr;
-    counter(packet);
-    return accumulation(packet);
-}
-
-CDataAccumulator* CBasePID::accumulation(const transport_packet& packet)
+CDataAccumulator* CBasePID::accumulate_any(const transport_packet& packet)
 {
     if (completed == nullptr) {
         if (collecting == nullptr)

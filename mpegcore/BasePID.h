@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace mpegcore
 {
@@ -50,7 +51,14 @@ public:
     virtual void clear();
     /// Counts the payload (184 bytes also for a packet without payload), notes the continuity counter, collects.
     /// The unit that this packet completed, possibly empty, or null; it holds until the PID's next packet.
-    virtual CDataAccumulator* putPacket(const transport_packet& packet);
+    virtual CDataAccumulator* putPacket(const transport_packet& packet)
+    {
+        bytes += packet.payload_size;
+        if (packet.PID == null_packet_PID)
+            return nullptr;
+        counter(packet);
+        return accumulation(packet);
+    }
     /// Bits per second since the last PCR, stored and returned. Without a PCR before, the value means nothing; a
     /// repeated PCR gives INT64_MIN and one that goes back gives 0.
     virtual std::int64_t putPCR(const transport_packet& packet);
@@ -58,7 +66,17 @@ public:
     /// Stores the continuity_counter; by design nothing is compared with it.
     void counter(const transport_packet& packet) { continuity_counter = packet.continuity_counter; }
     /// The collecting of putPacket.
-    CDataAccumulator* accumulation(const transport_packet& packet);
+    CDataAccumulator* accumulation(const transport_packet& packet)
+    {
+        // The usual packet, full and in the middle of a unit that has room; a copy of fixed size takes no call.
+        // The order keeps the compiler from reading both header fields at once, which would wait for their stores.
+        if (packet.payload_unit_start_indicator != 0 || started == 0 || packet.adaptation_field_control != 1 ||
+            packet.payload_size != ts_payload_size || collecting->capacity - collecting->size < ts_payload_size)
+            return accumulate_any(packet);
+        std::memcpy(collecting->data + collecting->size, packet.payload, ts_payload_size);
+        collecting->size += ts_payload_size;
+        return nullptr;
+    }
     /// Growth of this PID's buffers is taken from `shared_budget`, which must outlive the PID; null: only
     /// max_unit_size limits. To be set before the first packet.
     void set_budget(payload_unit_budget* shared_budget) { budget = shared_budget; }
@@ -72,6 +90,7 @@ public:
     std::uint8_t started = 0;               ///< 1 once a unit start was seen
 
 private:
+    CDataAccumulator* accumulate_any(const transport_packet& packet);
     [[nodiscard]] bool grow(std::size_t needed);
     void discard_unit();
     void shrink(CDataAccumulator*& unit);

@@ -3,6 +3,7 @@
 
 #include "mpegcore/CRC.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace mpegcore
@@ -94,7 +95,7 @@ void CT2MIToTS::OnPES(unsigned short pmt_PID, const CBaseStreamTypeMap*, transpo
     append(packet->payload + 1, pointer_field);
     ParcerT2MI();
     m_fill = behind - pointer_field;
-    std::memcpy(m_buffer.get(), packet->payload + 1 + pointer_field, m_fill);
+    std::copy_n(packet->payload + 1 + pointer_field, m_fill, m_buffer.get());
 }
 
 void CT2MIToTS::append(const unsigned char* data, std::size_t size)
@@ -103,7 +104,11 @@ void CT2MIToTS::append(const unsigned char* data, std::size_t size)
         m_fill = 0;
         return;
     }
-    std::memcpy(m_buffer.get() + m_fill, data, size);
+    // A copy of fixed size takes no call, and most payloads are whole.
+    if (size == ts_payload_size)
+        std::memcpy(m_buffer.get() + m_fill, data, ts_payload_size);
+    else
+        std::copy_n(data, size, m_buffer.get() + m_fill);
     m_fill += size;
 }
 
@@ -178,7 +183,7 @@ void CT2MIToTS::cut_data_field(const T2MIBBFrame& frame, unsigned char* data)
         return;
     }
     if (first > 0 && begun != nullptr && begun->size + first == user_packet_size) {
-        std::memcpy(begun->data.data() + begun->size, data, first);
+        std::copy_n(data, first, begun->data.data() + begun->size);
         begun->size = 0;
         OnTS(frame.plp_id, begun->data.data(), user_packet_size);
     }
@@ -189,7 +194,7 @@ void CT2MIToTS::cut_data_field(const T2MIBBFrame& frame, unsigned char* data)
     // Without a rest the carry deliberately stays as it is.
     if (packet != end && begun != nullptr) {
         begun->size = static_cast<std::uint8_t>(end - packet);
-        std::memcpy(begun->data.data(), packet, begun->size);
+        std::copy_n(packet, begun->size, begun->data.data());
     }
 }
 } // namespace mpegcore
