@@ -23,3 +23,8 @@ if(ZQ_SANITIZE)
     add_compile_options(-fsanitize=${ZQ_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
     add_link_options(-fsanitize=${ZQ_SANITIZE})
 endif()
+
+# The library is instrumented too, so that the fuzzer sees its branches; the targets link the fuzzer themselves.
+if(ZQ_LIBFUZZER)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

@@ -57,12 +57,13 @@ public:
     template <unsigned N, class T>
     bool lookBits(T& out) const
     {
-        if (N < bits_left_) {
-            out = static_cast<T>(field(bits_left_ - N, N));
+        constexpr unsigned n = limited(N);
+        if (n < bits_left_) {
+            out = static_cast<T>(field(bits_left_ - n, n));
             return true;
         }
         ZQBSReaderT ahead(*this);
-        return ahead.template getBits<N>(out);
+        return ahead.getBits(n, out);
     }
 
     /// Moves `n` bytes on, a partly read byte counting as the first of them, to a byte boundary. 0 moves nothing.
@@ -109,7 +110,7 @@ public:
     Byte* position() const { return next_ - (bits_left_ + 7) / 8; }
 
 private:
-    static unsigned limited(unsigned long n) { return n < 64 ? static_cast<unsigned>(n) : 64U; }
+    static constexpr unsigned limited(unsigned long n) { return n < 64 ? static_cast<unsigned>(n) : 64U; }
 
     /// The n cached bits above position `at`. at is 64 only with n = 0, where any shift gives the right 0.
     std::uint64_t field(std::uint64_t at, std::uint64_t n) const { return (cache_ >> (at & 63U)) & mask_impl[n]; }
@@ -127,19 +128,21 @@ private:
     /// Takes n >= bits_left_ > 0 bits. A refill that is still too short has reached the end of the range.
     [[gnu::noinline]] bool takeAcross(unsigned n, std::uint64_t& value)
     {
-        value = cache_ & mask_impl[bits_left_];
+        const std::uint64_t before = cache_ & mask_impl[bits_left_];
         const std::uint64_t needed = n - bits_left_;
         load(8);
+        value = before;
         if (needed == 0)
             return true;
         if (needed > bits_left_) {
-            value = ((value << bits_left_) | cache_) << (needed - bits_left_);
+            value = ((before << bits_left_) | cache_) << (needed - bits_left_);
             cache_ = bits_left_ = 0;
             return false;
         }
-        bits_left_ -= needed;
-        value = (value << needed) | field(bits_left_, needed);
-        if (bits_left_ == 0)
+        const std::uint64_t left = bits_left_ - needed;
+        value = (before << needed) | field(left, needed);
+        bits_left_ = left;
+        if (left == 0)
             load(8);
         return true;
     }

@@ -54,8 +54,11 @@ public:
     void flush()
     {
         const std::uint64_t held = (64 - bits_free_ + 7) / 8;
+        // Locals, as a byte that is stored could be a byte of this object for all the compiler knows.
+        const std::uint64_t word = cache_;
+        Byte* const to = next_;
         for (std::uint64_t at = 0; at < held; ++at)
-            next_[at] = static_cast<Byte>(cache_ >> (56 - 8 * at));
+            to[at] = static_cast<Byte>(word >> (56 - 8 * at));
         advance(held);
     }
 
@@ -111,15 +114,23 @@ private:
             store();
     }
 
-    [[gnu::always_inline]] void store()
+    void store()
     {
         if (bits_free_ != 0) {
             flush();
             return;
         }
         // Compilers turn this into one store of the swapped word.
-        for (unsigned at = 0; at < 8; ++at)
-            next_[at] = static_cast<Byte>(cache_ >> (56 - 8 * at));
+        const std::uint64_t word = cache_;
+        Byte* const to = next_;
+        to[0] = static_cast<Byte>(word >> 56);
+        to[1] = static_cast<Byte>(word >> 48);
+        to[2] = static_cast<Byte>(word >> 40);
+        to[3] = static_cast<Byte>(word >> 32);
+        to[4] = static_cast<Byte>(word >> 24);
+        to[5] = static_cast<Byte>(word >> 16);
+        to[6] = static_cast<Byte>(word >> 8);
+        to[7] = static_cast<Byte>(word);
         advance(8);
     }
 

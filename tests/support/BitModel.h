@@ -1,37 +1,28 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
 
 namespace zqtest
 {
-/// The bits of some bytes, most significant first.
-inline std::vector<bool> bits_of(const unsigned char* data, std::size_t size)
-{
-    std::vector<bool> bits;
-    bits.reserve(8 * size);
-    for (std::size_t at = 0; at < 8 * size; ++at)
-        bits.push_back((data[at / 8] >> (7 - at % 8) & 1U) != 0);
-    return bits;
-}
-
 /// A bit reader without a cache, one bit at a time.
 class BitReaderModel
 {
 public:
-    BitReaderModel(const unsigned char* data, std::size_t size) : bits_(bits_of(data, size)) {}
+    BitReaderModel(const unsigned char* data, std::size_t size) : data_(data), size_(size) {}
 
     /// What a field of `n` bits leaves in its variable; nothing when exhausted. `whole` tells a partial read.
     std::optional<std::uint64_t> get(unsigned n, bool& whole)
     {
         whole = false;
-        if (at_ == bits_.size())
+        if (at_ == 8 * size_)
             return std::nullopt;
+        whole = n <= 8 * size_ - at_;
         std::uint64_t value = 0;
-        whole = n <= bits_.size() - at_;
-        for (unsigned bit = 0; bit < n; ++bit)
-            value = value << 1 | static_cast<std::uint64_t>(at_ < bits_.size() && bits_[at_++]);
+        for (; n != 0; --n)
+            value = value << 1 | (at_ < 8 * size_ ? next_bit() : 0);
         return value;
     }
 
@@ -44,11 +35,19 @@ public:
         return true;
     }
 
-    std::uint64_t available() const { return bits_.size() / 8 - at_ / 8; }
+    std::uint64_t available() const { return size_ - at_ / 8; }
     std::uint64_t position() const { return at_ / 8; }
 
 private:
-    std::vector<bool> bits_;
+    std::uint64_t next_bit()
+    {
+        const auto bit = data_[at_ / 8] >> (7 - at_ % 8) & 1;
+        ++at_;
+        return static_cast<std::uint64_t>(bit);
+    }
+
+    const unsigned char* data_;
+    std::size_t size_;
     std::size_t at_ = 0;
 };
 
@@ -56,33 +55,31 @@ private:
 class BitWriterModel
 {
 public:
-    explicit BitWriterModel(std::size_t size) : room_(8 * size) {}
+    explicit BitWriterModel(std::size_t size) : bytes_(size) {}
 
     bool put(std::uint64_t value, unsigned n)
     {
-        if (bits_.size() == room_)
+        if (at_ == 8 * bytes_.size())
             return false;
-        for (unsigned bit = n; bit-- > 0;) {
-            if (bits_.size() == room_)
+        while (n-- != 0) {
+            if (at_ == 8 * bytes_.size())
                 return false;
-            bits_.push_back((value >> bit & 1U) != 0);
+            const auto bit = static_cast<unsigned>(value >> n & 1U) << (7 - at_ % 8);
+            bytes_[at_ / 8] = static_cast<unsigned char>(bytes_[at_ / 8] | bit);
+            ++at_;
         }
         return true;
     }
 
-    void flush() { bits_.resize((bits_.size() + 7) / 8 * 8); }
+    void flush() { at_ = (at_ + 7) / 8 * 8; }
 
-    std::vector<unsigned char> bytes() const
-    {
-        std::vector<unsigned char> bytes((bits_.size() + 7) / 8);
-        for (std::size_t at = 0; at < bits_.size(); ++at)
-            bytes[at / 8] =
-                static_cast<unsigned char>(bytes[at / 8] | static_cast<unsigned>(bits_[at]) << (7 - at % 8));
-        return bytes;
-    }
+    /// Begun bytes count.
+    std::size_t written() const { return (at_ + 7) / 8; }
+    /// The whole range; zero behind what was written.
+    const std::vector<unsigned char>& bytes() const { return bytes_; }
 
 private:
-    std::size_t room_;
-    std::vector<bool> bits_;
+    std::vector<unsigned char> bytes_;
+    std::size_t at_ = 0;
 };
 } // namespace zqtest
