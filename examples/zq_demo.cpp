@@ -164,7 +164,7 @@ public:
         : out_{out},
           plp_{plp},
           encoder_{std::string{"videotestsrc is-live=true pattern="} + pattern +
-                   " ! video/x-raw,width=640,height=360,framerate=25/1 ! x264enc tune=zerolatency "
+                   " ! video/x-raw,format=I420,width=640,height=360,framerate=25/1 ! x264enc tune=zerolatency "
                    "speed-preset=ultrafast bitrate=1500 key-int-max=25 ! mpegtsmux alignment=7 ! "
                    "fakesink name=out sync=false signal-handoffs=true"}
     {
