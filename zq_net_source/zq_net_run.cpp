@@ -2,6 +2,7 @@
 #include "zq_net_source/zq_net_run.h"
 
 #include "zq_net_source/zq_net_buffer_pool.h"
+#include "zq_net_source/zq_t2mi_provider.h"
 
 using std::chrono::steady_clock;
 
@@ -53,6 +54,8 @@ void zq_net_run::make_provider()
 {
     if (settings_.input_type == 0)
         provider_ = std::make_shared<zq_data_provider>(*pad_, pool_, *statistics_);
+    else if (settings_.input_type == 1)
+        provider_ = std::make_shared<zq_t2mi_provider>(*pad_, pool_, *statistics_, settings_.plp);
 }
 
 bool zq_net_run::stop(std::chrono::milliseconds grace)
