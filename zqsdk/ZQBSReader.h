@@ -57,12 +57,13 @@ public:
     template <unsigned N, class T>
     bool lookBits(T& out) const
     {
-        if (N < bits_left_) {
-            out = static_cast<T>(field(bits_left_ - N, N));
+        constexpr unsigned n = limited(N);
+        if (n < bits_left_) {
+            out = static_cast<T>(field(bits_left_ - n, n));
             return true;
         }
         ZQBSReaderT ahead(*this);
-        return ahead.template getBits<N>(out);
+        return ahead.getBits(n, out);
     }
 
     /// Moves `n` bytes on, a partly read byte counting as the first of them, to a byte boundary. 0 moves nothing.
@@ -109,7 +110,7 @@ public:
     Byte* position() const { return next_ - (bits_left_ + 7) / 8; }
 
 private:
-    static unsigned limited(unsigned long n) { return n < 64 ? static_cast<unsigned>(n) : 64U; }
+    static constexpr unsigned limited(unsigned long n) { return n < 64 ? static_cast<unsigned>(n) : 64U; }
 
     /// The n cached bits above position `at`. at is 64 only with n = 0, where any shift gives the right 0.
     std::uint64_t field(std::uint64_t at, std::uint64_t n) const { return (cache_ >> (at & 63U)) & mask_impl[n]; }

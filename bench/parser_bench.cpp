@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The packet parser, every callback overridden, against FFmpeg's demuxer and libdvbpsi over the same packets.
+//   parser_bench            million packets per second of CPU time, and the ratios to the peers
+//   parser_bench --memory   resident memory over a billion bytes
+// tools/count-instructions counts the instructions of a row.
+#include "CountingParser.h"
+#include "DvbpsiPeer.h"
+#include "FFmpegPeer.h"
+#include "MultiplexStream.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <string>
+
+namespace
+{
+using zqtest::Bytes;
+
+constexpr std::size_t packet_count = 60000;
+
+Bytes null_stream()
+{
+    zqtest::Stream stream;
+    while (stream.packets() < packet_count)
+        stream.null();
+    return stream.data;
+}
+
+// Made before main, so that counting the instructions of one row counts nothing else.
+Bytes one_programme = zqbench::MultiplexStream(1, 5000).make(packet_count);
+Bytes sixty_programmes = zqbench::MultiplexStream(60, 30000).make(packet_count);
+Bytes nulls = null_stream();
+Bytes changing_tables = zqbench::table_stream(60, packet_count, true);
+Bytes repeated_tables = zqbench::table_stream(60, packet_count, false);
+
+void report(benchmark::State& state, std::size_t bytes)
+{
+    state.counters["packets"] = benchmark::Counter(static_cast<double>(bytes / 188), benchmark::Counter::kIsRate);
+}
+
+void parser(benchmark::State& state, Bytes* stream)
+{
+    static std::map<Bytes*, std::unique_ptr<zqbench::CountingParser>> parsers;
+    auto& p = parsers[stream];
+    if (!p)
+        p = std::make_unique<zqbench::CountingParser>(true);
+    std::size_t bytes = 0;
+    for (auto _ : state)
+        bytes += p->Process(stream->data(), stream->size());
+    report(state, bytes);
+    state.counters["tables"] = static_cast<double>(p->tables) / (static_cast<double>(p->packets) / 1e6);
+    state.counters["events"] = static_cast<double>(p->events) / (static_cast<double>(p->packets) / 1e6);
+}
+
+void ffmpeg(benchmark::State& state, Bytes* stream, int flags)
+{
+    zqbench::FFmpegPeer peer(*stream, flags);
+    peer.run(stream->size());
+    std::size_t bytes = 0;
+    for (auto _ : state)
+        bytes += peer.run(stream->size());
+    report(state, bytes);
+    state.counters["streams"] = peer.streams();
+}
+
+void dvbpsi(benchmark::State& state, Bytes* stream)
+{
+    auto* const peer = new zqbench::DvbpsiPeer;
+    std::size_t bytes = 0;
+    for (auto _ : state) {
+        for (std::size_t at = 0; at < stream->size(); at += 188)
+            peer->push(stream->data() + at);
+        bytes += stream->size();
+    }
+    report(state, bytes);
+    state.counters["tables"] = static_cast<double>(peer->tables) / (static_cast<double>(bytes) / 188e6);
+    state.counters["events"] = static_cast<double>(peer->events) / (static_cast<double>(bytes) / 188e6);
+    benchmark::DoNotOptimize(peer);
+}
+
+/// Prints behind the table how many times faster the parser is than each peer of its group.
+class RatioReporter : public benchmark::ConsoleReporter
+{
+public:
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        ConsoleReporter::ReportRuns(runs);
+        for (const auto& run : runs)
+            rates_[run.benchmark_name()] = run.counters.at("packets");
+    }
+
+    void Finalize() override
+    {
+        for (const auto& [name, rate] : rates_) {
+            const auto own = rates_.find(name.substr(0, name.find('/')) + "/parser");
+            std::printf("%-32s %8.2f million packets per second of CPU", name.c_str(), rate / 1e6);
+            if (own != rates_.end() && own->first != name)
+                std::printf(", parser %.2f times as fast", own->second / rate);
+            std::printf("\n");
+        }
+        if (rates_.count("a_one_programme/parser") != 0 && rates_.count("b_60_programmes/parser") != 0)
+            std::printf("a packet of 60 programmes costs %.2f times one of one programme\n",
+                        rates_["a_one_programme/parser"] / rates_["b_60_programmes/parser"]);
+    }
+
+private:
+    std::map<std::string, double> rates_;
+};
+
+long resident_kilobytes()
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.rfind("VmRSS:", 0) == 0)
+            return std::stol(line.substr(6));
+    return 0;
+}
+
+int show_memory()
+{
+    zqbench::CountingParser p(true);
+    std::size_t bytes = 0, shown = 0;
+    while (bytes < 1000000000) {
+        bytes += p.Process(sixty_programmes.data(), sixty_programmes.size());
+        if (bytes < shown)
+            continue;
+        std::printf("%5zu million bytes: %ld kB resident\n", bytes / 1000000, resident_kilobytes());
+        shown += 100000000;
+    }
+    return 0;
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc > 1 && std::strcmp(argv[1], "--memory") == 0)
+        return show_memory();
+    constexpr int without_parsing = AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOFILLIN;
+    const auto with_ffmpeg = [&](const std::string& name, Bytes* stream) {
+        benchmark::RegisterBenchmark((name + "/parser").c_str(), parser, stream);
+        benchmark::RegisterBenchmark((name + "/ffmpeg").c_str(), ffmpeg, stream, 0);
+        benchmark::RegisterBenchmark((name + "/ffmpeg_without_parsing").c_str(), ffmpeg, stream, without_parsing);
+    };
+    with_ffmpeg("a_one_programme", &one_programme);
+    with_ffmpeg("b_60_programmes", &sixty_programmes);
+    benchmark::RegisterBenchmark("c_null/parser", parser, &nulls);
+    for (const auto& [name, stream] : {std::pair<std::string, Bytes*>{"d_changing_tables", &changing_tables},
+                                       {"d_repeated_tables", &repeated_tables}})
+    {
+        benchmark::RegisterBenchmark((name + "/parser").c_str(), parser, stream);
+        benchmark::RegisterBenchmark((name + "/dvbpsi").c_str(), dvbpsi, stream);
+    }
+    benchmark::Initialize(&argc, argv);
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+}

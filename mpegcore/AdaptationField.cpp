@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "mpegcore/BaseMpegParser.h"
+#include "mpegcore/Syntax.h"
+
+namespace mpegcore
+{
+namespace
+{
+constexpr unsigned longest_adaptation_field = 183;
+constexpr unsigned longest_private_data = 188;
+
+using field_record = adaptation_field_record;
+
+/// One field; left zero when its bits run out.
+template <class T>
+bool field(SyntaxReader& io, unsigned width, T& value)
+{
+    if (io.bits(width, value))
+        return true;
+    value = 0;
+    return false;
+}
+
+bool clock_reference(SyntaxReader& io, std::uint64_t& base, std::uint8_t& reserved, std::uint16_t& extension)
+{
+    return field(io, 33, base) && field(io, 6, reserved) && field(io, 9, extension);
+}
+
+bool flags(SyntaxReader& io, field_record& f)
+{
+    return field(io, 1, f.discontinuity_indicator) && field(io, 1, f.random_access_indicator) &&
+           field(io, 1, f.elementary_stream_priority_indicator) && field(io, 1, f.PCR_flag) &&
+           field(io, 1, f.OPCR_flag) && field(io, 1, f.splicing_point_flag) &&
+           field(io, 1, f.transport_private_data_flag) && field(io, 1, f.adaptation_field_extension_flag);
+}
+
+bool private_data(SyntaxReader& io, field_record& f)
+{
+    for (unsigned at = 0; at < f.transport_private_data_length; ++at)
+        if (!field(io, 8, f.private_data_byte[at]))
+            return false;
+    return true;
+}
+
+bool seamless_splice(SyntaxReader& io, field_record& f)
+{
+    return field(io, 4, f.splice_type) && field(io, 3, f.DTS_next_AU_32_30) && field(io, 1, f.marker_bit) &&
+           field(io, 15, f.DTS_next_AU_29_15) && field(io, 1, f.marker_bit2) && field(io, 15, f.DTS_next_AU_14_0) &&
+           field(io, 1, f.marker_bit3);
+}
+
+bool extension(SyntaxReader& io, field_record& f)
+{
+    return field(io, 8, f.adaptation_field_extension_length) && field(io, 1, f.ltw_flag) &&
+           field(io, 1, f.piecewise_rate_flag) && field(io, 1, f.seamless_splice_flag) && field(io, 5, f.reserved3) &&
+           (f.ltw_flag == 0 || (field(io, 1, f.ltw_valid_flag) && field(io, 15, f.ltw_offset))) &&
+           (f.piecewise_rate_flag == 0 || (field(io, 2, f.reserved4) && field(io, 22, f.piecewise_rate))) &&
+           (f.seamless_splice_flag == 0 || seamless_splice(io, f));
+}
+
+/// False when a length is out of range. Running out of bits ends the fields and is no failure.
+bool read_fields(SyntaxReader& io, field_record& f)
+{
+    if (!field(io, 8, f.adaptation_field_length) || f.adaptation_field_length == 0)
+        return true;
+    if (f.adaptation_field_length > longest_adaptation_field)
+        return false;
+    if (!flags(io, f))
+        return true;
+    if (f.PCR_flag != 0 &&
+        !clock_reference(io, f.program_clock_reference_base, f.reserved, f.program_clock_reference_extension))
+        return true;
+    if (f.OPCR_flag != 0 && !clock_reference(io, f.original_program_clock_reference_base, f.reserved2,
+                                             f.original_program_clock_reference_extension))
+        return true;
+    if (f.splicing_point_flag != 0 && !field(io, 8, f.splice_countdown))
+        return true;
+    if (f.transport_private_data_flag != 0) {
+        if (!field(io, 8, f.transport_private_data_length))
+            return true;
+        if (f.transport_private_data_length > longest_private_data)
+            return false;
+        if (!private_data(io, f))
+            return true;
+    }
+    if (f.adaptation_field_extension_flag != 0)
+        static_cast<void>(extension(io, f));
+    return true;
+}
+} // namespace
+
+// Deliberately, the fields are not held against adaptation_field_length: only the packet bounds them.
+bool CBaseMpegParser::ParserAdaptationField(transport_packet& packet)
+{
+    ZQSDK::ZQBSReaderT<unsigned char*> reader(packet.payload, packet.payload_size);
+    SyntaxReader io(reader);
+    adaptation_field_record record{};
+    if (!read_fields(io, record))
+        return false;
+    packet.adaptation_field = record;
+    return true;
+}
+} // namespace mpegcore

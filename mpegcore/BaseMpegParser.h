@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "mpegcore/BAT.h"
+#include "mpegcore/BasePID.h"
+#include "mpegcore/CAT.h"
+#include "mpegcore/EIT.h"
+#include "mpegcore/NIT.h"
+#include "mpegcore/PAT.h"
+#include "mpegcore/PIDRoutes.h"
+#include "mpegcore/PMT.h"
+#include "mpegcore/PacketWrapper.h"
+#include "mpegcore/SDT.h"
+#include "mpegcore/TDT.h"
+#include "mpegcore/TOT.h"
+#include "mpegcore/TSDT.h"
+#include "mpegcore/TransportPacket.h"
+#include "zqsdk/ZQAlignMemory.h"
+
+#include <cstddef>
+#include <map>
+#include <memory>
+
+namespace mpegcore
+{
+/// Parser and demultiplexer of one transport stream (ISO/IEC 13818-1, 2.4): finds the packets, collects the payload
+/// units of every PID, reads the PSI/SI tables and reports all of it through the callbacks, which a subclass
+/// overrides and which run inside Process, on its thread.
+///
+/// Rules for callbacks: they must not call Process or Clear, must not change the tables they are given, and must not
+/// throw. Packet pointers hold during the call. Table pointers hold until the next section of the same kind (for a
+/// PMT: on the same PID) was read, or until Clear; they are never the callback's to delete.
+///
+/// By design there is no filter for versions or repetitions, and no check of continuity_counter,
+/// transport_error_indicator or transport_scrambling_control. The section is taken to begin right behind the
+/// pointer_field, whatever its value; one section is read from each payload unit, and it is reported again for every
+/// further packet of that unit.
+///
+/// Memory: a parser's payload units together take at most `unit_memory_limit`, one unit at most
+/// CBasePID::max_unit_size; what would pass a limit is discarded up to the PID's next unit start.
+class CBaseMpegParser
+{
+public:
+    static constexpr std::size_t unit_memory_limit = std::size_t{256} << 20;
+
+    /// With `use_carry` the bytes of an incomplete packet at the end of the data are put in front of the next call's
+    /// data; without it they are dropped.
+    explicit CBaseMpegParser(bool use_carry);
+    virtual ~CBaseMpegParser();
+    CBaseMpegParser(const CBaseMpegParser&) = delete;
+    CBaseMpegParser& operator=(const CBaseMpegParser&) = delete;
+
+    /// Back to the state of a new parser, but for the buffers and bit rates of the PIDs, which stay.
+    virtual void Clear();
+
+    /// Before anything is done with a packet; the number is always 0.
+    virtual void OnPreProcess(unsigned int, const transport_packet&) {}
+    /// After everything was done with a packet, also with one that was dropped for its adaptation field.
+    virtual void OnProcess(unsigned int, transport_packet&) {}
+    virtual void OnPAT(CPAT*) {}
+    /// With the PAT's entry for the PID that carried the PMT.
+    virtual void OnPMT(CBaseMpegProgram*, CPMT*) {}
+    virtual void OnCAT(CCAT*) {}
+    virtual void OnTSDT(CTSDT*) {}
+    virtual void OnSDT(CSDT*) {}
+    virtual void OnEIT(CEIT*) {}
+    virtual void OnNIT(CNIT*) {}
+    virtual void OnTDT(CTDT*) {}
+    virtual void OnTOT(CTOT*) {}
+    /// Packet of an elementary stream: PID of the PMT that lists it, its entry there. The entry is null for a packet
+    /// on a PCR_PID that is none of the program's streams.
+    virtual void OnPES(unsigned short pmt_PID, const CBaseStreamTypeMap* stream, transport_packet* packet);
+    /// Payload unit that the packet completed, in front of the other two forms; never empty.
+    virtual void OnPES(unsigned short pmt_PID, CBaseStreamTypeMap* stream, unsigned char* data, unsigned long size);
+    /// Packet of an elementary stream, with the program_number.
+    virtual void OnPES(unsigned short pmt_PID, unsigned short program_number, const CBaseStreamTypeMap* stream,
+                       transport_packet* packet);
+    /// Packet with a PCR, on any PID.
+    virtual void OnPCR(transport_packet*) {}
+    virtual void OnEMM(transport_packet*) {}
+    virtual void OnECM(transport_packet*) {}
+    virtual void OnBAT(CBAT*) {}
+    virtual void OnNULL(transport_packet*) {}
+    /// Every packet, once a PAT is known, that carries neither a table nor null data; after the other callbacks.
+    virtual void onOtherPid(transport_packet*) {}
+
+    /// Handles every whole packet; false starts are searched byte by byte for the next sync byte. Returns the bytes
+    /// consumed, those carried over from the call before included. (nullptr, 0) is legal.
+    unsigned long Process(unsigned char* data, unsigned long size);
+    /// One packet. False when it is dropped: PID above 8191, or a bad adaptation field.
+    bool ParserData(transport_packet& packet);
+    /// Reads packet.adaptation_field. False, with the field left zero, when its length exceeds 183 or its private
+    /// data 188 bytes.
+    static bool ParserAdaptationField(transport_packet& packet);
+    /// Does nothing.
+    void ParcerPESPacket(unsigned char*) {}
+
+    CPacketWrapper<CPAT> m_PAT;
+    CPacketWrapper<CCAT> m_CAT;
+    CPacketWrapper<CTSDT> m_TSDT;
+    CPacketWrapper<CEIT> m_EITpfActual;
+    CPacketWrapper<CEIT> m_EITpfOther;
+    CPacketWrapper<CEIT> m_EITschActual;
+    CPacketWrapper<CEIT> m_EITschOther;
+    CPacketWrapper<CSDT> m_SDTActual;
+    CPacketWrapper<CSDT> m_SDTOther;
+    CPacketWrapper<CBAT> m_BAT;
+    CPacketWrapper<CNIT> m_NITActual;
+    CPacketWrapper<CNIT> m_NITOther;
+    CPacketWrapper<CTDT> m_TDT;
+    CPacketWrapper<CTOT> m_TOT;
+    /// By the PID that carries the PMT. Deliberately kept when a later PAT no longer lists the PID.
+    std::map<unsigned short, std::unique_ptr<CPacketWrapper<CPMT>>> m_PMTs;
+    std::unique_ptr<CBasePID[]> m_PIDs; ///< 8192, by PID
+    ZQSDK::ZQAlignMemory<unsigned char> m_carryBuffer;
+    std::size_t m_carry = 0; ///< bytes held in m_carryBuffer
+    bool m_useCarry;
+
+private:
+    struct table_row;
+    static const table_row table_rows[];
+
+    unsigned long process_packets(unsigned char* data, unsigned long size, unsigned long end);
+    void prefetch(const unsigned char* data);
+    void append_to_carry(const unsigned char* data, std::size_t size);
+    void carry_over(const unsigned char* data, std::size_t size);
+
+    static bool is_table_PID(unsigned short PID);
+    void parse_section(unsigned short PID);
+    template <auto Wrapper, auto Callback>
+    void parse_table(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
+    void parse_PMT(unsigned short PID, CBaseMpegProgram& program);
+    void route_packet(transport_packet& packet, CDataAccumulator* unit);
+    void report_program(const program_route& route, transport_packet& packet, CDataAccumulator* unit);
+
+    payload_unit_budget m_unit_budget;
+    PIDRoutes m_routes;
+};
+} // namespace mpegcore

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "mpegcore/BasePID.h"
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+
+namespace mpegcore
+{
+CBasePID::~CBasePID()
+{
+    delete collecting;
+    delete completed;
+}
+
+void CBasePID::clear()
+{
+    continuity_counter = 0xFF;
+    bytes = 0;
+    last_pcr = 0;
+    started = 0;
+    if (collecting != nullptr)
+        collecting->size = 0;
+    if (completed != nullptr)
+        completed->size = 0;
+}
+
+void CBasePID::create_buffers()
+{
+    if (collecting == nullptr)
+        collecting = new CDataAccumulator(first_capacity);
+    completed = new CDataAccumulator(first_capacity);
+}
+
+// CDataAccumulator grows by what is needed plus 4095 bytes, which costs quadratic time over a long unit; here the
+// room doubles.
+bool CBasePID::grow(std::size_t needed)
+{
+    if (needed > max_unit_size)
+        return false;
+    const std::size_t old_capacity = collecting->capacity;
+    const std::size_t capacity = std::min(std::max(needed, 2 * old_capacity), max_unit_size);
+    // While the bytes are copied both buffers are there, and both have to be within the budget.
+    if (budget != nullptr && capacity > budget->left())
+        return false;
+    collecting->reserve(capacity);
+    return budget == nullptr || budget->take(capacity - old_capacity);
+}
+
+/// The buffer shrinks to its first size. The completed unit, which may just be on its way to a callback, keeps its own.
+/// Always false.
+bool CBasePID::discard_unit()
+{
+    started = 0;
+    if (collecting->capacity > first_capacity) {
+        auto first = std::make_unique<CDataAccumulator>(first_capacity);
+        if (budget != nullptr)
+            budget->give_back(collecting->capacity - first_capacity);
+        delete collecting;
+        collecting = first.release();
+    }
+    collecting->size = 0;
+    return false;
+}
+
+std::int64_t CBasePID::putPCR(const transport_packet& packet)
+{
+    const auto& field = packet.adaptation_field;
+    const std::uint64_t time =
+        (field.program_clock_reference_base * 300 + field.program_clock_reference_extension) * 10 / 27;
+    const double seconds = static_cast<double>(time - last_pcr) / 10000000.0;
+    const double rate = static_cast<double>(bytes * 8) / seconds;
+    // Not "rate >= 2^63": a repeated PCR without bytes between gives a NaN.
+    bitrate = rate < 9223372036854775808.0 ? static_cast<std::int64_t>(rate) : std::numeric_limits<std::int64_t>::min();
+    bytes = 0;
+    last_pcr = time;
+    return bitrate;
+}
+} // namespace mpegcore

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "mpegcore/DataAccumulator.h"
+#include "mpegcore/TransportPacket.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+namespace mpegcore
+{
+/// Bytes that payload units of many PIDs may take together, beyond the first two buffers of each PID.
+class payload_unit_budget
+{
+public:
+    explicit payload_unit_budget(std::size_t bytes) : m_left(bytes) {}
+
+    /// False, and nothing taken, when fewer than `bytes` are left.
+    [[nodiscard]] bool take(std::size_t bytes)
+    {
+        if (bytes > m_left)
+            return false;
+        m_left -= bytes;
+        return true;
+    }
+    void give_back(std::size_t bytes) { m_left += bytes; }
+    std::size_t left() const { return m_left; }
+
+private:
+    std::size_t m_left;
+};
+
+/// State of one PID: last continuity counter, bytes and bit rate between PCRs, and the payload unit (PES packet or
+/// PSI sections) being collected from one payload_unit_start_indicator to the next.
+///
+/// Memory: two buffers of 4095 bytes from the first packet on; a buffer that fills up is doubled. A unit that would
+/// pass `max_unit_size`, or for which the budget has nothing left, is discarded, and its buffer shrinks to its
+/// first size; collecting begins afresh with the next unit start.
+class CBasePID
+{
+public:
+    static constexpr std::size_t first_capacity = 4095;
+    static constexpr std::size_t max_unit_size = std::size_t{16} << 20;
+
+    CBasePID() { CBasePID::clear(); }
+    virtual ~CBasePID();
+    CBasePID(const CBasePID&) = delete;
+    CBasePID& operator=(const CBasePID&) = delete;
+
+    /// Forgets counter, byte count, PCR and units. The bit rate and the buffers stay.
+    virtual void clear();
+    /// Counts the payload (184 bytes also for a packet without payload), notes the continuity counter, collects.
+    /// The unit that this packet completed, possibly empty, or null; it holds until the PID's next packet.
+    virtual CDataAccumulator* putPacket(const transport_packet& packet)
+    {
+        bytes += packet.payload_size;
+        if (packet.PID == null_packet_PID)
+            return nullptr;
+        counter(packet);
+        return accumulation(packet);
+    }
+    /// Bits per second since the last PCR, stored and returned. Without a PCR before, the value means nothing; a
+    /// repeated PCR gives INT64_MIN and one that goes back gives 0.
+    virtual std::int64_t putPCR(const transport_packet& packet);
+
+    /// Stores the continuity_counter; by design nothing is compared with it.
+    void counter(const transport_packet& packet) { continuity_counter = packet.continuity_counter; }
+    /// The collecting of putPacket.
+    CDataAccumulator* accumulation(const transport_packet& packet)
+    {
+        if (completed == nullptr)
+            create_buffers();
+        if ((packet.adaptation_field_control & 1U) == 0)
+            return nullptr;
+        CDataAccumulator* result = nullptr;
+        if (packet.payload_unit_start_indicator != 0) {
+            std::swap(collecting, completed);
+            collecting->size = 0;
+            started = 1;
+            result = completed;
+        } else if (started == 0) {
+            return nullptr;
+        }
+        if (make_room(packet.payload_size))
+            append(packet);
+        return result;
+    }
+    /// Growth of this PID's buffers is taken from `shared_budget`, which must outlive the PID; null: only
+    /// max_unit_size limits. To be set before the first packet.
+    void set_budget(payload_unit_budget* shared_budget) { budget = shared_budget; }
+
+    std::uint8_t continuity_counter = 0xFF; ///< 0xFF after clear()
+    std::uint64_t bytes = 0;                ///< payload bytes since the last PCR
+    std::uint64_t last_pcr = 0;             ///< in 100 ns
+    std::int64_t bitrate = 0;               ///< bits per second between the last two PCRs
+    CDataAccumulator* collecting = nullptr; ///< owned; the unit being collected
+    CDataAccumulator* completed = nullptr;  ///< owned; the unit before it
+    std::uint8_t started = 0;               ///< 1 once a unit start was seen
+
+    /// Hints that the unit will be appended to soon: first prefetch_buffer, a while later prefetch_end.
+    void prefetch_buffer() const { __builtin_prefetch(collecting); }
+    void prefetch_end() const
+    {
+        if (collecting == nullptr)
+            return;
+        const unsigned char* const end = collecting->data + collecting->size;
+        for (unsigned long at = 0; at < ts_payload_size; at += 64)
+            __builtin_prefetch(end + at, 1);
+    }
+
+private:
+    void create_buffers();
+    /// False when there is no room, the unit being discarded.
+    [[nodiscard]] bool make_room(std::size_t size)
+    {
+        return size <= collecting->capacity - collecting->size || grow(collecting->size + size) || discard_unit();
+    }
+    void append(const transport_packet& packet)
+    {
+        unsigned char* const end = collecting->data + collecting->size;
+        // With its size known at compile time, the usual copy takes no call.
+        if (packet.payload_size == ts_payload_size)
+            std::memcpy(end, packet.payload, ts_payload_size);
+        else
+            std::memcpy(end, packet.payload, packet.payload_size);
+        collecting->size += packet.payload_size;
+    }
+    [[nodiscard]] bool grow(std::size_t needed);
+    bool discard_unit();
+
+    payload_unit_budget* budget = nullptr;
+};
+} // namespace mpegcore

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "mpegcore/PIDRoutes.h"
+#include "mpegcore/zqdescriptorlist.h"
+
+#include <algorithm>
+
+namespace mpegcore
+{
+namespace
+{
+constexpr unsigned char CA_descriptor_tag = 9;
+
+template <class Visit>
+void for_each_CA_PID(const ZQDescriptorList& descriptors, Visit visit)
+{
+    for (const auto& descriptor : descriptors) {
+        if (descriptor->descriptor_tag != CA_descriptor_tag)
+            continue;
+        // A list filled by hand may hold another class under this tag.
+        if (const auto* ca = dynamic_cast<const CA_descriptor*>(descriptor.get()))
+            visit(static_cast<unsigned short>(ca->CA_PID & (pid_count - 1)));
+    }
+}
+
+auto position_of(std::vector<program_route>& programs, unsigned short pmt_PID)
+{
+    return std::lower_bound(programs.begin(), programs.end(), pmt_PID,
+                            [](const program_route& route, unsigned short PID) { return route.pmt_PID < PID; });
+}
+} // namespace
+
+void PIDRoutes::set_PAT(const CPAT& pat)
+{
+    for (const unsigned short PID : m_PMT_PIDs)
+        m_routes[PID].carries_PMT = false;
+    m_PMT_PIDs.clear();
+    for (const auto& entry : pat.programs) {
+        m_PMT_PIDs.push_back(entry.first);
+        m_routes[entry.first].carries_PMT = true;
+    }
+}
+
+void PIDRoutes::set_CAT(const CCAT& cat)
+{
+    for (const unsigned short PID : m_EMM_PIDs)
+        m_routes[PID].EMM_count = 0;
+    m_EMM_PIDs.clear();
+    for_each_CA_PID(cat.descriptors, [this](unsigned short PID) {
+        m_EMM_PIDs.push_back(PID);
+        ++m_routes[PID].EMM_count;
+    });
+}
+
+void PIDRoutes::set_PMT(unsigned short pmt_PID, const CPMT& pmt)
+{
+    auto& PIDs = m_program_PIDs[pmt_PID];
+    for (const unsigned short PID : PIDs)
+        remove(PID, pmt_PID);
+    PIDs.clear();
+    const auto route_of = [&](unsigned short PID) -> program_route& {
+        PIDs.push_back(PID);
+        return find_or_add(PID, pmt_PID, pmt);
+    };
+    for (const auto& entry : pmt.streams)
+        route_of(entry.first).stream = entry.second;
+    route_of(pmt.PCR_PID).is_PCR_PID = true;
+    for_each_CA_PID(pmt.descriptors, [&](unsigned short PID) { ++route_of(PID).CA_count; });
+}
+
+void PIDRoutes::clear()
+{
+    for (auto& route : m_routes)
+        route = PID_route{};
+    m_PMT_PIDs.clear();
+    m_EMM_PIDs.clear();
+    m_program_PIDs.clear();
+}
+
+program_route& PIDRoutes::find_or_add(unsigned short PID, unsigned short pmt_PID, const CPMT& pmt)
+{
+    auto& programs = m_routes[PID].programs;
+    const auto position = position_of(programs, pmt_PID);
+    if (position != programs.end() && position->pmt_PID == pmt_PID)
+        return *position;
+    program_route route;
+    route.pmt_PID = pmt_PID;
+    route.program_number = pmt.program_number;
+    route.pmt = &pmt;
+    return *programs.insert(position, std::move(route));
+}
+
+void PIDRoutes::remove(unsigned short PID, unsigned short pmt_PID)
+{
+    auto& programs = m_routes[PID].programs;
+    const auto position = position_of(programs, pmt_PID);
+    if (position != programs.end() && position->pmt_PID == pmt_PID)
+        programs.erase(position);
+}
+} // namespace mpegcore

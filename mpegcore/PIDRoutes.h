@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "mpegcore/CAT.h"
+#include "mpegcore/PAT.h"
+#include "mpegcore/PMT.h"
+#include "mpegcore/PacketWrapper.h"
+#include "mpegcore/TransportPacket.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace mpegcore
+{
+/// What one PMT says of one PID. The first of these that holds for a packet decides, as in the order below.
+struct program_route
+{
+    unsigned short pmt_PID = 0;
+    unsigned short program_number = 0;
+    const CPMT* pmt = nullptr;                  ///< the current PMT of that PID
+    std::shared_ptr<CBaseStreamTypeMap> stream; ///< its stream entry, when the PID is an elementary_PID
+    bool is_PCR_PID = false;
+    std::uint32_t CA_count = 0; ///< CA descriptors of the program loop that name the PID
+};
+
+/// What PAT, PMTs and CAT together say of one PID.
+struct PID_route
+{
+    bool carries_PMT = false;            ///< in the PAT
+    std::uint32_t EMM_count = 0;         ///< CA descriptors of the CAT that name the PID
+    std::vector<program_route> programs; ///< ascending by pmt_PID
+
+    CPacketWrapper<CPMT>* pmt = nullptr;    ///< what was read on the PID itself, if it ever was in the PAT
+    std::vector<unsigned char> PMT_section; ///< the section that pmt->current was read from
+};
+
+/// The way from a PID to everything that the current tables say of it, kept up when a table changes so that no packet
+/// has to walk the tables.
+class PIDRoutes
+{
+public:
+    PIDRoutes() : m_routes(pid_count) {}
+
+    PID_route& operator[](unsigned short PID) { return m_routes[PID]; }
+
+    void set_PAT(const CPAT& pat);
+    void set_CAT(const CCAT& cat);
+    /// Takes the place of what an earlier PMT on the same PID said.
+    void set_PMT(unsigned short pmt_PID, const CPMT& pmt);
+    void clear();
+
+private:
+    program_route& find_or_add(unsigned short PID, unsigned short pmt_PID, const CPMT& pmt);
+    void remove(unsigned short PID, unsigned short pmt_PID);
+
+    std::vector<PID_route> m_routes;
+    // What to take back when the next table of the same kind comes.
+    std::vector<unsigned short> m_PMT_PIDs;
+    std::vector<unsigned short> m_EMM_PIDs;
+    std::map<unsigned short, std::vector<unsigned short>> m_program_PIDs;
+};
+} // namespace mpegcore

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "mpegcore/BaseMpegTable.h"
+#include "mpegcore/zqdescriptorlist.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+
+namespace mpegcore
+{
+/// One service of a service description section.
+class CServiceDescriptionSection
+{
+public:
+    CServiceDescriptionSection() = default;
+    virtual ~CServiceDescriptionSection() = default;
+    CServiceDescriptionSection(const CServiceDescriptionSection&) = delete;
+    CServiceDescriptionSection& operator=(const CServiceDescriptionSection&) = delete;
+
+    /// Replaces the fields and the descriptors of `target`, with descriptors_loop_length as the descriptors need it.
+    void copyTo(CServiceDescriptionSection* target) const;
+
+    template <class Self, class Io>
+    static bool syntax(Self& s, Io& io)
+    {
+        return io.bits(16, s.service_id) && io.bits(6, s.reserved_future_use) && io.bits(1, s.EIT_schedule_flag) &&
+               io.bits(1, s.EIT_present_following_flag) && io.bits(3, s.running_status) && io.bits(1, s.free_CA_mode) &&
+               io.length(12, s.descriptors_loop_length, s.descriptors.getSize()) &&
+               io.descriptors(s.descriptors_loop_length, s.descriptors);
+    }
+
+    std::uint16_t service_id = 0;
+    std::uint8_t reserved_future_use = 0; ///< 6 bits
+    std::uint8_t EIT_schedule_flag = 0;
+    std::uint8_t EIT_present_following_flag = 0;
+    std::uint8_t running_status = 0; ///< 3 bits
+    std::uint8_t free_CA_mode = 0;
+    std::uint16_t descriptors_loop_length = 0; ///< as read; written is the size of `descriptors`
+    ZQDescriptorList descriptors{ZQDescriptorType::TS};
+};
+
+/// Service description section (ETSI EN 300 468, 5.2.3).
+class CSDT : public CBaseMpegTable
+{
+public:
+    using CBaseMpegTable::CBaseMpegTable;
+
+    void Clear() override;
+    bool read(Reader& reader) override;
+    std::uint32_t calc_section_length() const override;
+    /// Always one section. False, with `used` 0, when it does not fit `buffer` or 4095 bytes of section_length.
+    [[nodiscard]] bool RenderTable();
+    void copyTo(CSDT* target) const;
+
+    std::uint16_t transport_stream_id = 0;
+    std::uint8_t reserved = 0; ///< 2 bits, behind transport_stream_id
+    std::uint8_t version_number = 0;
+    std::uint8_t current_next_indicator = 0;
+    std::uint8_t section_number = 0;
+    std::uint8_t last_section_number = 0;
+    std::uint16_t original_network_id = 0;
+    std::uint8_t reserved_future_use = 0; ///< 8 bits
+    std::map<std::uint16_t, std::shared_ptr<CServiceDescriptionSection>>
+        services; ///< by service_id; the last one stays
+    std::uint32_t CRC_32 = 0;
+
+private:
+    template <class Self, class Io>
+    static bool syntax(Self& t, Io& io);
+};
+} // namespace mpegcore

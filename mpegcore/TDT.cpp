@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "mpegcore/TDT.h"
+
+#include "mpegcore/TableSyntax.h"
+
+namespace mpegcore
+{
+namespace
+{
+constexpr std::uint8_t time_date_section = 0x70;
+constexpr std::uint32_t UTC_time_size = 5;
+} // namespace
+
+CTDT::CTDT(unsigned long utc, unsigned char* data, unsigned long size) : CBaseMpegTable(data, size), UTC_time(utc)
+{
+    table_id = time_date_section;
+    section_syntax_indicator = 0;
+    private_indicator = 0;
+    reserved = 3;
+    section_length = UTC_time_size;
+}
+
+bool CTDT::read(Reader& reader)
+{
+    return CBaseMpegTable::read(reader) && reader.availableBytes() >= UTC_time_size && reader.getBits<40>(UTC_time);
+}
+
+std::uint32_t CTDT::calc_section_length() const { return UTC_time_size; }
+
+bool CTDT::RenderTable()
+{
+    return render_section_without_crc([this](Writer& writer) { return TableWriter(writer).bits(40, UTC_time); });
+}
+
+void CTDT::copyTo(CTDT* target) const
+{
+    if (target == nullptr || target == this)
+        return;
+    copy_header(*target);
+    target->UTC_time = UTC_time;
+    target->section_length = static_cast<std::uint16_t>(target->calc_section_length());
+}
+} // namespace mpegcore

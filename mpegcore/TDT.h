@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "mpegcore/BaseMpegTable.h"
+
+#include <cstdint>
+
+namespace mpegcore
+{
+/// Time and date section (ETSI EN 300 468, 5.2.5). It has no CRC.
+class CTDT : public CBaseMpegTable
+{
+public:
+    using CBaseMpegTable::CBaseMpegTable;
+    /// A table ready to render. Deliberately, the bit behind section_syntax_indicator is 0, although DVB sets it.
+    CTDT(unsigned long utc, unsigned char* data, unsigned long size);
+
+    /// Ignores section_length; false only when fewer than 5 bytes follow the header.
+    bool read(Reader& reader) override;
+    std::uint32_t calc_section_length() const override;
+    /// False, with `used` 0, when `buffer` has fewer than 8 bytes.
+    [[nodiscard]] bool RenderTable();
+    void copyTo(CTDT* target) const;
+
+    std::uint64_t UTC_time = 0; ///< 40 bits: MJD and BCD hhmmss; CEventInfo converts
+};
+} // namespace mpegcore

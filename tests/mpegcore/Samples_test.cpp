@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/FlatJson.h"
+#include "support/RecordingParser.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <unistd.h>
+
+// Recorded streams in the folder ZQ_SAMPLE_DIR against NAME.expected.json, the number of every callback, and
+// NAME.tables.txt, one line per table.
+
+namespace
+{
+using zqtest::FlatJson;
+using zqtest::RecordingParser;
+
+std::string contents(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file) << path;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// Puts the parser's message into the lines, where it came.
+class SampleParser : public RecordingParser
+{
+public:
+    using RecordingParser::RecordingParser;
+
+    void OnProcess(unsigned int number, packet& p) override
+    {
+        RecordingParser::OnProcess(number, p);
+        std::fflush(stdout);
+        const auto written = lseek(STDOUT_FILENO, 0, SEEK_CUR);
+        if (written == written_)
+            return;
+        written_ = written;
+        ++count["eit_pkt_skip_lines"];
+        lines.push_back(std::to_string(index) + " \"mpegcore: eit pkt skip\"");
+    }
+
+private:
+    off_t written_ = 0;
+};
+
+RecordingParser::counts expected_counts(const std::filesystem::path& path)
+{
+    RecordingParser::counts counts;
+    for (const auto& [name, value] : FlatJson::parse(contents(path))) {
+        const auto group = name.substr(0, name.find('/'));
+        for (const char* compared : {"consumed", "bytes_skipped_looking_for_sync", "callbacks", "eit_pkt_skip_lines",
+                                     "callbacks_by_table_id", "OnPES_per_pid", "OnPCR_per_pid", "OnECM_per_pid",
+                                     "OnEMM_per_pid", "onOtherPid_per_pid", "bitrate_at_end"})
+            if (group == compared)
+                counts[name] = std::stol(value);
+    }
+    return counts;
+}
+
+std::vector<std::string> expected_lines(const std::filesystem::path& path)
+{
+    std::istringstream text(contents(path));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(text, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+std::vector<std::string> sample_names()
+{
+    std::vector<std::string> names;
+    const char* folder = std::getenv("ZQ_SAMPLE_DIR");
+    if (folder == nullptr)
+        return names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        if (std::filesystem::exists(std::filesystem::path(entry.path()).replace_extension(".tables.txt")))
+            names.push_back((entry.path().parent_path() / entry.path().stem()).string());
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+}
+
+void check(const std::string& name, std::size_t piece)
+{
+    SCOPED_TRACE(name + " in pieces of " + std::to_string(piece));
+    std::string data = contents(name + ".ts");
+    SampleParser parser(true);
+    long consumed = 0;
+    testing::internal::CaptureStdout();
+    for (std::size_t at = 0; at < data.size(); at += piece)
+        consumed += static_cast<long>(
+            parser.Process(reinterpret_cast<unsigned char*>(data.data()) + at, std::min(piece, data.size() - at)));
+    static_cast<void>(testing::internal::GetCapturedStdout());
+
+    auto& counts = parser.count;
+    counts["consumed"] = consumed;
+    counts["bytes_skipped_looking_for_sync"] = consumed - 188 * counts["callbacks/OnPreProcess"];
+    counts["eit_pkt_skip_lines"] += 0;
+    for (unsigned PID = 0; PID < mpegcore::pid_count; ++PID)
+        if (parser.m_PIDs[PID].bitrate != 0)
+            counts["bitrate_at_end/" + zqtest::text("0x%04x", PID)] = parser.m_PIDs[PID].bitrate;
+    EXPECT_EQ(counts, expected_counts(name + ".expected.json"));
+    const auto lines = expected_lines(name + ".tables.txt");
+    ASSERT_EQ(parser.lines.size(), lines.size());
+    for (std::size_t at = 0; at < lines.size(); ++at)
+        ASSERT_EQ(parser.lines[at], lines[at]);
+}
+
+class Samples : public testing::TestWithParam<std::size_t>
+{};
+} // namespace
+
+TEST_P(Samples, GiveTheExpectedCallbacksAndTables)
+{
+    const auto names = sample_names();
+    if (names.empty())
+        GTEST_SKIP() << "ZQ_SAMPLE_DIR names no folder with samples";
+    for (const auto& name : names)
+        check(name, GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(InPieces, Samples, testing::Values(std::size_t{1} << 30, std::size_t{1}, std::size_t{1316}),
+                         [](const auto& piece) {
+                             return piece.param == 1 ? "OfAByte" : piece.param == 1316 ? "OfADatagram" : "OfTheWhole";
+                         });
