@@ -2,6 +2,7 @@
 #pragma once
 // In this order: the library's headers need each other.
 // clang-format off
+#include <cstdint>
 #include <sys/types.h>
 #include <dvbpsi/dvbpsi.h>
 #include <dvbpsi/psi.h>

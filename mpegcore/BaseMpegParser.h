@@ -26,9 +26,9 @@ namespace mpegcore
 /// units of every PID, reads the PSI/SI tables and reports all of it through the callbacks, which a subclass
 /// overrides and which run inside Process, on its thread.
 ///
-/// Rules for callbacks: they must not call Process or Clear, must not change the tables or the adaptation field they
-/// are given, and must not throw. Packet pointers hold during the call. Table pointers hold until the next section of
-/// the same kind (for a PMT: on the same PID) was read, or until Clear; they are never the callback's to delete.
+/// Rules for callbacks: they must not call Process or Clear, must not change the tables they are given, and must not
+/// throw. Packet pointers hold during the call. Table pointers hold until the next section of the same kind (for a
+/// PMT: on the same PID) was read, or until Clear; they are never the callback's to delete.
 ///
 /// By design there is no filter for versions or repetitions, and no check of continuity_counter,
 /// transport_error_indicator or transport_scrambling_control. The section is taken to begin right behind the
@@ -120,7 +120,7 @@ private:
     static const table_row table_rows[];
 
     unsigned long process_packets(unsigned char* data, unsigned long size, unsigned long end);
-    void process_packet(transport_packet& packet, unsigned char* data);
+    void prefetch(const unsigned char* data);
     void append_to_carry(const unsigned char* data, std::size_t size);
     void carry_over(const unsigned char* data, std::size_t size);
 
@@ -128,7 +128,7 @@ private:
     void parse_section(unsigned short PID);
     template <auto Wrapper, auto Callback>
     void parse_table(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
-    bool parse_PMT(unsigned short PID);
+    void parse_PMT(unsigned short PID, CBaseMpegProgram& program);
     void route_packet(transport_packet& packet, CDataAccumulator* unit);
     void report_program(const program_route& route, transport_packet& packet, CDataAccumulator* unit);
 

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
-#include <utility>
 
 namespace mpegcore
 {
@@ -26,31 +25,11 @@ void CBasePID::clear()
         completed->size = 0;
 }
 
-CDataAccumulator* CBasePID::accumulate_any(const transport_packet& packet)
+void CBasePID::create_buffers()
 {
-    if (completed == nullptr) {
-        if (collecting == nullptr)
-            collecting = new CDataAccumulator(first_capacity);
-        completed = new CDataAccumulator(first_capacity);
-    }
-    if ((packet.adaptation_field_control & 1U) == 0)
-        return nullptr;
-    CDataAccumulator* result = nullptr;
-    if (packet.payload_unit_start_indicator != 0) {
-        std::swap(collecting, completed);
-        collecting->size = 0;
-        started = 1;
-        result = completed;
-    } else if (started == 0) {
-        return nullptr;
-    }
-    const std::size_t needed = collecting->size + packet.payload_size;
-    if (needed > collecting->capacity && !grow(needed)) {
-        discard_unit();
-        return result;
-    }
-    collecting->addData(packet.payload, packet.payload_size);
-    return result;
+    if (collecting == nullptr)
+        collecting = new CDataAccumulator(first_capacity);
+    completed = new CDataAccumulator(first_capacity);
 }
 
 // CDataAccumulator grows by what is needed plus 4095 bytes, which costs quadratic time over a long unit; here the
@@ -68,23 +47,20 @@ bool CBasePID::grow(std::size_t needed)
     return budget == nullptr || budget->take(capacity - old_capacity);
 }
 
-// The completed unit may be the one just returned: it keeps its buffer until the next start.
-void CBasePID::discard_unit()
+/// The buffer shrinks to its first size. The completed unit, which may just be on its way to a callback, keeps its own.
+/// Always false.
+bool CBasePID::discard_unit()
 {
     started = 0;
-    shrink(collecting);
-}
-
-void CBasePID::shrink(CDataAccumulator*& unit)
-{
-    unit->size = 0;
-    if (unit->capacity == first_capacity)
-        return;
-    auto first = std::make_unique<CDataAccumulator>(first_capacity);
-    if (budget != nullptr)
-        budget->give_back(unit->capacity - first_capacity);
-    delete unit;
-    unit = first.release();
+    if (collecting->capacity > first_capacity) {
+        auto first = std::make_unique<CDataAccumulator>(first_capacity);
+        if (budget != nullptr)
+            budget->give_back(collecting->capacity - first_capacity);
+        delete collecting;
+        collecting = first.release();
+    }
+    collecting->size = 0;
+    return false;
 }
 
 std::int64_t CBasePID::putPCR(const transport_packet& packet)

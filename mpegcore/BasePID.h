@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 namespace mpegcore
 {
@@ -34,7 +35,7 @@ private:
 /// PSI sections) being collected from one payload_unit_start_indicator to the next.
 ///
 /// Memory: two buffers of 4095 bytes from the first packet on; a buffer that fills up is doubled. A unit that would
-/// pass `max_unit_size`, or for which the budget has nothing left, is discarded, and both buffers shrink to their
+/// pass `max_unit_size`, or for which the budget has nothing left, is discarded, and its buffer shrinks to its
 /// first size; collecting begins afresh with the next unit start.
 class CBasePID
 {
@@ -68,14 +69,22 @@ public:
     /// The collecting of putPacket.
     CDataAccumulator* accumulation(const transport_packet& packet)
     {
-        // The usual packet, full and in the middle of a unit that has room; a copy of fixed size takes no call.
-        // The order keeps the compiler from reading both header fields at once, which would wait for their stores.
-        if (packet.payload_unit_start_indicator != 0 || started == 0 || packet.adaptation_field_control != 1 ||
-            packet.payload_size != ts_payload_size || collecting->capacity - collecting->size < ts_payload_size)
-            return accumulate_any(packet);
-        std::memcpy(collecting->data + collecting->size, packet.payload, ts_payload_size);
-        collecting->size += ts_payload_size;
-        return nullptr;
+        if (completed == nullptr)
+            create_buffers();
+        if ((packet.adaptation_field_control & 1U) == 0)
+            return nullptr;
+        CDataAccumulator* result = nullptr;
+        if (packet.payload_unit_start_indicator != 0) {
+            std::swap(collecting, completed);
+            collecting->size = 0;
+            started = 1;
+            result = completed;
+        } else if (started == 0) {
+            return nullptr;
+        }
+        if (make_room(packet.payload_size))
+            append(packet);
+        return result;
     }
     /// Growth of this PID's buffers is taken from `shared_budget`, which must outlive the PID; null: only
     /// max_unit_size limits. To be set before the first packet.
@@ -89,11 +98,36 @@ public:
     CDataAccumulator* completed = nullptr;  ///< owned; the unit before it
     std::uint8_t started = 0;               ///< 1 once a unit start was seen
 
+    /// Hints that the unit will be appended to soon: first prefetch_buffer, a while later prefetch_end.
+    void prefetch_buffer() const { __builtin_prefetch(collecting); }
+    void prefetch_end() const
+    {
+        if (collecting == nullptr)
+            return;
+        const unsigned char* const end = collecting->data + collecting->size;
+        for (unsigned long at = 0; at < ts_payload_size; at += 64)
+            __builtin_prefetch(end + at, 1);
+    }
+
 private:
-    CDataAccumulator* accumulate_any(const transport_packet& packet);
+    void create_buffers();
+    /// False when there is no room, the unit being discarded.
+    [[nodiscard]] bool make_room(std::size_t size)
+    {
+        return size <= collecting->capacity - collecting->size || grow(collecting->size + size) || discard_unit();
+    }
+    void append(const transport_packet& packet)
+    {
+        unsigned char* const end = collecting->data + collecting->size;
+        // With its size known at compile time, the usual copy takes no call.
+        if (packet.payload_size == ts_payload_size)
+            std::memcpy(end, packet.payload, ts_payload_size);
+        else
+            std::memcpy(end, packet.payload, packet.payload_size);
+        collecting->size += packet.payload_size;
+    }
     [[nodiscard]] bool grow(std::size_t needed);
-    void discard_unit();
-    void shrink(CDataAccumulator*& unit);
+    bool discard_unit();
 
     payload_unit_budget* budget = nullptr;
 };

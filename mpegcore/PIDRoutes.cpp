@@ -84,6 +84,7 @@ program_route& PIDRoutes::find_or_add(unsigned short PID, unsigned short pmt_PID
         return *position;
     program_route route;
     route.pmt_PID = pmt_PID;
+    route.program_number = pmt.program_number;
     route.pmt = &pmt;
     return *programs.insert(position, std::move(route));
 }

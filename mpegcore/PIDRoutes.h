@@ -6,7 +6,7 @@
 #include "mpegcore/PacketWrapper.h"
 #include "mpegcore/TransportPacket.h"
 
-#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <vector>
@@ -17,18 +17,22 @@ namespace mpegcore
 struct program_route
 {
     unsigned short pmt_PID = 0;
+    unsigned short program_number = 0;
     const CPMT* pmt = nullptr;                  ///< the current PMT of that PID
     std::shared_ptr<CBaseStreamTypeMap> stream; ///< its stream entry, when the PID is an elementary_PID
     bool is_PCR_PID = false;
-    std::size_t CA_count = 0; ///< CA descriptors of the program loop that name the PID
+    std::uint32_t CA_count = 0; ///< CA descriptors of the program loop that name the PID
 };
 
 /// What PAT, PMTs and CAT together say of one PID.
 struct PID_route
 {
     bool carries_PMT = false;            ///< in the PAT
-    std::size_t EMM_count = 0;           ///< CA descriptors of the CAT that name the PID
+    std::uint32_t EMM_count = 0;         ///< CA descriptors of the CAT that name the PID
     std::vector<program_route> programs; ///< ascending by pmt_PID
+
+    CPacketWrapper<CPMT>* pmt = nullptr;    ///< what was read on the PID itself, if it ever was in the PAT
+    std::vector<unsigned char> PMT_section; ///< the section that pmt->current was read from
 };
 
 /// The way from a PID to everything that the current tables say of it, kept up when a table changes so that no packet
@@ -38,7 +42,7 @@ class PIDRoutes
 public:
     PIDRoutes() : m_routes(pid_count) {}
 
-    const PID_route& operator[](unsigned short PID) const { return m_routes[PID]; }
+    PID_route& operator[](unsigned short PID) { return m_routes[PID]; }
 
     void set_PAT(const CPAT& pat);
     void set_CAT(const CCAT& cat);

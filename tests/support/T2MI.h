@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/T2MIToTS.h"
+#include "support/ByteTable.h"
 #include "support/Stream.h"
+#include "support/descriptor_loops.h"
 
 #include <array>
 #include <cstdint>
@@ -80,7 +82,7 @@ inline Bytes PAT_of(const std::vector<unsigned>& pmt_PIDs)
     Bytes body{0, 1, 0xC1, 0, 0};
     for (const unsigned PID : pmt_PIDs)
         body = body + big_endian(PID, 2) + big_endian(0xE000U | PID, 2);
-    return section(0x00, body);
+    return section_of(0x00, body);
 }
 
 struct PMT_stream
@@ -95,7 +97,7 @@ inline Bytes PMT_of(const std::vector<PMT_stream>& streams)
     for (const auto& stream : streams)
         body = body + Bytes{static_cast<unsigned char>(stream.stream_type)} + big_endian(0xE000U | stream.PID, 2) +
                Bytes{0xF0, 0};
-    return section(0x02, body);
+    return section_of(0x02, body);
 }
 
 /// A stream in which the T2-MI PID is known.

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The first byte picks a dictionary or a class, the rest is read by it. What was read must come back when it is
+// written, also from a copy, and never store outside the room it is given.
+#include "support/descriptor_classes.h"
+
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <tuple>
+#include <utility>
+
+namespace
+{
+using namespace mpegcore;
+using Reader = ZQSDK::ZQBSReaderT<unsigned char*>;
+using Writer = ZQSDK::ZQBSWriterT<unsigned char*>;
+using Classes = zqtest::descriptor_classes<std::tuple>;
+
+constexpr std::size_t largest = 1024;
+constexpr unsigned char untouched = 0xA5;
+
+void require(bool held)
+{
+    if (!held)
+        std::abort();
+}
+
+struct Written
+{
+    template <class Source>
+    Written(const Source& source, std::size_t room)
+    {
+        bytes[room] = untouched;
+        Writer writer(bytes.data(), room);
+        if constexpr (std::is_base_of_v<base_descriptor, Source>)
+            whole = source.write(writer);
+        else
+            source.write(writer);
+        writer.flush();
+        size = writer.bytesWritten();
+        require(size <= room && bytes[room] == untouched);
+    }
+
+    bool starts(const unsigned char* data) const { return std::memcmp(bytes.data(), data, size) == 0; }
+
+    std::array<unsigned char, largest + 1> bytes;
+    std::size_t size = 0;
+    bool whole = true;
+};
+
+template <class T>
+void read_class(unsigned char* data, std::size_t size)
+{
+    Reader reader(data, size);
+    T d;
+    if (!d.read(reader))
+        return;
+    const Written all(d, largest);
+    require(all.whole);
+    // A conditional access descriptor is the only one that may give back less than it consumed.
+    const std::size_t consumed = size - reader.availableBytes();
+    if (!std::is_same_v<T, CA_descriptor> || data[1] <= 198)
+        require(all.size == consumed && all.starts(data));
+
+    const auto copy = d.create();
+    d.copyTo(copy.get());
+    const Written of_copy(static_cast<const T&>(*copy), largest);
+    require(of_copy.size == all.size && of_copy.starts(all.bytes.data()));
+
+    const Written cut(d, all.size - 1);
+    require(cut.size == all.size - 1 && cut.starts(all.bytes.data()) && !cut.whole);
+}
+
+void read_list(ZQDescriptorType type, unsigned char* data, std::size_t size)
+{
+    Reader reader(data, size);
+    ZQDescriptorList list(type);
+    static_cast<void>(list.read(reader));
+    const Written all(list, largest);
+    require(list.size() <= size / 2 && all.size <= size);
+    if (list.find<CA_descriptor>() == nullptr)
+        require(all.starts(data));
+    for (const auto& descriptor : list)
+        require(list.find(descriptor->descriptor_tag) != nullptr);
+
+    ZQDescriptorList copy(type);
+    list.copyTo(copy);
+    require(copy.size() == list.size() && copy.getSize() == list.getSize());
+    const Written of_copy(copy, largest);
+    require(of_copy.size == all.size && of_copy.starts(all.bytes.data()));
+    static_cast<void>(Written(list, all.size / 2));
+}
+
+template <std::size_t... At>
+constexpr auto class_readers(std::index_sequence<At...> /*all*/)
+{
+    return std::array{&read_class<std::tuple_element_t<At, Classes>>...};
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t size)
+{
+    if (size == 0 || size > largest)
+        return 0;
+    static constexpr auto readers = class_readers(std::make_index_sequence<std::tuple_size_v<Classes>>());
+    // The reader's interface is not const; it does not write.
+    auto* const data = const_cast<unsigned char*>(input + 1);
+    const std::size_t choice = input[0] % (readers.size() + 2);
+    if (choice < readers.size())
+        readers[choice](data, size - 1);
+    else
+        read_list(choice == readers.size() ? ZQDescriptorType::TS : ZQDescriptorType::SCTE35, data, size - 1);
+    return 0;
+}

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "mpegcore/Syntax.h"
+#include "mpegcore/base_descriptor.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace zqtest
+{
+/// Walks a syntax over an object and hands every field to `Visit`: as (width, field) for numbers and as bytes of width
+/// 8. Vectors are visited as long as they are, arrays whole, wherever the stored lengths end them.
+template <class Visit>
+class FieldWalk : public mpegcore::SyntaxBody
+{
+public:
+    static constexpr bool reading = false;
+
+    explicit FieldWalk(Visit visit) : visit_(std::move(visit)) {}
+
+    template <class T>
+    bool bits(unsigned width, T& field)
+    {
+        passed_bits(width);
+        visit_(width, field);
+        return true;
+    }
+
+    template <class Storage>
+    bool bytes(Storage& storage)
+    {
+        return bytes(storage.size(), storage);
+    }
+
+    template <class Storage>
+    bool bytes(std::size_t count, Storage& storage)
+    {
+        passed_bytes(count);
+        for (auto& byte : storage)
+            visit_(8, byte);
+        return true;
+    }
+
+    template <class Length, class Storage>
+    bool text(unsigned width, Length& length, Storage& storage)
+    {
+        return bits(width, length) && bytes(length, storage);
+    }
+
+    template <class Storage>
+    bool rest(Storage& storage)
+    {
+        return bytes(body_left(), storage);
+    }
+
+    template <class List>
+    bool entries(std::size_t /*size*/, List& list)
+    {
+        for (auto& record : list)
+            entry(record, record);
+        return true;
+    }
+
+    template <class List>
+    bool counted(std::size_t /*count*/, List& list)
+    {
+        return entries(0, list);
+    }
+
+private:
+    // The second argument only chooses the overload: a shared entry is walked where it lies.
+    template <class Entry, class Record>
+    void entry(Entry& record, const Record& /*itself*/)
+    {
+        Record::syntax(record, *this);
+    }
+
+    template <class Entry, class Record>
+    void entry(Entry& record, const std::shared_ptr<Record>& /*itself*/)
+    {
+        Record::syntax(*record, *this);
+    }
+
+    Visit visit_;
+};
+
+/// Tag, stored length and every field that the syntax of `d` walks over, for comparing objects.
+template <class T>
+std::vector<std::uint64_t> fields(const T& d)
+{
+    std::vector<std::uint64_t> values{d.descriptor_tag, d.descriptor_length};
+    FieldWalk io([&values](unsigned /*width*/, const auto& field) { values.push_back(field); });
+    io.open_body(d.descriptor_length);
+    T::syntax(d, io);
+    return values;
+}
+
+/// Changes every field that the syntax of `d` walks over, in place, and its stored length.
+template <class T>
+void change(T& d)
+{
+    FieldWalk io(
+        [](unsigned /*width*/, auto& field) { field = static_cast<std::decay_t<decltype(field)>>(field ^ 1U); });
+    io.open_body(d.descriptor_length);
+    T::syntax(d, io);
+    d.descriptor_length ^= 1U;
+}
+} // namespace zqtest
