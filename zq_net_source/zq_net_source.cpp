@@ -18,11 +18,25 @@ constexpr auto downstream_grace = 200ms;
 /// The same once downstream is out of service, when every push comes back at once unless something is broken.
 constexpr auto teardown_grace = 1000ms;
 
-struct pushed_event
+/// An event on its way to the pad on another thread.
+struct push_event_call
 {
     std::shared_ptr<zq_net_pad> pad;
     GstEvent* event;
 };
+
+void run_push_event(GstElement*, gpointer data)
+{
+    auto* const call = static_cast<push_event_call*>(data);
+    gst_pad_push_event(call->pad->pad.get(), gst_event_ref(call->event));
+}
+
+void release_push_event(gpointer data)
+{
+    auto* const call = static_cast<push_event_call*>(data);
+    gst_event_unref(call->event);
+    delete call;
+}
 
 class object_lock
 {
@@ -163,15 +177,7 @@ bool zq_net_source::send_event(GstEvent* event)
     if (GST_EVENT_TYPE(event) != GST_EVENT_EOS)
         return parent_class_->send_event(element_, event) != FALSE;
     // On a thread of its own: the caller holds the state lock, which a sink that prerolls with this event needs.
-    const auto push = [](GstElement*, gpointer data) {
-        const auto* const pushed = static_cast<pushed_event*>(data);
-        gst_pad_push_event(pushed->pad->pad.get(), gst_event_ref(pushed->event));
-    };
-    const auto release = [](gpointer data) {
-        const std::unique_ptr<pushed_event> pushed{static_cast<pushed_event*>(data)};
-        gst_event_unref(pushed->event);
-    };
-    gst_element_call_async(element_, push, new pushed_event{pad_, event}, release);
+    gst_element_call_async(element_, run_push_event, new push_event_call{pad_, event}, release_push_event);
     return true;
 }
 
