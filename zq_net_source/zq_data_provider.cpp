@@ -1,11 +1,23 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "zq_net_source/zq_data_provider.h"
 
+#include "zq_net_source/zq_net_buffer_pool.h"
 #include "zq_net_source/zq_udp_source.h"
 
 #include <algorithm>
 #include <cstring>
 #include <string>
+
+namespace
+{
+/// GST_FLOW_EOS: all buffers are in use.
+GstFlowReturn acquire_without_waiting(GstBufferPool* pool, GstBuffer*& buffer)
+{
+    GstBufferPoolAcquireParams params{};
+    params.flags = GST_BUFFER_POOL_ACQUIRE_FLAG_DONTWAIT;
+    return gst_buffer_pool_acquire_buffer(pool, &buffer, &params);
+}
+} // namespace
 
 zq_data_provider::zq_data_provider(zq_net_pad& pad, std::shared_ptr<GstBufferPool> pool, zq_net_statistics& statistics)
     : pad_{pad}, pool_{std::move(pool)}, statistics_{statistics}
@@ -27,6 +39,22 @@ GstBuffer* zq_data_provider::get_free_buffer(std::shared_ptr<GstBufferPool>& poo
     return buffer;
 }
 
+/// Some elements hold more buffers than a pool has before they pass any on: a file sink alone waits for 64 KiB. A pool
+/// that has run dry is therefore extended by the reserve; only when that is used up too does the thread wait.
+GstBuffer* zq_data_provider::take_buffer()
+{
+    GstBuffer* buffer = nullptr;
+    if (!pool_)
+        return nullptr;
+    if (const auto flow = acquire_without_waiting(pool_.get(), buffer); flow != GST_FLOW_EOS)
+        return flow == GST_FLOW_OK ? buffer : nullptr;
+    if (!reserve_)
+        reserve_ = create_reserve_pool();
+    if (acquire_without_waiting(reserve_.get(), buffer) == GST_FLOW_OK)
+        return buffer;
+    return get_free_buffer(pool_);
+}
+
 bool zq_data_provider::push_data(std::uint64_t timestamp, unsigned char* data, std::uint64_t size, bool whole)
 {
     const std::uint64_t sync_size = whole ? 0 : 1;
@@ -46,7 +74,7 @@ bool zq_data_provider::push_data(std::uint64_t timestamp, unsigned char* data, s
 
 bool zq_data_provider::open_buffer(std::uint64_t timestamp)
 {
-    GstBuffer* buffer = get_free_buffer(pool_);
+    GstBuffer* buffer = take_buffer();
     if (buffer == nullptr)
         return false;
     buffer_ = gst_buffer_make_writable(buffer);
@@ -62,7 +90,7 @@ bool zq_data_provider::open_buffer(std::uint64_t timestamp)
     return true;
 }
 
-/// Moves on in a larger buffer of our own when downstream's is too small or cannot be written.
+/// Moves on in a larger buffer of our own when the pool's is too small or cannot be written.
 bool zq_data_provider::make_room(std::uint64_t need)
 {
     if (mapped_ && fill_ + need <= map_.size)
@@ -76,6 +104,8 @@ bool zq_data_provider::make_room(std::uint64_t need)
         std::memcpy(larger_map.data, map_.data, fill_);
     unmap();
     gst_buffer_copy_into(larger.get(), buffer_, GST_BUFFER_COPY_METADATA, 0, static_cast<gsize>(-1));
+    // The pool's buffer counts as used as long as the larger one lives, so the pool's limit holds for both.
+    gst_buffer_add_parent_buffer_meta(larger.get(), buffer_);
     gst_buffer_unref(buffer_);
     buffer_ = larger.release();
     map_ = larger_map;

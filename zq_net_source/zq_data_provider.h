@@ -29,6 +29,7 @@ public:
     [[nodiscard]] static GstBuffer* get_free_buffer(std::shared_ptr<GstBufferPool>& pool);
 
 private:
+    GstBuffer* take_buffer();
     bool open_buffer(std::uint64_t timestamp);
     bool make_room(std::uint64_t need);
     void unmap();
@@ -40,6 +41,7 @@ private:
 
     zq_net_pad& pad_;
     std::shared_ptr<GstBufferPool> pool_;
+    std::shared_ptr<GstBufferPool> reserve_; // made when the pool first runs dry
     GstBuffer* buffer_ = nullptr;
     bool mapped_ = false;
     GstMapInfo map_{};

@@ -55,6 +55,14 @@ std::shared_ptr<GstBufferPool> create_net_buffer_pool(std::uint32_t size, std::u
     return pool;
 }
 
+std::shared_ptr<GstBufferPool> create_reserve_pool()
+{
+    std::shared_ptr<GstBufferPool> pool{gst_buffer_pool_new(), gst_object_unref};
+    if (configure(pool.get(), nullptr, {zq_reserve_buffer_size, 0, zq_reserve_buffers}))
+        gst_buffer_pool_set_active(pool.get(), TRUE);
+    return pool;
+}
+
 std::shared_ptr<GstBufferPool> adopt_buffer_pool(GstBufferPool* pool, GstCaps* caps, zq_pool_limits proposed)
 {
     auto limits = zq_downstream_pool_limits(proposed);

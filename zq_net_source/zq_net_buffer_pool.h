@@ -16,6 +16,10 @@ struct zq_pool_limits
 /// Smallest buffer of the element's own pool: it holds any datagram behind an almost full group of packets.
 inline constexpr std::uint32_t zq_least_buffer_size = 829440;
 
+/// Most buffers, and bytes of each, that the reserve adds to a pool which downstream has used up.
+inline constexpr std::uint32_t zq_reserve_buffers = 4096;
+inline constexpr std::uint32_t zq_reserve_buffer_size = 4096;
+
 /// Limits of the element's own pool from what an allocation query proposed (0: no wish). The result may name a
 /// minimum above its maximum: (0, 0, 20) gives 30 and 20.
 [[nodiscard]] zq_pool_limits zq_own_pool_limits(zq_pool_limits proposed);
@@ -27,6 +31,9 @@ inline constexpr std::uint32_t zq_least_buffer_size = 829440;
 /// configured or activated is returned all the same: it hands out no buffers.
 [[nodiscard]] std::shared_ptr<GstBufferPool> create_net_buffer_pool(std::uint32_t size, std::uint32_t min_buffers,
                                                                     std::uint32_t max_buffers);
+
+/// An active pool of small buffers, none of them allocated before it is asked for.
+[[nodiscard]] std::shared_ptr<GstBufferPool> create_reserve_pool();
 
 /// Takes over the reference to a pool that downstream proposed: configures it for `caps` and activates it. Releasing
 /// the result deactivates the pool.

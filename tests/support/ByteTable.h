@@ -4,6 +4,7 @@
 #include "mpegcore/CRC.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 namespace zqtest
@@ -61,18 +62,26 @@ public:
     bool body_is_good = true;
 };
 
-/// A section with a good CRC: table_id, the syntax indicator set, the reserved bits set, the body, the CRC.
-inline std::vector<unsigned char> section_of(std::uint8_t table_id, const std::vector<std::uint8_t>& body)
+/// Appends the CRC_32 by the reference form.
+inline std::vector<unsigned char> with_crc(std::vector<unsigned char> bytes)
+{
+    const std::uint32_t crc = mpegcore::crc32_mpeg2_bytewise(bytes.data(), bytes.size());
+    for (int shift = 24; shift >= 0; shift -= 8)
+        bytes.push_back(static_cast<unsigned char>(crc >> shift));
+    return bytes;
+}
+
+/// A section with a good CRC: table_id, the bits `flags` behind it (the syntax indicator and the reserved bits set),
+/// the length, the body, the CRC.
+inline std::vector<unsigned char> section_of(std::uint8_t table_id, const std::vector<std::uint8_t>& body,
+                                             unsigned flags = 0xB)
 {
     const std::size_t length = body.size() + 4;
-    std::vector<unsigned char> bytes(3 + length);
+    std::vector<unsigned char> bytes(3 + body.size());
     bytes[0] = table_id;
-    bytes[1] = static_cast<unsigned char>(0xB0 | length >> 8);
+    bytes[1] = static_cast<unsigned char>(flags << 4 | length >> 8);
     bytes[2] = static_cast<unsigned char>(length);
     std::copy(body.begin(), body.end(), bytes.begin() + 3);
-    const std::uint32_t crc = mpegcore::crc32_mpeg2_bytewise(bytes.data(), bytes.size() - 4);
-    for (std::size_t at = 0; at < 4; ++at)
-        bytes[bytes.size() - 4 + at] = static_cast<unsigned char>(crc >> (24 - 8 * at));
-    return bytes;
+    return with_crc(std::move(bytes));
 }
 } // namespace zqtest

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/CRC.h"
 #include "mpegcore/TransportPacket.h"
 
 #include <algorithm>
@@ -13,31 +12,6 @@
 namespace zqtest
 {
 using Bytes = std::vector<unsigned char>;
-
-/// Appends the CRC_32 of ISO/IEC 13818-1, Annex A, computed by the reference form.
-inline Bytes with_crc(Bytes section)
-{
-    const std::uint32_t crc = mpegcore::crc32_mpeg2_bytewise(section.data(), section.size());
-    for (int shift = 24; shift >= 0; shift -= 8)
-        section.push_back(static_cast<unsigned char>(crc >> shift));
-    return section;
-}
-
-/// A section of `table_id` with this body between section_length and CRC_32; `flags` are the high 4 bits behind
-/// table_id.
-inline Bytes section(unsigned char table_id, const Bytes& body, unsigned flags = 0xB)
-{
-    const std::size_t length = body.size() + 4;
-    Bytes bytes{table_id, static_cast<unsigned char>(flags << 4 | length >> 8), static_cast<unsigned char>(length)};
-    bytes.insert(bytes.end(), body.begin(), body.end());
-    return with_crc(bytes);
-}
-
-inline Bytes operator+(Bytes left, const Bytes& right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
 
 /// Builds transport packets one behind the other, counting continuity_counter per PID.
 class Stream

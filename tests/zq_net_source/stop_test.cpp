@@ -3,6 +3,7 @@
 #include "support/element.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
+#include "zq_net_source/zq_net_buffer_pool.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -225,7 +226,8 @@ TEST(Stop, LeavesASinkThatBlocksForEverToItsThreadWhenTheElementGoes)
 TEST(Stop, WakesAThreadThatWaitsForAFreeBuffer)
 {
     const support::watchdog guard;
-    // Keeps every buffer, so that the pool runs dry.
+    // Keeps every buffer, so that pool and reserve run dry.
+    const std::size_t all_buffers = 40 + zq_reserve_buffers;
     std::mutex mutex;
     std::vector<zq_buffer_pointer> kept;
     support::test_sink sink{[&](GstBuffer* buffer) {
@@ -239,12 +241,16 @@ TEST(Stop, WakesAThreadThatWaitsForAFreeBuffer)
     gst_pad_link(support::pad_of(source, "src_net").get(), sink.pad());
     support::set_state(source, GST_STATE_PLAYING);
     const support::udp_sender sender{"127.0.0.1", port};
-    for (unsigned i = 0; i < 60; ++i)
-        sender.send(pattern(1316, i));
-    ASSERT_TRUE(eventually([&] {
+    const auto kept_so_far = [&] {
         const std::lock_guard lock{mutex};
-        return kept.size() == 40;
-    }));
+        return kept.size();
+    };
+    for (std::size_t sent = 0; sent < all_buffers + 20; sent += 20) {
+        for (unsigned i = 0; i < 20; ++i)
+            sender.send(pattern(1316, i));
+        ASSERT_TRUE(eventually([&] { return kept_so_far() >= std::min(sent + 20, all_buffers); }));
+    }
+    EXPECT_EQ(kept_so_far(), all_buffers);
     EXPECT_EQ(figure(source, "Last error"), "") << "an exhausted pool is back-pressure, not loss";
     support::set_state(source, GST_STATE_PAUSED);
     EXPECT_EQ(receive_threads(), 0);

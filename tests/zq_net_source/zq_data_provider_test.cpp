@@ -25,12 +25,26 @@ std::shared_ptr<GstBufferPool> active_pool(GstBufferPool* pool, guint size)
             }};
 }
 
+std::size_t free_buffers(GstBufferPool* pool)
+{
+    std::vector<zq_buffer_pointer> taken;
+    GstBufferPoolAcquireParams no_wait{};
+    no_wait.flags = GST_BUFFER_POOL_ACQUIRE_FLAG_DONTWAIT;
+    for (GstBuffer* buffer = nullptr; gst_buffer_pool_acquire_buffer(pool, &buffer, &no_wait) == GST_FLOW_OK;)
+        taken.emplace_back(buffer);
+    return taken.size();
+}
+
 /// A provider on a pad whose other end answers every buffer with `flow`.
 class providing
 {
 public:
     explicit providing(std::shared_ptr<GstBufferPool> pool = create_net_buffer_pool(0, 0, 0))
-        : sink_{[this](GstBuffer*) { return flow; }},
+        : sink_{[this](GstBuffer* buffer) {
+              if (keep != nullptr)
+                  keep->emplace_back(gst_buffer_ref(buffer));
+              return flow;
+          }},
           pad_{make_pad()},
           recorder{pad_.pad.get()},
           provider{pad_, std::move(pool), statistics_}
@@ -52,6 +66,7 @@ public:
     GstPad* pad() const { return pad_.pad.get(); }
 
     GstFlowReturn flow = GST_FLOW_OK;
+    std::vector<zq_buffer_pointer>* keep = nullptr; ///< where downstream holds on to buffers, if it does
 
 private:
     static zq_net_pad make_pad()
@@ -211,6 +226,38 @@ TEST(DataProvider, MovesOnInALargerBufferWhenDownstreamsIsTooSmall)
     EXPECT_TRUE(buffers[0].live);
     EXPECT_EQ(buffers[1].bytes, pattern(1400, 3));
     EXPECT_EQ(buffers[1].offset, 1316U);
+    EXPECT_EQ(stand.last_error(), "");
+}
+
+TEST(DataProvider, CountsALargerBufferAgainstThePoolItReplaces)
+{
+    std::vector<zq_buffer_pointer> kept;
+    const auto pool = active_pool(gst_buffer_pool_new(), 1316);
+    {
+        providing stand{pool};
+        stand.keep = &kept;
+        stand.push(1, pattern(64000));
+        ASSERT_EQ(kept.size(), 1U);
+        EXPECT_EQ(free_buffers(pool.get()), 9U);
+        kept.clear();
+        EXPECT_EQ(free_buffers(pool.get()), 10U);
+    }
+}
+
+TEST(DataProvider, GoesOnWithTheReserveWhenDownstreamHoldsAllOfThePool)
+{
+    std::vector<zq_buffer_pointer> kept;
+    providing stand{active_pool(gst_buffer_pool_new(), 1316)};
+    stand.keep = &kept;
+    for (unsigned i = 0; i < 300; ++i)
+        EXPECT_TRUE(stand.push(i, pattern(1316 + i % 2 * 10000, i)));
+    const auto buffers = stand.recorder.buffers();
+    ASSERT_EQ(buffers.size(), 300U);
+    for (unsigned i = 0; i < 300; ++i) {
+        EXPECT_EQ(buffers[i].bytes, pattern(1316 + i % 2 * 10000, i));
+        EXPECT_EQ(buffers[i].pts, i);
+        EXPECT_EQ(buffers[i].offset, i * 1316U);
+    }
     EXPECT_EQ(stand.last_error(), "");
 }
 

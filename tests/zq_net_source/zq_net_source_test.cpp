@@ -7,8 +7,14 @@
 #include "support/watchdog.h"
 #include "zq_net_source/zq_gst_net_source.h"
 
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
 
 using namespace std::chrono_literals;
 using support::eventually;
@@ -137,6 +143,28 @@ TEST(Element, DeliversDatagramsOfOddSizesByteForByte)
     stand.set(GST_STATE_NULL);
     EXPECT_EQ(stand.recorder.bytes(), sent);
     EXPECT_EQ(figure(stand.source, "Data counter [byte]"), std::to_string(sent.size()));
+}
+
+TEST(Element, RecordsIntoAFileSinkThatHoldsMoreBuffersThanThePoolHas)
+{
+    char path[] = "/tmp/zq-record-XXXXXX";
+    ::close(::mkstemp(path));
+    {
+        playing stand{std::string{"filesink location="} + path};
+        stand.set(GST_STATE_PLAYING);
+        std::vector<unsigned char> sent;
+        for (unsigned i = 0; i < 500; ++i) {
+            const auto datagram = pattern(1316, i);
+            stand.sender.send(datagram);
+            sent.insert(sent.end(), datagram.begin(), datagram.end());
+        }
+        ASSERT_TRUE(stand.saw(500));
+        stand.set(GST_STATE_NULL);
+        std::ifstream file{path, std::ios::binary};
+        const std::vector<unsigned char> recorded{std::istreambuf_iterator<char>{file}, {}};
+        EXPECT_EQ(recorded, sent);
+    }
+    ::unlink(path);
 }
 
 TEST(Element, BeginsAfreshAfterAPause)
