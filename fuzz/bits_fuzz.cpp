@@ -177,9 +177,9 @@ void accumulator_against_vector(input in)
     std::size_t capacity = start == 0 ? 4095 : start;
     std::vector<unsigned char> expected;
     while (!in.empty()) {
-        const unsigned step = in.byte();
+        const std::size_t step = in.byte();
         if (step >= 0xF0) {
-            const std::size_t wanted = (step & 0x0FU) * 100;
+            const std::size_t wanted = (step & 0x0F) * 100;
             accumulator.reserve(wanted);
             capacity = std::max(capacity, wanted);
         } else {

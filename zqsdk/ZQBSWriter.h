@@ -33,7 +33,7 @@ public:
     template <unsigned N, class T>
     bool putBits(T value)
     {
-        return append(bits(value), N < 64 ? N : 64U);
+        return append(bits(value), std::min(N, 64U));
     }
 
     /// One step of putBits: places as many of the `n` pending low bits of `value` as the cache and the range take,
