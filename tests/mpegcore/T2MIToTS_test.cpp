@@ -1,0 +1,417 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "mpegcore/T2MIToTS.h"
+#include "support/T2MI.h"
+
+#include <gmock/gmock.h>
+
+using namespace zqtest;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace
+{
+/// One user packet of 187 bytes.
+Frame one_packet_frame(unsigned seed = 0)
+{
+    Frame frame;
+    frame.data = pattern(187, seed);
+    return frame;
+}
+
+const Bytes timestamp_payload{0x04, 0x12, 0x34, 0x56, 0x78, 0x9A, 0x80, 0x00, 0x00, 0x20, 0x05};
+
+Recording fed(const Stream& stream, unsigned char plp_id = 0)
+{
+    RecordingDecapsulator decapsulator(plp_id);
+    decapsulator.feed(stream.data);
+    return static_cast<Recording&>(decapsulator);
+}
+} // namespace
+
+TEST(T2MIPackets, AreLookedAtOnlyWhenTheNextOneStarts)
+{
+    Stream stream = known_stream();
+    put(stream, Frame{0, 0, pattern(187 * 5)}.packet());
+    RecordingDecapsulator decapsulator;
+    decapsulator.feed(stream.data);
+    EXPECT_THAT(decapsulator.packets, IsEmpty());
+    Stream rest;
+    end(rest);
+    decapsulator.feed(rest.data);
+    EXPECT_THAT(decapsulator.packets, SizeIs(5));
+}
+
+TEST(T2MIPackets, AtTheEndOfTheStreamAreNeverLookedAt)
+{
+    Stream stream = known_stream();
+    put(stream, one_packet_frame(1).packet());
+    put(stream, one_packet_frame(2).packet());
+    EXPECT_THAT(fed(stream).packets, ElementsAre(pattern(187, 1)));
+}
+
+TEST(T2MIPackets, MayEndInFrontOfTheNextOneBehindAPointerField)
+{
+    const Bytes first = one_packet_frame(1).packet();
+    const Bytes second = one_packet_frame(2).packet();
+    const Bytes bytes = first + second;
+    ASSERT_EQ(first.size(), 210U);
+    Stream stream = known_stream();
+    stream.packet(T2MI_PID, Stream::begins, Bytes{0} + slice(bytes, 0, 183));
+    stream.packet(T2MI_PID, Stream::begins, Bytes{27} + slice(bytes, 183, 183));
+    stream.packet(T2MI_PID, Stream::goes_on, slice(bytes, 366, bytes.size() - 366));
+    end(stream);
+    EXPECT_THAT(fed(stream).packets, ElementsAre(pattern(187, 1), pattern(187, 2)));
+}
+
+class PointerFields : public testing::TestWithParam<unsigned>
+{};
+
+// The packet ends with 183 bytes in the payload whose pointer_field is the parameter.
+TEST_P(PointerFields, UpToTheLastPayloadByteAreFollowed)
+{
+    const Bytes packet = one_packet_frame().packet();
+    Stream stream = known_stream();
+    put(stream, slice(packet, 0, packet.size() - 183));
+    stream.packet(T2MI_PID, Stream::begins,
+                  Bytes{static_cast<unsigned char>(GetParam())} + slice(packet, packet.size() - 183, 183));
+    end(stream);
+    EXPECT_THAT(fed(stream).packets, SizeIs(GetParam() == 183 ? 1 : 0));
+}
+INSTANTIATE_TEST_SUITE_P(OfEveryValue, PointerFields, testing::Range(0U, 256U));
+
+TEST(T2MIPackets, GoOnBehindAPacketWhosePointerFieldIsTooLarge)
+{
+    const Bytes packet = one_packet_frame().packet();
+    Stream stream = known_stream();
+    put(stream, slice(packet, 0, 100));
+    stream.packet(T2MI_PID, Stream::begins, Bytes{184} + Bytes(183));
+    stream.packet(T2MI_PID, Stream::goes_on, slice(packet, 100, packet.size() - 100));
+    end(stream);
+    EXPECT_THAT(fed(stream).packets, SizeIs(1));
+}
+
+TEST(T2MIPackets, FailWithStuffingBehindTheirCRC)
+{
+    EXPECT_THAT(fed(stream_of({one_packet_frame().packet() + Bytes{0xFF}})).packets, IsEmpty());
+}
+
+TEST(T2MIPackets, FailWhenASecondOneStartsInThePayload)
+{
+    const Bytes small = t2mi_packet(0x20, timestamp_payload);
+    Stream stream = known_stream();
+    stream.packet(T2MI_PID, Stream::begins, Bytes{0} + small + small);
+    end(stream);
+    EXPECT_THAT(fed(stream).timestamps, IsEmpty());
+}
+
+TEST(T2MIPackets, FailWithAnyBitFlipped)
+{
+    const Bytes good = t2mi_packet(0x20, timestamp_payload);
+    for (std::size_t bit = 0; bit < 8 * good.size(); ++bit) {
+        Bytes packet = good;
+        packet[bit / 8] = static_cast<unsigned char>(packet[bit / 8] ^ 1U << bit % 8);
+        EXPECT_THAT(fed(stream_of({packet})).timestamps, IsEmpty()) << bit;
+    }
+}
+
+TEST(T2MIPackets, OfOtherTypesAreDropped)
+{
+    for (unsigned type = 0; type < 256; ++type) {
+        if (type == 0x00 || type == 0x01 || type == 0x20)
+            continue;
+        const auto decapsulator = fed(stream_of({t2mi_packet(type, Frame{0, 0, pattern(187)}.payload())}));
+        EXPECT_THAT(decapsulator.packets, IsEmpty()) << type;
+        EXPECT_THAT(decapsulator.frames, IsEmpty()) << type;
+        EXPECT_THAT(decapsulator.timestamps, IsEmpty()) << type;
+        EXPECT_THAT(decapsulator.auxiliaries, IsEmpty()) << type;
+    }
+}
+
+TEST(T2MIPackets, MayHoldMoreThanPayloadLenSays)
+{
+    EXPECT_THAT(fed(stream_of({t2mi_packet(0x20, timestamp_payload, 0)})).timestamps, SizeIs(1));
+    EXPECT_THAT(fed(stream_of({t2mi_packet(0x20, timestamp_payload, 8 * 11 + 7)})).timestamps, SizeIs(1));
+}
+
+TEST(T2MIPackets, AreDroppedWhenTheyHoldLessThanPayloadLenSays)
+{
+    EXPECT_THAT(fed(stream_of({t2mi_packet(0x20, timestamp_payload, 8 * 12)})).timestamps, IsEmpty());
+}
+
+TEST(T2MIPackets, BelowElevenBytesAreDropped)
+{
+    EXPECT_THAT(fed(stream_of({t2mi_packet(0x01, {})})).auxiliaries, IsEmpty());
+    EXPECT_THAT(fed(stream_of({t2mi_packet(0x01, {0x42})})).auxiliaries, SizeIs(1));
+}
+
+TEST(T2MIPackets, NeedNoOrderOfTheirPacketCounts)
+{
+    const Bytes packet = one_packet_frame().packet();
+    EXPECT_THAT(fed(stream_of({packet, packet, packet})).packets, SizeIs(3));
+}
+
+TEST(T2MIPackets, BeforeAnyStartAreGatheredAndFail)
+{
+    Stream stream = known_stream();
+    stream.packet(T2MI_PID, Stream::goes_on, pattern(184));
+    put(stream, one_packet_frame().packet());
+    end(stream);
+    EXPECT_THAT(fed(stream).packets, SizeIs(1));
+}
+
+TEST(T2MIPackets, PassOverTransportPacketsWithoutPayload)
+{
+    const Bytes packet = one_packet_frame().packet();
+    Stream stream = known_stream();
+    put(stream, slice(packet, 0, 100));
+    stream.raw(T2MI_PID, Stream::goes_on, 2, Bytes{183} + pattern(183));
+    stream.raw(T2MI_PID, Stream::begins, 2, Bytes{183} + pattern(183));
+    stream.raw(T2MI_PID, Stream::begins, 3, Bytes{183, 0x00}); // an adaptation field leaves nothing
+    stream.packet(T2MI_PID, Stream::goes_on, slice(packet, 100, packet.size() - 100));
+    end(stream);
+    EXPECT_THAT(fed(stream).packets, SizeIs(1));
+}
+
+TEST(T2MIPackets, OnOtherPIDsOfTheProgramAreNotMixedIn)
+{
+    const Bytes packet = one_packet_frame().packet();
+    Stream stream;
+    stream.section(PAT_PID, PAT_of({PMT_PID, 0x0200}));
+    stream.section(PMT_PID, PMT_of({{0x06, T2MI_PID}}));
+    stream.section(0x0200, PMT_of({{0x06, 0x1001}, {0x06, T2MI_PID}}));
+    put(stream, slice(packet, 0, 100));
+    stream.packet(0x1001, Stream::goes_on, pattern(184));
+    stream.packet(T2MI_PID, Stream::goes_on, slice(packet, 100, packet.size() - 100));
+    end(stream);
+    EXPECT_THAT(fed(stream).packets, SizeIs(1));
+}
+
+TEST(T2MIPackets, AreTakenOnceWhenTwoPMTsNameTheirPID)
+{
+    Stream stream;
+    stream.section(PAT_PID, PAT_of({PMT_PID, 0x0200}));
+    stream.section(PMT_PID, PMT_of({{0x06, T2MI_PID}})).section(0x0200, PMT_of({{0x06, T2MI_PID}}));
+    put(stream, Frame{0, 0, pattern(187 * 3)}.packet());
+    end(stream);
+    EXPECT_THAT(fed(stream).packets, SizeIs(3));
+    // One buffer for every packet: the same address, yet another packet each time.
+    RecordingDecapsulator decapsulator;
+    std::array<unsigned char, 188> buffer;
+    for (std::size_t at = 0; at < stream.data.size(); at += 188) {
+        std::copy_n(stream.data.begin() + static_cast<std::ptrdiff_t>(at), 188, buffer.begin());
+        decapsulator.Process(buffer.data(), buffer.size());
+    }
+    EXPECT_THAT(decapsulator.packets, SizeIs(3));
+}
+
+TEST(T2MIPackets, StayKnownWhenTheirPMTMovesToAnotherPID)
+{
+    Stream stream = known_stream();
+    put(stream, one_packet_frame(1).packet());
+    stream.section(PAT_PID, PAT_of({0x0050})).section(0x0050, PMT_of({{0x06, T2MI_PID}}));
+    put(stream, one_packet_frame(2).packet());
+    end(stream);
+    EXPECT_THAT(fed(stream).packets, ElementsAre(pattern(187, 1), pattern(187, 2)));
+}
+
+TEST(T2MIPackets, ComeFromTheDirectCallToo)
+{
+    RecordingDecapsulator decapsulator;
+    mpegcore::CPMT pmt(nullptr, 1024);
+    auto stream = std::make_shared<mpegcore::CBaseStreamTypeMap>();
+    stream->stream_type = 0x06;
+    pmt.streams[T2MI_PID] = stream;
+    decapsulator.OnPMT(nullptr, &pmt);
+    for (Bytes payload : {Bytes{0} + one_packet_frame().packet(), Bytes{0}}) {
+        mpegcore::transport_packet packet{};
+        packet.PID = T2MI_PID;
+        packet.adaptation_field_control = 1;
+        packet.payload_unit_start_indicator = 1;
+        packet.payload = payload.data();
+        packet.payload_size = payload.size();
+        decapsulator.OnPES(PMT_PID, stream.get(), &packet);
+    }
+    EXPECT_THAT(decapsulator.packets, SizeIs(1));
+}
+
+// 65 535 bytes are one too many: 356 payloads of 184 bytes and one of 30, behind the 11 of the start.
+TEST(T2MIPackets, OfUpTo65534BytesAreGathered)
+{
+    for (const std::size_t size : {65534U, 65535U}) {
+        Bytes packet = with_crc(t2mi_packet(0x01, pattern(3)) + pattern(size - 17));
+        ASSERT_EQ(packet.size(), size);
+        const auto decapsulator = fed(stream_of({packet}));
+        ASSERT_THAT(decapsulator.auxiliaries, SizeIs(size == 65534 ? 1 : 0));
+        if (size == 65534) {
+            EXPECT_EQ(decapsulator.auxiliaries[0].payload.size(), size - 6);
+        }
+    }
+}
+
+TEST(T2MIPackets, AreGatheredAnewAfterTooManyBytesWithoutAStart)
+{
+    Stream stream = known_stream();
+    for (int packet = 0; packet < 1000; ++packet)
+        stream.packet(T2MI_PID, Stream::goes_on, pattern(184));
+    put(stream, one_packet_frame().packet());
+    end(stream);
+    EXPECT_THAT(fed(stream).packets, SizeIs(1));
+}
+
+TEST(T2MIPackets, TooLongByTheBytesInFrontOfAPointerFieldAreDropped)
+{
+    const Bytes packet = with_crc(t2mi_packet(0x01, pattern(3)) + pattern(65535 - 17));
+    Stream stream = known_stream();
+    stream.unit(T2MI_PID, Bytes{0} + slice(packet, 0, 65535 - 100));
+    stream.packet(T2MI_PID, Stream::begins,
+                  Bytes{100} + slice(packet, 65435, 100) + t2mi_packet(0x20, timestamp_payload));
+    end(stream);
+    const auto decapsulator = fed(stream);
+    EXPECT_THAT(decapsulator.auxiliaries, IsEmpty());
+    EXPECT_THAT(decapsulator.timestamps, SizeIs(1));
+}
+
+TEST(T2MIPID, IsKeptByAPMTWithSeveralStreams)
+{
+    for (const auto& pmt : {PMT_of({{0x06, 0x1001}, {0x06, 0x1002}}), PMT_of({})}) {
+        Stream stream = known_stream();
+        // The PID stays known to the parser by the other PMT.
+        stream.section(PAT_PID, PAT_of({PMT_PID, 0x0200})).section(0x0200, pmt);
+        put(stream, one_packet_frame().packet());
+        end(stream);
+        EXPECT_THAT(fed(stream).packets, SizeIs(1));
+    }
+}
+
+TEST(T2MIPID, IsForgottenForASingleStreamOfAnotherTypeUntilASuitablePMTComes)
+{
+    Stream stream = known_stream();
+    put(stream, one_packet_frame(1).packet());
+    end(stream);
+    stream.section(PAT_PID, PAT_of({PMT_PID, 0x0200})).section(0x0200, PMT_of({{0x1B, 0x1001}}));
+    put(stream, one_packet_frame(2).packet());
+    end(stream);
+    stream.section(PMT_PID, PMT_of({{0x06, T2MI_PID}}));
+    put(stream, one_packet_frame(3).packet());
+    end(stream);
+    EXPECT_THAT(fed(stream).packets, ElementsAre(pattern(187, 1), pattern(187, 3)));
+}
+
+TEST(T2MIPID, IsThatOfTheLastSingleStreamSeen)
+{
+    Stream stream = known_stream();
+    stream.section(PAT_PID, PAT_of({PMT_PID, 0x0200})).section(0x0200, PMT_of({{0x06, 0x1001}}));
+    put(stream, one_packet_frame(1).packet());
+    end(stream);
+    stream.unit(0x1001, Bytes{0} + one_packet_frame(2).packet()).unit(0x1001, {0, 0});
+    EXPECT_THAT(fed(stream).packets, ElementsAre(pattern(187, 2)));
+}
+
+TEST(T2MIPID, IsUnknownBeforeAPMT)
+{
+    Stream stream;
+    stream.section(PAT_PID, PAT_of({PMT_PID}));
+    put(stream, one_packet_frame(1).packet());
+    end(stream);
+    EXPECT_THAT(fed(stream).packets, IsEmpty());
+}
+
+TEST(T2MITimestamps, HaveAllTheirFields)
+{
+    const auto decapsulator = fed(stream_of({t2mi_packet(0x20, timestamp_payload)}));
+    ASSERT_THAT(decapsulator.timestamps, SizeIs(1));
+    const auto& timestamp = decapsulator.timestamps[0];
+    EXPECT_EQ(timestamp.rfu, 0);
+    EXPECT_EQ(timestamp.bw, 4);
+    EXPECT_EQ(timestamp.seconds_since_2000, 0x123456789AU);
+    EXPECT_EQ(timestamp.subseconds, 0x4000001U);
+    EXPECT_EQ(timestamp.utco, 5);
+}
+
+TEST(T2MITimestamps, ThatAreTooShortHaveZeroInTheFieldsNotReached)
+{
+    // 3 payload bytes and the 4 of the CRC hold rfu, bw and seconds_since_2000.
+    const Bytes packet = t2mi_packet(0x20, {0xF4, 0x01, 0x02});
+    const auto decapsulator = fed(stream_of({packet}));
+    ASSERT_THAT(decapsulator.timestamps, SizeIs(1));
+    const auto& timestamp = decapsulator.timestamps[0];
+    EXPECT_EQ(timestamp.rfu, 15);
+    EXPECT_EQ(timestamp.bw, 4);
+    EXPECT_EQ(timestamp.seconds_since_2000, 0x0102000000U | (packet[9] << 16 | packet[10] << 8 | packet[11]));
+    EXPECT_EQ(timestamp.subseconds, 0U);
+    EXPECT_EQ(timestamp.utco, 0);
+}
+
+TEST(T2MIAuxiliaryStreams, RunToTheEndOfThePacketWithItsCRC)
+{
+    const Bytes packet = t2mi_packet(0x01, {0x21, 0xA5, 0x43, 0x01, 0x02});
+    const auto decapsulator = fed(stream_of({packet}));
+    ASSERT_THAT(decapsulator.auxiliaries, SizeIs(1));
+    const auto& auxiliary = decapsulator.auxiliaries[0];
+    EXPECT_EQ(auxiliary.fields.frame_idx, 0x21);
+    EXPECT_EQ(auxiliary.fields.aux_id, 0x0A);
+    EXPECT_EQ(auxiliary.fields.rfu, 0x543);
+    EXPECT_EQ(auxiliary.payload, slice(packet, 6, 9));
+    EXPECT_EQ(auxiliary.aux_data, slice(packet, 9, 6));
+}
+
+TEST(T2MIAuxiliaryStreams, MayBeShorterThanTheirFields)
+{
+    const Bytes packet = t2mi_packet(0x01, {0x42});
+    const auto decapsulator = fed(stream_of({packet}));
+    ASSERT_THAT(decapsulator.auxiliaries, SizeIs(1));
+    EXPECT_EQ(decapsulator.auxiliaries[0].fields.frame_idx, 0x42);
+    EXPECT_EQ(decapsulator.auxiliaries[0].payload, slice(packet, 6, 5));
+    EXPECT_EQ(decapsulator.auxiliaries[0].aux_data, slice(packet, 9, 2));
+}
+
+TEST(T2MIClear, ForgetsThePacketThatWasBegun)
+{
+    const Bytes packet = one_packet_frame().packet();
+    Stream first = known_stream();
+    put(first, slice(packet, 0, 100));
+    Stream second;
+    second.packet(T2MI_PID, Stream::goes_on, slice(packet, 100, packet.size() - 100));
+    end(second);
+    RecordingDecapsulator decapsulator;
+    decapsulator.feed(first.data);
+    decapsulator.Clear();
+    decapsulator.feed(second.data);
+    EXPECT_THAT(decapsulator.packets, IsEmpty());
+}
+
+TEST(T2MIClear, KeepsThePIDThePLPAndTheTables)
+{
+    RecordingDecapsulator decapsulator(9);
+    decapsulator.feed(known_stream().data);
+    decapsulator.Clear();
+    Stream stream;
+    put(stream, Frame{9, 0, pattern(187)}.packet());
+    end(stream);
+    decapsulator.feed(stream.data);
+    EXPECT_THAT(decapsulator.packets, SizeIs(1));
+}
+
+TEST(T2MIProcess, ReturnsTheBytesConsumedAndCarriesTheRest)
+{
+    Stream stream = known_stream();
+    RecordingDecapsulator decapsulator;
+    EXPECT_EQ(decapsulator.Process(stream.data.data(), 200), 188U);
+    EXPECT_EQ(decapsulator.Process(stream.data.data() + 200, 175), 0U);
+    EXPECT_EQ(decapsulator.Process(stream.data.data() + 375, 1), 188U);
+}
+
+TEST(T2MIProcess, GivesTheSameForEveryPlaceOfACut)
+{
+    const Stream stream =
+        stream_of({Frame{0, 0, pattern(300, 1)}.packet(), Frame{0, 74 * 8, pattern(300, 2)}.packet()});
+    const auto whole = fed(stream).transport_stream();
+    ASSERT_EQ(whole.size(), 188U * 3);
+    for (std::size_t cut = 0; cut <= stream.data.size(); ++cut) {
+        RecordingDecapsulator decapsulator;
+        decapsulator.feed(slice(stream.data, 0, cut));
+        decapsulator.feed(slice(stream.data, cut, stream.data.size() - cut));
+        ASSERT_EQ(decapsulator.transport_stream(), whole) << cut;
+    }
+}

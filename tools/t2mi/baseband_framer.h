@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "tools/t2mi/t2mi_packet.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace t2mi
+{
+/// Cuts the transport stream of one PLP into baseband frames in high-efficiency mode (EN 302 755, 5.1.6 and 5.1.7):
+/// each packet loses its sync byte, and the 187-byte user packets run across the frames' borders.
+class baseband_framer
+{
+public:
+    explicit baseband_framer(std::uint8_t plp_id) : m_plp_id(plp_id) {}
+
+    std::uint8_t plp_id() const { return m_plp_id; }
+    /// No frame is being filled; the next one is begun with open.
+    bool closed() const { return m_capacity == 0; }
+    bool full() const { return !closed() && m_filled == m_capacity; }
+    /// Everything that was put in has left with a closed frame.
+    bool idle() const { return m_filled == 0 && m_rest.empty(); }
+
+    /// Begins a frame whose data field takes `data_field_bytes`, 187 or more. The rest of a user packet that began in
+    /// the frame before goes in first.
+    void open(std::size_t data_field_bytes);
+    /// Puts a packet of 188 bytes in, without its sync byte. The frame must not be full; what it cannot take goes into
+    /// the next one.
+    void put(const unsigned char* packet);
+
+    /// Ends the frame: a data field that is not full is made shorter in DFL and padded with zeros. When it holds
+    /// nothing but the rest of one user packet, SYNCD equals DFL. The bytes have room for the T2-MI header in front
+    /// of the payload and hold until the next open.
+    std::vector<unsigned char>& close(std::uint8_t frame_idx, bool intl_frame_start, bool single_input);
+
+private:
+    std::uint8_t m_plp_id;
+    std::size_t m_capacity = 0; // of the open frame's data field
+    std::size_t m_filled = 0;   // bytes in the data field
+    std::uint16_t m_syncd_bytes = 0;
+    std::vector<unsigned char> m_packet;
+    std::vector<unsigned char> m_rest; // of the user packet that did not fit
+};
+} // namespace t2mi

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tools/t2mi/t2mi_encapsulator.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace t2mi
+{
+namespace
+{
+using namespace std::chrono_literals;
+
+constexpr std::uint64_t bits_a_packet = mpegcore::ts_packet_size * 8;
+
+constexpr ts_packet make_null_packet()
+{
+    ts_packet packet{0x47, 0x1F, 0xFF, 0x10};
+    for (std::size_t at = 4; at < packet.size(); ++at)
+        packet[at] = 0xFF;
+    return packet;
+}
+constexpr auto null_packet = make_null_packet();
+
+/// Ten times a second at a constant rate, which is what receivers expect at least; without one every 500 packets.
+std::uint64_t table_interval(std::uint64_t bitrate)
+{
+    return bitrate == 0 ? 500 : std::max<std::uint64_t>(bitrate / bits_a_packet / 10, 4);
+}
+} // namespace
+
+t2mi_encapsulator::t2mi_encapsulator(const t2mi_options& options, ts_sink sink)
+    : m_options(options),
+      m_sink(std::move(sink)),
+      m_tables(options),
+      m_packetizer(options.t2mi_PID, [this](const unsigned char* packet) { send(packet); }),
+      m_random(options.seed),
+      m_table_interval(table_interval(options.bitrate))
+{}
+
+bool t2mi_encapsulator::add_plp(std::uint8_t plp_id)
+{
+    return m_plps.emplace(plp_id, plp_state{baseband_framer(plp_id)}).second;
+}
+
+bool t2mi_encapsulator::push(std::uint8_t plp_id, const unsigned char* packet)
+{
+    const auto found = m_plps.find(plp_id);
+    if (found == m_plps.end() || packet[0] != mpegcore::ts_sync_byte)
+        return false;
+    auto& plp = found->second;
+    if (plp.framer.closed())
+        plp.framer.open(next_data_field_bytes());
+    plp.framer.put(packet);
+    if (plp.framer.full())
+        send_frame(plp);
+    return true;
+}
+
+void t2mi_encapsulator::advance(std::chrono::nanoseconds time)
+{
+    m_time = time;
+    while (m_options.bitrate != 0 && lead() < 0ns) {
+        send(null_packet.data());
+        ++m_null_packets_sent;
+    }
+}
+
+void t2mi_encapsulator::flush()
+{
+    for (auto& entry : m_plps) {
+        auto& plp = entry.second;
+        if (plp.framer.idle())
+            continue;
+        if (plp.framer.closed())
+            plp.framer.open(next_data_field_bytes());
+        send_frame(plp);
+    }
+    if (m_open_end)
+        send_timestamp();
+    m_packetizer.flush();
+}
+
+std::chrono::nanoseconds t2mi_encapsulator::lead() const
+{
+    if (m_options.bitrate == 0)
+        return 0ns;
+    const std::uint64_t bits = m_packets_sent * bits_a_packet;
+    const std::chrono::seconds whole(bits / m_options.bitrate);
+    // Below 10^10 bits of rest the product stays within 64 bits.
+    const std::chrono::nanoseconds part(bits % m_options.bitrate * 1'000'000'000 / m_options.bitrate);
+    return whole + part - m_time;
+}
+
+void t2mi_encapsulator::send(const unsigned char* packet)
+{
+    if (m_packets_sent >= m_next_tables) {
+        m_next_tables = m_packets_sent + m_table_interval;
+        m_tables.send([this](const unsigned char* table) { count_and_sink(table); });
+    }
+    count_and_sink(packet);
+}
+
+void t2mi_encapsulator::count_and_sink(const unsigned char* packet)
+{
+    ++m_packets_sent;
+    m_sink(packet);
+}
+
+void t2mi_encapsulator::send_frame(plp_state& plp)
+{
+    if (m_frames_in_t2_frame == 0)
+        begin_t2_frame();
+    const bool intl_frame_start = m_t2_frame >= plp.next_interleaving_frame;
+    plp.next_interleaving_frame = m_t2_frame + 1;
+    send_packet(packet_type::baseband_frame, plp.framer.close(frame_idx(), intl_frame_start, m_plps.size() == 1));
+    if (++m_frames_in_t2_frame == m_options.baseband_frames_per_t2_frame) {
+        m_frames_in_t2_frame = 0;
+        ++m_t2_frame;
+    }
+}
+
+void t2mi_encapsulator::begin_t2_frame()
+{
+    if (m_options.timestamps && frame_idx() == 0)
+        send_timestamp();
+    if (m_options.auxiliary_bytes != 0)
+        send_auxiliary();
+}
+
+void t2mi_encapsulator::send_timestamp()
+{
+    m_small_packet.assign(t2mi_header_size, 0);
+    append_timestamp(m_small_packet, m_options.start_seconds, m_time);
+    send_packet(packet_type::dvb_t2_timestamp, m_small_packet);
+}
+
+void t2mi_encapsulator::send_auxiliary()
+{
+    m_small_packet.assign(t2mi_header_size, 0);
+    append_auxiliary_header(m_small_packet, frame_idx());
+    for (std::size_t byte = 0; byte < m_options.auxiliary_bytes; ++byte)
+        m_small_packet.push_back(static_cast<unsigned char>(m_random()));
+    send_packet(packet_type::auxiliary_stream, m_small_packet);
+}
+
+void t2mi_encapsulator::send_packet(packet_type type, std::vector<unsigned char>& packet)
+{
+    t2mi_header header;
+    header.type = type;
+    header.packet_count = m_packet_count++;
+    header.superframe_idx = (m_t2_frame / m_options.t2_frames_per_superframe) & 0x0F;
+    header.t2mi_stream_id = m_options.t2mi_stream_id;
+    finish_packet(packet, header);
+    m_open_end = type == packet_type::baseband_frame;
+    m_packetizer.put(packet.data(), packet.size());
+}
+
+std::size_t t2mi_encapsulator::next_data_field_bytes()
+{
+    const std::size_t sizes = m_options.data_field_bytes_max - m_options.data_field_bytes_min + 1;
+    return m_options.data_field_bytes_min + (sizes == 1 ? 0 : m_random() % sizes);
+}
+} // namespace t2mi

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace t2mi
+{
+/// How a T2-MI stream is made. The defaults give a stream that any T2-MI receiver should find and follow.
+struct t2mi_options
+{
+    std::uint16_t transport_stream_id = 1;
+    std::uint16_t program_number = 1; ///< 1 to 65535
+    std::uint16_t pmt_PID = 0x0100;
+    std::uint16_t t2mi_PID = 0x1000;
+    std::uint8_t t2mi_stream_id = 0; ///< 0 to 7
+
+    /// Bytes of each baseband frame's data field, drawn at random between both bounds, 187 to 8178. From 187
+    /// on a user packet begins in every frame. 5370 is what a 64 800-bit LDPC block at code rate 2/3 holds
+    /// (EN 302 755, 6.1).
+    std::size_t data_field_bytes_min = 5370;
+    std::size_t data_field_bytes_max = 5370;
+
+    unsigned baseband_frames_per_t2_frame = 8; ///< 1 or more
+    unsigned t2_frames_per_superframe = 2;     ///< 1 to 256
+
+    bool timestamps = true;           ///< a timestamp packet (0x20) in front of every superframe
+    std::size_t auxiliary_bytes = 16; ///< random data in an auxiliary packet (0x01) a T2 frame, 0 to 8188; 0: none
+
+    /// seconds_since_2000 of the first packet; 0 makes relative timestamps, see append_timestamp.
+    std::uint64_t start_seconds = 0;
+
+    std::uint64_t bitrate = 0; ///< bit/s of the whole stream, reached with null packets; 0: no null packets
+    std::uint32_t seed = 1;    ///< of the frame sizes and the auxiliary data
+};
+
+/// Says in words what is wrong with `options`; empty when a stream can be made from them.
+[[nodiscard]] std::string find_fault(const t2mi_options& options);
+} // namespace t2mi
