@@ -80,8 +80,8 @@ inline Bytes slice(const Bytes& bytes, std::size_t at, std::size_t size)
 inline Bytes PAT_of(const std::vector<unsigned>& pmt_PIDs)
 {
     Bytes body{0, 1, 0xC1, 0, 0};
-    for (const unsigned PID : pmt_PIDs)
-        body = body + big_endian(PID, 2) + big_endian(0xE000U | PID, 2);
+    for (std::size_t at = 0; at < pmt_PIDs.size(); ++at)
+        body = body + big_endian(at + 1, 2) + big_endian(0xE000U | pmt_PIDs[at], 2);
     return section_of(0x00, body);
 }
 
