@@ -43,10 +43,17 @@ public:
     t2mi::t2mi_encapsulator encapsulator;
 };
 
-inline Recording decapsulated_stream(const Bytes& data, unsigned plp_id, std::size_t piece = std::size_t{1} << 30)
+inline void push_random(Encapsulated& mix, unsigned packets, unsigned plp_id = 0)
 {
-    RecordingDecapsulator decapsulator(static_cast<unsigned char>(plp_id));
-    decapsulator.feed(data, piece);
-    return static_cast<Recording&>(decapsulator);
+    std::mt19937 random(plp_id + 1);
+    for (unsigned packet = 0; packet < packets; ++packet)
+        mix.push(plp_id, random_packet(random));
+}
+
+inline t2mi::t2mi_options frames_of(std::size_t data_field_bytes)
+{
+    t2mi::t2mi_options options;
+    options.data_field_bytes_min = options.data_field_bytes_max = data_field_bytes;
+    return options;
 }
 } // namespace zqtest

@@ -183,4 +183,20 @@ public:
         }
     }
 };
+
+/// What comes out of a whole stream for one PLP.
+inline Recording decapsulated_stream(const Bytes& data, unsigned plp_id = 0, std::size_t piece = std::size_t{1} << 30)
+{
+    RecordingDecapsulator decapsulator(static_cast<unsigned char>(plp_id));
+    decapsulator.feed(data, piece);
+    return static_cast<Recording&>(decapsulator);
+}
+
+/// A frame with one user packet.
+inline Frame one_packet_frame(unsigned seed = 0)
+{
+    Frame frame;
+    frame.data = pattern(187, seed);
+    return frame;
+}
 } // namespace zqtest
