@@ -81,8 +81,7 @@ void read_list(ZQDescriptorType type, unsigned char* data, std::size_t size)
     require(list.size() <= size / 2 && all.size <= size);
     if (list.find<CA_descriptor>() == nullptr)
         require(all.starts(data));
-    for (const auto& descriptor : list)
-        require(list.find(descriptor->descriptor_tag) != nullptr);
+    require(list.empty() || list.find((*list.begin())->descriptor_tag) == *list.begin());
 
     ZQDescriptorList copy(type);
     list.copyTo(copy);

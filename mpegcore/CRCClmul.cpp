@@ -3,6 +3,10 @@
 #include "mpegcore/CRCKernels.h"
 
 #if defined(__x86_64__)
+// GCC 12 warns of the undefined registers that its own AVX-512 header starts from.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <immintrin.h>
 #endif
 

@@ -84,11 +84,17 @@ public:
         return bits(width, field);
     }
 
-    /// Exactly N bytes.
+    /// Exactly N bytes, at most 8.
     template <std::size_t N>
     bool bytes(std::array<unsigned char, N>& storage)
     {
-        return bytes(N, storage);
+        static_assert(N <= 8, "read as one field");
+        std::uint64_t value = 0;
+        if (!bits(8 * N, value))
+            return false;
+        for (std::size_t at = 0; at < N; ++at)
+            storage[at] = static_cast<unsigned char>(value >> (8 * (N - 1 - at)));
+        return true;
     }
 
     /// `count` bytes; an array too small keeps the first of them, and all are consumed.
@@ -132,7 +138,9 @@ public:
     bool entries(std::size_t size, std::vector<Entry>& list)
     {
         list.clear();
-        list.reserve(std::min<std::size_t>(body_left(), reader_.availableBytes()) / size);
+        // Plain records have one size, so that this is their number; others may be far fewer.
+        if constexpr (std::is_trivially_copyable_v<Entry>)
+            list.reserve(std::min<std::size_t>(body_left(), reader_.availableBytes()) / size);
         while (body_left() >= size)
             if (!entry(append_to(list)))
                 return false;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/zqdescriptorlist.h"
 #include "support/descriptor_loops.h"
-#include "support/descriptor_registry.h"
-#include "support/syntax_walks.h"
 
 #include <gmock/gmock.h>
 

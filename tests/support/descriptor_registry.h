@@ -2,17 +2,12 @@
 #pragma once
 #include "support/descriptor_classes.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <memory>
 #include <string_view>
 
 namespace zqtest
 {
-/// A class that joins these supplies a `fill` below; one that is forgotten fails a test.
-using all_descriptors = descriptor_classes<::testing::Types>;
-
 /// Copies `text` to the front of a byte array and returns its length.
 template <class Storage>
 std::uint8_t put_text(Storage& storage, std::string_view text)
@@ -21,6 +16,7 @@ std::uint8_t put_text(Storage& storage, std::string_view text)
     return static_cast<std::uint8_t>(text.size());
 }
 
+// A class that joins descriptor_classes supplies a `fill` here; one that is forgotten there fails a test.
 // Each fill builds a descriptor whose stored lengths and counts agree with its fields, no two neighbours being equal.
 
 inline void fill(mpegcore::CA_descriptor& d)

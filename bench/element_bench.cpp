@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// `zqnetsource ! fakesink` beside `udpsrc ! fakesink`: the same paced datagrams on loopback, each receiver in a process
+// of its own, one after the other. Prints CPU time per datagram, loss and peak memory, and the ratio of the two.
+#include "zq_net_source/zq_gst_net_source.h"
+#include "zq_net_source/zq_net_statistics.h"
+
+#include <gst/gst.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace std::chrono_literals;
+using std::chrono::steady_clock;
+
+namespace
+{
+struct load
+{
+    std::size_t size;
+    unsigned rate; // datagrams per second
+};
+
+constexpr load loads[] = {{1316, 5000}, {1316, 20000}, {1316, 50000}, {1316, 100000}, {188, 20000}};
+constexpr unsigned seconds_per_load = 5;
+
+struct result
+{
+    double cpu_us = 0;
+    unsigned long datagrams = 0;
+    unsigned long peak_kb = 0;
+};
+
+double cpu_us()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    const auto us = [](const timeval& time) { return 1e6 * static_cast<double>(time.tv_sec) + time.tv_usec; };
+    return us(usage.ru_utime) + us(usage.ru_stime);
+}
+
+unsigned long peak_memory_kb()
+{
+    std::ifstream status{"/proc/self/status"};
+    for (std::string line; std::getline(status, line);)
+        if (line.rfind("VmHWM:", 0) == 0)
+            return std::strtoul(line.c_str() + 6, nullptr, 10);
+    return 0;
+}
+
+unsigned long rendered_buffers(GstElement* sink)
+{
+    GstStructure* stats = nullptr;
+    g_object_get(sink, "stats", &stats, nullptr);
+    guint64 rendered = 0;
+    gst_structure_get_uint64(stats, "rendered", &rendered);
+    gst_structure_free(stats);
+    return rendered;
+}
+
+/// What reached the application in datagrams: zqnetsource puts several into one buffer and counts their bytes.
+unsigned long received_datagrams(GstElement* source, GstElement* sink, bool ours, std::size_t size)
+{
+    if (!ours)
+        return rendered_buffers(sink);
+    gpointer statistics = nullptr;
+    g_object_get(source, "statistics", &statistics, nullptr);
+    return std::stoul(static_cast<const zq_base_statistics*>(statistics)->get_items()[1].second) / size;
+}
+
+/// The receiving process: plays until its standard input ends, then prints one line of figures.
+int receive(const std::string& element, const std::string& port, std::size_t size)
+{
+    g_set_print_handler([](const gchar*) {});
+    gst_init(nullptr, nullptr);
+    zq_register_elements(nullptr);
+    GError* error = nullptr;
+    GstElement* pipeline =
+        gst_parse_launch((element + " name=src port=" + port + " ! fakesink name=sink sync=false").c_str(), &error);
+    if (error != nullptr) {
+        std::fprintf(stderr, "%s\n", error->message);
+        return 1;
+    }
+    GstElement* source = gst_bin_get_by_name(GST_BIN(pipeline), "src");
+    GstElement* sink = gst_bin_get_by_name(GST_BIN(pipeline), "sink");
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    std::this_thread::sleep_for(300ms);
+    const double before = cpu_us();
+    std::puts("ready");
+    std::fflush(stdout);
+    while (std::getchar() != EOF) {
+    }
+    const double used = cpu_us() - before;
+    const unsigned long received = received_datagrams(source, sink, element == "zqnetsource", size);
+    std::printf("%f %lu %lu\n", used, received, peak_memory_kb());
+    std::fflush(stdout);
+    gst_element_set_state(pipeline, GST_STATE_NULL);
+    gst_object_unref(sink);
+    gst_object_unref(source);
+    gst_object_unref(pipeline);
+    return 0;
+}
+
+/// Sends `count` datagrams evenly in ticks of 200 us.
+void send_paced(const load& work, std::uint16_t port)
+{
+    const int socket = ::socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in target{};
+    target.sin_family = AF_INET;
+    target.sin_port = htons(port);
+    target.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ::connect(socket, reinterpret_cast<const sockaddr*>(&target), sizeof(target));
+
+    std::vector<unsigned char> bytes(work.size, 0x47);
+    iovec part{bytes.data(), bytes.size()};
+    const unsigned per_tick = work.rate / 5000;
+    std::vector<mmsghdr> messages(per_tick);
+    for (auto& message : messages) {
+        message.msg_hdr.msg_iov = &part;
+        message.msg_hdr.msg_iovlen = 1;
+    }
+    auto next = steady_clock::now();
+    for (unsigned tick = 0; tick < 5000 * seconds_per_load; ++tick) {
+        std::this_thread::sleep_until(next += 200us);
+        ::sendmmsg(socket, messages.data(), per_tick, 0);
+    }
+    ::close(socket);
+}
+
+result measure(const std::string& element, const load& work, std::uint16_t port)
+{
+    int to_child[2], from_child[2];
+    if (::pipe(to_child) != 0 || ::pipe(from_child) != 0)
+        throw std::runtime_error("no pipe");
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::dup2(to_child[0], STDIN_FILENO);
+        ::dup2(from_child[1], STDOUT_FILENO);
+        for (const int end : {to_child[0], to_child[1], from_child[0], from_child[1]})
+            ::close(end);
+        ::execl("/proc/self/exe", "element_bench", "--receive", element.c_str(), std::to_string(port).c_str(),
+                std::to_string(work.size).c_str(), nullptr);
+        ::_exit(127);
+    }
+    ::close(to_child[0]);
+    ::close(from_child[1]);
+    FILE* const answers = ::fdopen(from_child[0], "r");
+    char word[16] = "";
+    result figures;
+    if (std::fscanf(answers, "%15s", word) == 1 && std::strcmp(word, "ready") == 0) {
+        send_paced(work, port);
+        std::this_thread::sleep_for(200ms);
+    }
+    ::close(to_child[1]);
+    if (std::fscanf(answers, "%lf %lu %lu", &figures.cpu_us, &figures.datagrams, &figures.peak_kb) != 3)
+        std::fprintf(stderr, "%s gave no figures\n", element.c_str());
+    std::fclose(answers);
+    ::waitpid(child, nullptr, 0);
+    return figures;
+}
+
+void print(const std::string& element, const result& figures, unsigned long sent)
+{
+    std::printf("  %-12s %7.3f us CPU/datagram  %8lu of %lu lost (%.3f %%)  %5.1f MB peak\n", element.c_str(),
+                figures.cpu_us / static_cast<double>(figures.datagrams), sent - figures.datagrams, sent,
+                100.0 * static_cast<double>(sent - figures.datagrams) / static_cast<double>(sent),
+                static_cast<double>(figures.peak_kb) / 1024);
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc == 5 && std::strcmp(argv[1], "--receive") == 0)
+        return receive(argv[2], argv[3], std::strtoul(argv[4], nullptr, 10));
+
+    std::uint16_t port = 23456;
+    for (const auto& work : loads) {
+        const unsigned long sent = static_cast<unsigned long>(work.rate) * seconds_per_load;
+        std::printf("%u datagrams/s of %zu bytes, %.0f Mbit/s, %u s\n", work.rate, work.size,
+                    static_cast<double>(work.rate) * static_cast<double>(work.size) * 8 / 1e6, seconds_per_load);
+        const auto peer = measure("udpsrc", work, port++);
+        const auto ours = measure("zqnetsource", work, port++);
+        print("udpsrc", peer, sent);
+        print("zqnetsource", ours, sent);
+        std::printf("  ratio of CPU  %5.3f\n", (ours.cpu_us / static_cast<double>(ours.datagrams)) /
+                                                   (peer.cpu_us / static_cast<double>(peer.datagrams)));
+        std::fflush(stdout);
+    }
+    return 0;
+}

@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: LGPL-2.1-or-later
+# packaging/check-install.sh BUILD_DIR: installs a finished build into a scratch folder and uses it as a stranger
+# would: a program found through find_package, the same through pkg-config, every installed header, and the plugin.
+set -euo pipefail
+[ $# -eq 1 ] || { sed -n '3,4s/^# //p' "$0" >&2; exit 2; }
+build=$(cd "$1" && pwd)
+consumer=$(cd "$(dirname "$0")" && pwd)/consumer
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+prefix=$scratch/prefix
+
+fail() { echo "check-install: $*" >&2; exit 1; }
+only() { # only FOLDER NAME: the one file of that name
+    find "$1" -name "$2" | grep . || fail "no $2 was installed"
+}
+
+cmake --install "$build" --prefix "$prefix" >"$scratch/install.log" || { cat "$scratch/install.log"; exit 1; }
+# Whatever was moved elsewhere afterwards must still work.
+mv "$prefix" "$scratch/moved"
+prefix=$scratch/moved
+
+cmake -S "$consumer" -B "$scratch/consumer" -DCMAKE_PREFIX_PATH="$prefix" >"$scratch/cmake.log" 2>&1 &&
+    cmake --build "$scratch/consumer" >>"$scratch/cmake.log" 2>&1 || { cat "$scratch/cmake.log"; fail "find_package"; }
+by_cmake=$("$scratch/consumer/consumer") || fail "the program built through find_package failed"
+echo "find_package: $by_cmake"
+
+pc=$(only "$prefix" mpegcore.pc)
+export PKG_CONFIG_PATH=${pc%/*}
+read -ra flags <<<"$(pkg-config --cflags mpegcore)"
+read -ra libs <<<"$(pkg-config --libs mpegcore)"
+compiler=${CXX:-c++}
+"$compiler" -std=c++17 "${flags[@]}" "$consumer/consumer.cpp" "${libs[@]}" -o "$scratch/by-pkg-config"
+by_pkg_config=$("$scratch/by-pkg-config") || fail "the program built through pkg-config failed"
+[ "$by_cmake" = "$by_pkg_config" ] || fail "the two programs disagree: $by_pkg_config"
+echo "pkg-config $(pkg-config --modversion mpegcore): the same"
+
+# No installed header may need one that stayed behind.
+(cd "$prefix/include" && find . -name '*.h' -printf '#include "%P"\n') | sort >"$scratch/all-headers.cpp"
+"$compiler" -std=c++17 -fsyntax-only "${flags[@]}" "$scratch/all-headers.cpp"
+echo "headers: $(wc -l <"$scratch/all-headers.cpp")"
+
+grep -q '^ZQ_ELEMENT:BOOL=ON' "$build/CMakeCache.txt" || exit 0
+plugin=$(only "$prefix" libgstzqnetsource.so)
+described=$(GST_PLUGIN_PATH=${plugin%/*} GST_PLUGIN_SYSTEM_PATH=$scratch/none GST_REGISTRY=$scratch/registry.bin \
+    gst-inspect-1.0 zqnetsource) || fail "gst-inspect-1.0 does not find the plugin"
+grep -qF "$plugin" <<<"$described" || fail "gst-inspect-1.0 found another plugin"
+grep -qF src_net <<<"$described" || fail "the element has no pad template src_net"
+echo "gst-inspect-1.0: ${plugin#"$scratch"/}"

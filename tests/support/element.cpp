@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/element.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace support
+{
+element make_source()
+{
+    GstElement* made = gst_element_factory_make("zqnetsource", nullptr);
+    return element{made != nullptr ? GST_ELEMENT(gst_object_ref_sink(made)) : nullptr};
+}
+
+element parse(const std::string& description)
+{
+    GError* error = nullptr;
+    GstElement* pipeline = gst_parse_launch(description.c_str(), &error);
+    if (error != nullptr) {
+        const std::string message = error->message;
+        g_error_free(error);
+        throw std::runtime_error(message);
+    }
+    return element{GST_ELEMENT(gst_object_ref_sink(pipeline))};
+}
+
+element named(const element& bin, const char* name) { return element{gst_bin_get_by_name(GST_BIN(bin.get()), name)}; }
+
+zq_pad_pointer pad_of(const element& owner, const char* name)
+{
+    return zq_pad_pointer{gst_element_get_static_pad(owner.get(), name)};
+}
+
+void set_port(const element& source, std::uint16_t port)
+{
+    g_object_set(source.get(), "port", static_cast<guint>(port), nullptr);
+}
+
+GstStateChangeReturn set_state(const element& target, GstState state)
+{
+    return gst_element_set_state(target.get(), state);
+}
+
+const zq_net_statistics& statistics_of(const element& source)
+{
+    gpointer statistics = nullptr;
+    g_object_get(source.get(), "statistics", &statistics, nullptr);
+    return *static_cast<const zq_net_statistics*>(statistics);
+}
+
+std::string figure(const element& source, const std::string& name)
+{
+    for (const auto& [row, value] : statistics_of(source).get_items())
+        if (row == name)
+            return value;
+    throw std::runtime_error("no row " + name);
+}
+
+recorder::recorder(GstPad* pad)
+    : pad_{GST_PAD(gst_object_ref(pad))},
+      id_{gst_pad_add_probe(
+          pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM), probe,
+          this, nullptr)}
+{}
+
+recorder::~recorder()
+{
+    gst_pad_remove_probe(pad_, id_);
+    gst_object_unref(pad_);
+}
+
+GstPadProbeReturn recorder::probe(GstPad*, GstPadProbeInfo* info, gpointer self)
+{
+    auto& recorder_ = *static_cast<recorder*>(self);
+    if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0)
+        recorder_.note(GST_PAD_PROBE_INFO_BUFFER(info));
+    else
+        recorder_.note(GST_PAD_PROBE_INFO_EVENT(info));
+    return GST_PAD_PROBE_OK;
+}
+
+void recorder::note(GstBuffer* buffer)
+{
+    seen_buffer seen{std::vector<unsigned char>(gst_buffer_get_size(buffer)),
+                     GST_BUFFER_PTS(buffer),
+                     GST_BUFFER_DTS(buffer),
+                     GST_BUFFER_DURATION(buffer),
+                     GST_BUFFER_OFFSET(buffer),
+                     GST_BUFFER_OFFSET_END(buffer),
+                     GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_LIVE) != 0};
+    gst_buffer_extract(buffer, 0, seen.bytes.data(), seen.bytes.size());
+    const std::lock_guard lock{mutex_};
+    flow_.emplace_back("buffer");
+    buffers_.push_back(std::move(seen));
+    ++count_;
+}
+
+void recorder::note(GstEvent* event)
+{
+    const std::lock_guard lock{mutex_};
+    flow_.emplace_back(GST_EVENT_TYPE_NAME(event));
+    if (GST_EVENT_TYPE(event) == GST_EVENT_SEGMENT) {
+        const GstSegment* segment = nullptr;
+        gst_event_parse_segment(event, &segment);
+        segments_.push_back(*segment);
+    }
+}
+
+std::vector<std::string> recorder::flow() const
+{
+    const std::lock_guard lock{mutex_};
+    return flow_;
+}
+
+std::vector<seen_buffer> recorder::buffers() const
+{
+    const std::lock_guard lock{mutex_};
+    return buffers_;
+}
+
+std::vector<GstSegment> recorder::segments() const
+{
+    const std::lock_guard lock{mutex_};
+    return segments_;
+}
+
+std::vector<unsigned char> recorder::bytes() const
+{
+    const std::lock_guard lock{mutex_};
+    std::vector<unsigned char> all;
+    for (const auto& buffer : buffers_)
+        all.insert(all.end(), buffer.bytes.begin(), buffer.bytes.end());
+    return all;
+}
+
+test_sink::test_sink(chain on_buffer, query on_query)
+    : on_buffer_{std::move(on_buffer)},
+      on_query_{std::move(on_query)},
+      pad_{GST_PAD(gst_object_ref_sink(gst_pad_new("sink", GST_PAD_SINK)))}
+{
+    pad_->chaindata = this;
+    pad_->querydata = this;
+    gst_pad_set_chain_function_full(
+        pad_.get(),
+        [](GstPad* pad, GstObject*, GstBuffer* buffer) {
+            auto& self = *static_cast<test_sink*>(pad->chaindata);
+            const GstFlowReturn flow = self.on_buffer_ ? self.on_buffer_(buffer) : GST_FLOW_OK;
+            gst_buffer_unref(buffer);
+            return flow;
+        },
+        this, nullptr);
+    gst_pad_set_event_function(pad_.get(), [](GstPad*, GstObject*, GstEvent* event) -> gboolean {
+        gst_event_unref(event);
+        return TRUE;
+    });
+    gst_pad_set_query_function_full(
+        pad_.get(),
+        [](GstPad* pad, GstObject* parent, GstQuery* asked) -> gboolean {
+            auto& self = *static_cast<test_sink*>(pad->querydata);
+            if (self.on_query_ && self.on_query_(asked))
+                return TRUE;
+            return gst_pad_query_default(pad, parent, asked);
+        },
+        this, nullptr);
+    gst_pad_set_active(pad_.get(), TRUE);
+}
+
+test_sink::~test_sink() { gst_pad_set_active(pad_.get(), FALSE); }
+
+captured_stdout::captured_stdout()
+{
+    std::fflush(stdout);
+    saved_ = ::dup(STDOUT_FILENO);
+    char name[] = "/tmp/zq-stdout-XXXXXX";
+    file_ = ::mkstemp(name);
+    ::unlink(name);
+    ::dup2(file_, STDOUT_FILENO);
+}
+
+captured_stdout::~captured_stdout()
+{
+    restore();
+    ::close(file_);
+}
+
+void captured_stdout::restore()
+{
+    if (saved_ < 0)
+        return;
+    std::fflush(stdout);
+    ::dup2(saved_, STDOUT_FILENO);
+    ::close(saved_);
+    saved_ = -1;
+}
+
+std::string captured_stdout::text()
+{
+    restore();
+    std::string text;
+    char block[4096];
+    ::lseek(file_, 0, SEEK_SET);
+    for (ssize_t got = 0; (got = ::read(file_, block, sizeof(block))) > 0;)
+        text.append(block, static_cast<std::size_t>(got));
+    return text;
+}
+} // namespace support

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace support
+{
+/// Bytes whose values tell their place: a transport packet's worth of pattern, or any other size.
+std::vector<unsigned char> pattern(std::size_t size, unsigned seed = 0);
+
+/// A port that nothing on this host uses at the moment.
+std::uint16_t free_port();
+
+/// Sends datagrams to one address from loopback; multicast leaves through loopback only.
+class udp_sender
+{
+public:
+    udp_sender(const std::string& address, std::uint16_t port);
+    ~udp_sender();
+    udp_sender(const udp_sender&) = delete;
+    udp_sender& operator=(const udp_sender&) = delete;
+
+    void send(const std::vector<unsigned char>& datagram) const;
+
+private:
+    int socket_;
+};
+
+/// Sends the same datagram about every `interval` from a thread of its own, until destroyed.
+class udp_traffic
+{
+public:
+    udp_traffic(std::uint16_t port, std::chrono::microseconds interval, std::size_t size = 1316);
+    ~udp_traffic();
+
+private:
+    std::atomic<bool> stop_{false};
+    std::thread thread_;
+};
+} // namespace support

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+namespace support
+{
+/// Turns a hang into a failure: ends the process when it lives longer than `limit`.
+class watchdog
+{
+public:
+    explicit watchdog(std::chrono::seconds limit = std::chrono::seconds{120});
+    ~watchdog();
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool done_ = false;
+    std::thread thread_;
+};
+
+/// Waits, at most as long as a slow machine may need, until `reached` says so. The result is its last answer.
+bool eventually(const std::function<bool()>& reached, std::chrono::seconds limit = std::chrono::seconds{30});
+} // namespace support

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/net_sandbox.h"
+#include "zq_net_source/zq_gst_net_source.h"
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    support::enter_net_sandbox();
+    gst_init(&argc, &argv);
+    zq_register_elements(nullptr);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,242 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "zq_net_source/zq_t2mi_provider.h"
+
+#include "support/element.h"
+#include "support/udp_sender.h"
+#include "support/watchdog.h"
+#include "tools/t2mi/t2mi_encapsulator.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <map>
+
+using support::eventually;
+using support::figure;
+
+namespace
+{
+using bytes = std::vector<unsigned char>;
+
+/// `count` transport packets of a PLP, no two of them alike.
+bytes packets_of(std::uint8_t plp, unsigned count)
+{
+    bytes all;
+    for (unsigned i = 0; i < count; ++i) {
+        auto packet = support::pattern(188, 1000 * plp + i);
+        packet[1] = 0x01;
+        packet[2] = plp;
+        packet[3] = 0x10;
+        packet[4] = static_cast<unsigned char>(i >> 8);
+        packet[5] = static_cast<unsigned char>(i);
+        all.insert(all.end(), packet.begin(), packet.end());
+    }
+    return all;
+}
+
+/// One T2-MI stream out of the packets of several PLPs, taken in turn.
+bytes t2mi_of(const std::map<std::uint8_t, bytes>& plps)
+{
+    t2mi::t2mi_options options;
+    options.data_field_bytes_min = 400;
+    options.data_field_bytes_max = 3000;
+    bytes stream;
+    t2mi::t2mi_encapsulator encapsulator{
+        options, [&](const unsigned char* packet) { stream.insert(stream.end(), packet, packet + 188); }};
+    std::size_t longest = 0;
+    for (const auto& [plp, packets] : plps) {
+        EXPECT_TRUE(encapsulator.add_plp(plp));
+        longest = std::max(longest, packets.size());
+    }
+    for (std::size_t at = 0; at < longest; at += 188)
+        for (const auto& [plp, packets] : plps)
+            EXPECT_TRUE(at >= packets.size() || encapsulator.push(plp, packets.data() + at));
+    encapsulator.flush();
+    return stream;
+}
+
+void send_in_datagrams(const support::udp_sender& sender, const bytes& stream, std::size_t size = 1316)
+{
+    for (std::size_t at = 0; at < stream.size(); at += size)
+        sender.send({stream.begin() + static_cast<std::ptrdiff_t>(at),
+                     stream.begin() + static_cast<std::ptrdiff_t>(std::min(stream.size(), at + size))});
+}
+
+/// `zqnetsource input_type=1` for one PLP, on a port or a group.
+struct receiving_plp
+{
+    receiving_plp(int plp, std::uint16_t port, const std::string& properties = "")
+        : pipeline{support::parse("zqnetsource name=src input_type=1 plp=" + std::to_string(plp) +
+                                  " port=" + std::to_string(port) + " " + properties + " ! fakesink sync=false")},
+          source{support::named(pipeline, "src")},
+          recorder{support::pad_of(source, "src_net").get()}
+    {
+        support::set_state(pipeline, GST_STATE_PLAYING);
+    }
+    ~receiving_plp() { support::set_state(pipeline, GST_STATE_NULL); }
+    bool received(std::size_t size)
+    {
+        return eventually([&] { return recorder.count() * 1316 >= size; });
+    }
+
+    support::element pipeline;
+    support::element source;
+    support::recorder recorder;
+};
+
+/// The whole groups of 7 packets in `packets`: the rest waits in an open buffer.
+bytes whole_groups(bytes packets)
+{
+    packets.resize(packets.size() / 1316 * 1316);
+    return packets;
+}
+} // namespace
+
+TEST(T2miElement, DeliversThePacketsOfTheSelectedPlpByteForByte)
+{
+    const support::watchdog guard;
+    const auto port = support::free_port();
+    receiving_plp receiver{0, port};
+    const auto packets = packets_of(0, 700);
+    send_in_datagrams({"127.0.0.1", port}, t2mi_of({{0, packets}, {7, packets_of(7, 500)}}));
+    ASSERT_TRUE(receiver.received(packets.size()));
+    EXPECT_EQ(receiver.recorder.bytes(), packets);
+    EXPECT_EQ(figure(receiver.source, "Last error"), "");
+}
+
+TEST(T2miElement, DeliversTheSameHoweverTheStreamIsCutIntoDatagrams)
+{
+    const support::watchdog guard;
+    const auto packets = packets_of(3, 70);
+    const auto stream = t2mi_of({{3, packets}});
+    for (const std::size_t size : {1, 187, 188, 189, 1000, 1472, 60000}) {
+        const auto port = support::free_port();
+        receiving_plp receiver{3, port};
+        const support::udp_sender sender{"127.0.0.1", port};
+        // Single bytes: each costs the socket far more than its size, so they come in steps that its buffer holds.
+        std::size_t sent = 0;
+        while (sent < stream.size()) {
+            const auto step = std::min(stream.size() - sent, std::max<std::size_t>(size * 500, 1));
+            const auto begin = stream.begin() + static_cast<std::ptrdiff_t>(sent);
+            send_in_datagrams(sender, {begin, begin + static_cast<std::ptrdiff_t>(step)}, size);
+            sent += step;
+            ASSERT_TRUE(
+                eventually([&] { return figure(receiver.source, "Data counter [byte]") == std::to_string(sent); }));
+        }
+        ASSERT_TRUE(receiver.received(packets.size()));
+        EXPECT_EQ(receiver.recorder.bytes(), packets) << "in datagrams of " << size;
+    }
+}
+
+TEST(T2miElement, WithOnlyOtherPlpsPushesNothingAndReportsNothing)
+{
+    const support::watchdog guard;
+    const auto port = support::free_port();
+    receiving_plp receiver{1, port};
+    const auto stream = t2mi_of({{0, packets_of(0, 100)}, {2, packets_of(2, 100)}});
+    send_in_datagrams({"127.0.0.1", port}, stream);
+    EXPECT_TRUE(
+        eventually([&] { return figure(receiver.source, "Data counter [byte]") == std::to_string(stream.size()); }));
+    EXPECT_EQ(receiver.recorder.count(), 0U);
+    EXPECT_EQ(figure(receiver.source, "Last error"), "");
+}
+
+TEST(T2miElement, WithAPlainTransportStreamPushesNothingAndReportsNothing)
+{
+    const support::watchdog guard;
+    const auto port = support::free_port();
+    receiving_plp receiver{0, port};
+    const auto stream = packets_of(0, 700);
+    send_in_datagrams({"127.0.0.1", port}, stream);
+    EXPECT_TRUE(
+        eventually([&] { return figure(receiver.source, "Data counter [byte]") == std::to_string(stream.size()); }));
+    EXPECT_EQ(receiver.recorder.count(), 0U);
+    EXPECT_EQ(figure(receiver.source, "Last error"), "");
+}
+
+TEST(T2miElement, StampsEveryBufferOpenedDuringOneDatagramWithItsTime)
+{
+    const support::watchdog guard;
+    const auto port = support::free_port();
+    receiving_plp receiver{0, port};
+    const auto packets = packets_of(0, 140);
+    const auto stream = t2mi_of({{0, packets}});
+    ASSERT_LE(stream.size(), 64000U);
+    const support::udp_sender sender{"127.0.0.1", port};
+    sender.send(stream);
+    ASSERT_TRUE(receiver.received(packets.size()));
+    const auto buffers = receiver.recorder.buffers();
+    for (const auto& buffer : buffers) {
+        EXPECT_EQ(buffer.pts, buffers[0].pts);
+        EXPECT_EQ(buffer.dts, buffers[0].pts);
+    }
+    EXPECT_EQ(receiver.recorder.segments().at(0).start, buffers[0].pts);
+}
+
+TEST(T2miElement, StampsAPacketThatStraddlesTwoDatagramsWithTheSecond)
+{
+    const support::watchdog guard;
+    const auto port = support::free_port();
+    receiving_plp receiver{0, port};
+    const auto packets = packets_of(0, 14);
+    const auto stream = t2mi_of({{0, packets}});
+    const support::udp_sender sender{"127.0.0.1", port};
+    const auto middle = stream.begin() + 100;
+    sender.send({stream.begin(), middle});
+    ASSERT_TRUE(eventually([&] { return figure(receiver.source, "Data counter [byte]") == "100"; }));
+    sender.send({middle, stream.end()});
+    ASSERT_TRUE(receiver.received(packets.size()));
+    EXPECT_GT(receiver.recorder.buffers().at(0).pts, receiver.recorder.segments().at(0).start);
+}
+
+TEST(T2miElement, OfThreeOnOneGroupEachGetsAllOfItsOwnPlp)
+{
+    const support::watchdog guard;
+    const auto port = support::free_port();
+    const std::string group = "address=239.1.4.1 interface=127.0.0.1";
+    receiving_plp first{0, port, group}, second{1, port, group}, third{255, port, group};
+    // PLP 255 has no memory for packets that straddle two frames: its frames here hold whole ones.
+    t2mi::t2mi_options options;
+    options.data_field_bytes_min = options.data_field_bytes_max = 187 * 20;
+    bytes stream;
+    t2mi::t2mi_encapsulator encapsulator{
+        options, [&](const unsigned char* packet) { stream.insert(stream.end(), packet, packet + 188); }};
+    const std::map<std::uint8_t, bytes> plps{
+        {0, packets_of(0, 2800)}, {1, packets_of(1, 2800)}, {255, packets_of(255, 2800)}};
+    for (const auto& [plp, packets] : plps)
+        ASSERT_TRUE(encapsulator.add_plp(plp));
+    for (std::size_t at = 0; at < plps.at(0).size(); at += 188)
+        for (const auto& [plp, packets] : plps)
+            ASSERT_TRUE(encapsulator.push(plp, packets.data() + at));
+    encapsulator.flush();
+
+    send_in_datagrams({"239.1.4.1", port}, stream);
+    EXPECT_TRUE(first.received(plps.at(0).size()));
+    EXPECT_TRUE(second.received(plps.at(1).size()));
+    EXPECT_TRUE(third.received(plps.at(255).size()));
+    EXPECT_EQ(first.recorder.bytes(), plps.at(0));
+    EXPECT_EQ(second.recorder.bytes(), plps.at(1));
+    EXPECT_EQ(third.recorder.bytes(), plps.at(255));
+}
+
+TEST(T2miElement, DeliversTheRecordedStream)
+{
+    const char* folder = std::getenv("ZQ_SAMPLE_DIR");
+    if (folder == nullptr || *folder == '\0')
+        GTEST_SKIP() << "ZQ_SAMPLE_DIR names no folder of recorded streams";
+    const auto file = [&](const std::string& name) {
+        std::ifstream stream{std::string{folder} + "/" + name, std::ios::binary};
+        return bytes{std::istreambuf_iterator<char>{stream}, {}};
+    };
+    const support::watchdog guard;
+    const auto port = support::free_port();
+    receiving_plp receiver{0, port};
+    send_in_datagrams({"127.0.0.1", port}, file("t2mi-plp-0.ts"));
+    const auto expected = file("t2mi-plp-0.expected-output.ts");
+    ASSERT_EQ(expected.size(), 175U * 188);
+    ASSERT_TRUE(receiver.received(expected.size()));
+    EXPECT_EQ(receiver.recorder.bytes(), whole_groups(expected));
+}

@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "zq_net_source/zq_net_source.h"
+
+#include "zq_net_source/zq_gst_net_source.h"
+
+#include <exception>
+#include <string>
+
+#define GST_CAT_DEFAULT gst_zq_net_source_debug
+
+using namespace std::chrono_literals;
+
+namespace
+{
+/// How long downstream may hold up a pause or a start. Sinks go to PAUSED before sources, so a push into a sink that
+/// waits for preroll is the usual case and never returns by itself.
+constexpr auto downstream_grace = 200ms;
+/// The same once downstream is out of service, when every push comes back at once unless something is broken.
+constexpr auto teardown_grace = 1000ms;
+
+struct pushed_event
+{
+    std::shared_ptr<zq_net_pad> pad;
+    GstEvent* event;
+};
+
+class object_lock
+{
+public:
+    explicit object_lock(GstElement* element) : element_{element} { GST_OBJECT_LOCK(element_); }
+    ~object_lock() { GST_OBJECT_UNLOCK(element_); }
+    object_lock(const object_lock&) = delete;
+    object_lock& operator=(const object_lock&) = delete;
+
+private:
+    GstElement* element_;
+};
+} // namespace
+
+zq_net_source::zq_net_source(GstElement* element, GstElementClass* parent_class)
+    : element_{element},
+      parent_class_{parent_class},
+      statistics_{std::make_shared<zq_net_statistics>()},
+      pad_{std::make_shared<zq_net_pad>()}
+{
+    create_net_pad();
+}
+
+zq_net_source::~zq_net_source()
+{
+    close();
+    if (aside_)
+        zq_net_run::abandon(std::move(aside_));
+}
+
+bool zq_net_source::create_net_pad() { return pad_->create_net_pad(element_); }
+
+void zq_net_source::set_property(guint id, const GValue* value, GParamSpec* param)
+{
+    const auto set_text = [&](std::string& text) {
+        const gchar* given = g_value_get_string(value);
+        if (given == nullptr) {
+            GST_WARNING_OBJECT(element_, "NULL is no value for property %s", param->name);
+            return;
+        }
+        std::string copy{given};
+        const object_lock lock{element_};
+        text = std::move(copy);
+    };
+    switch (id) {
+    case address:
+        return set_text(settings_.address);
+    case interface:
+        return set_text(settings_.interface);
+    case port: {
+        const object_lock lock{element_};
+        settings_.port = static_cast<std::uint16_t>(g_value_get_uint(value));
+        return;
+    }
+    case input_type: {
+        const object_lock lock{element_};
+        settings_.input_type = g_value_get_int(value);
+        return;
+    }
+    case plp: {
+        const object_lock lock{element_};
+        settings_.plp = static_cast<std::uint8_t>(g_value_get_int(value));
+        return;
+    }
+    default:
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(element_, id, param);
+    }
+}
+
+void zq_net_source::get_property(guint id, GValue* value, GParamSpec* param)
+{
+    const auto settings = [this] {
+        const object_lock lock{element_};
+        return settings_;
+    };
+    switch (id) {
+    case address:
+        return g_value_set_string(value, settings().address.c_str());
+    case port:
+        return g_value_set_uint(value, settings().port);
+    case interface:
+        return g_value_set_string(value, settings().interface.c_str());
+    case input_type:
+        return g_value_set_int(value, settings().input_type);
+    case plp:
+        return g_value_set_int(value, settings().plp);
+    case statistics:
+        return get_statistics(value);
+    default:
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(element_, id, param);
+    }
+}
+
+void zq_net_source::get_statistics(GValue* value)
+{
+    if (value != nullptr)
+        g_value_set_pointer(value, statistics_.get());
+}
+
+GstStateChangeReturn zq_net_source::change_state(GstStateChange transition)
+{
+    const auto chain_up = [&] { return parent_class_->change_state(element_, transition); };
+    if (transition == GST_STATE_CHANGE_NULL_TO_READY) {
+        g_print("zq_net_source: NULL_TO_READY\n");
+        return chain_up();
+    }
+    if (transition == GST_STATE_CHANGE_PAUSED_TO_PLAYING) {
+        g_print("zq_net_source: PAUSED_TO_PLAYING\n");
+        start();
+        return chain_up();
+    }
+
+    const GstStateChangeReturn result = chain_up();
+    if (result == GST_STATE_CHANGE_FAILURE)
+        return result;
+    switch (transition) {
+    case GST_STATE_CHANGE_READY_TO_NULL:
+        g_print("zq_net_source: READY_TO_NULL\n");
+        close();
+        return result;
+    case GST_STATE_CHANGE_PLAYING_TO_PAUSED:
+        g_print("zq_net_source: PLAYING_TO_PAUSED\n");
+        stop();
+        return GST_STATE_CHANGE_NO_PREROLL;
+    case GST_STATE_CHANGE_READY_TO_PAUSED:
+        return GST_STATE_CHANGE_NO_PREROLL;
+    case GST_STATE_CHANGE_PAUSED_TO_READY:
+        // Leaving PAUSED took the pads out of service, so a push that was held has come back.
+        collect(teardown_grace);
+        return result;
+    default:
+        return result;
+    }
+}
+
+bool zq_net_source::send_event(GstEvent* event)
+{
+    if (GST_EVENT_TYPE(event) != GST_EVENT_EOS)
+        return parent_class_->send_event(element_, event) != FALSE;
+    // On a thread of its own: the caller holds the state lock, which a sink that prerolls with this event needs.
+    const auto push = [](GstElement*, gpointer data) {
+        const auto* const pushed = static_cast<pushed_event*>(data);
+        gst_pad_push_event(pushed->pad->pad.get(), gst_event_ref(pushed->event));
+    };
+    const auto release = [](gpointer data) {
+        const std::unique_ptr<pushed_event> pushed{static_cast<pushed_event*>(data)};
+        gst_event_unref(pushed->event);
+    };
+    gst_element_call_async(element_, push, new pushed_event{pad_, event}, release);
+    return true;
+}
+
+bool zq_net_source::start()
+{
+    try {
+        stop();
+        collect(downstream_grace);
+        statistics_->reset();
+        {
+            const object_lock lock{element_};
+            run_ = std::make_shared<zq_net_run>(pad_, statistics_, settings_);
+        }
+        run_->start(std::move(aside_), downstream_grace);
+    } catch (const std::exception& error) {
+        statistics_->set_last_error(error.what());
+    }
+    return true;
+}
+
+void zq_net_source::stop()
+{
+    if (!run_)
+        return;
+    const auto run = std::move(run_);
+    aside_ = run->stop(downstream_grace) ? run->take_predecessor() : run;
+}
+
+void zq_net_source::close()
+{
+    stop();
+    collect(teardown_grace);
+}
+
+void zq_net_source::collect(std::chrono::milliseconds grace)
+{
+    while (aside_ && aside_->stop(grace))
+        aside_ = aside_->take_predecessor();
+}
+
+void zq_net_source::shut_down()
+{
+    if (run_ || aside_)
+        gst_pad_set_active(pad_->pad.get(), FALSE);
+    close();
+    // An element that is disposed of above NULL keeps its pads and would leak this one.
+    if (GST_OBJECT_PARENT(pad_->pad.get()) == GST_OBJECT_CAST(element_) && GST_STATE(element_) != GST_STATE_NULL)
+        gst_element_remove_pad(element_, pad_->pad.get());
+}

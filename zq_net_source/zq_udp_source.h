@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "zq_net_source/zq_net_statistics.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+/// One IPv4 UDP socket and the thread that reads it. Every datagram goes to the callback, on that thread.
+///
+/// Closed -> open() -> receiving -> close() -> closed. A failed open() leaves no thread; the next close(), open() or
+/// the destructor closes what it left. All members are for one controlling thread, except where said otherwise.
+class zq_udp_source
+{
+public:
+    /// (nanoseconds since the thread started, the bytes, their count). The bytes are valid during the call only.
+    using callback = std::function<void(unsigned long, unsigned char*, unsigned long)>;
+
+    /// Longest datagram delivered whole, in bytes; the socket layer cuts longer ones.
+    static constexpr std::size_t max_datagram = 64000;
+
+    /// `before_first`, if given, runs once on the receive thread before the first datagram is read; datagrams wait in
+    /// the socket meanwhile. `statistics` must outlive the receiver.
+    zq_udp_source(callback on_datagram, zq_net_statistics& statistics, std::function<void()> before_first = {});
+    virtual ~zq_udp_source();
+    zq_udp_source(const zq_udp_source&) = delete;
+    zq_udp_source& operator=(const zq_udp_source&) = delete;
+
+    /// Binds and starts the thread. `address` is used when it is a multicast group, which is then joined on
+    /// `interface` (the address of a local interface; "" is the system's choice). For a unicast `address` only
+    /// `interface` counts: the local address to bind, "" for all. Only the low 16 bits of `port` count.
+    /// On failure prints the failed call to standard output and returns false.
+    bool open(const std::string& address, std::uint32_t port, const std::string& interface);
+
+    /// Asks the thread to end and wakes it from its wait for data; it begins no callback any more.
+    void ask_to_stop();
+
+    /// Asks the thread to stop and joins it, then closes the socket. Waits for a running callback, however long it
+    /// takes. Not callable on the receive thread.
+    void close();
+
+    /// As close(), but gives up when the callback is still running `callback_grace` after the call, or when called
+    /// on the receive thread: the socket is closed, the thread ends with its callback, and the result is false.
+    /// Call it again, or close(), to collect the thread.
+    [[nodiscard]] bool close_for(std::chrono::milliseconds callback_grace);
+
+    /// Lets go of a thread that close_for() could not collect: when it ends, it closes this receiver and drops
+    /// `owner`, which must be what keeps this object alive.
+    void abandon(std::shared_ptr<void> owner);
+
+    /// True once a stop was asked for. For the callback, to end a wait of its own.
+    [[nodiscard]] bool stopping() const { return stopping_.load(std::memory_order_acquire); }
+
+    /// Waits up to 1 s for a datagram and receives it. Its size, 0 when none came (or an empty one), or -1 with
+    /// errno set when receiving failed.
+    int read(unsigned char* buffer, unsigned long size);
+
+    /// 224.0.0.0 to 239.255.255.255, both included. What does not parse is not multicast.
+    [[nodiscard]] static bool isMulticast(const std::string& address);
+
+    /// Body of the receive thread; returns once `stop` is ready.
+    void work_thread(std::future<void>&& stop);
+
+private:
+    bool bind_multicast(const std::string& address, std::uint16_t port, const std::string& interface);
+    bool bind_unicast(std::uint16_t port, const std::string& interface);
+    void start_thread();
+    bool wait_ended(std::chrono::milliseconds callback_grace);
+    void close_socket();
+    template <class Call>
+    void call_out(const Call& call);
+
+    // Read by the receive thread outside callbacks only; close_for() closes it while that thread is inside one.
+    std::atomic<int> socket_{-1};
+    std::thread thread_;
+    std::shared_ptr<std::promise<void>> stop_promise_;
+    callback callback_;
+    zq_net_statistics& statistics_;
+    std::function<void()> before_first_;
+
+    std::atomic<bool> stopping_{false};
+    std::atomic<bool> in_callback_{false};
+    std::mutex end_mutex_;
+    std::condition_variable end_changed_;
+    bool ended_ = true;
+    std::shared_ptr<void> owner_;
+};
