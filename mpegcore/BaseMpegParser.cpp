@@ -124,6 +124,13 @@ CBaseMpegParser::~CBaseMpegParser() = default;
 
 void CBaseMpegParser::Clear()
 {
+    clear_tables();
+    for (unsigned PID = 0; PID < pid_count; ++PID)
+        m_PIDs[PID].clear();
+}
+
+void CBaseMpegParser::clear_tables()
+{
     clear_wrapper(m_PAT);
     clear_wrapper(m_CAT);
     clear_wrapper(m_TSDT);
@@ -142,8 +149,6 @@ void CBaseMpegParser::Clear()
     m_PMTs.clear();
     m_carryBuffer = {};
     m_carry = 0;
-    for (unsigned PID = 0; PID < pid_count; ++PID)
-        m_PIDs[PID].clear();
 }
 
 void CBaseMpegParser::OnPES(unsigned short, const CBaseStreamTypeMap*, transport_packet*) {}

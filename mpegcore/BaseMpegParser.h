@@ -115,6 +115,10 @@ public:
     std::size_t m_carry = 0; ///< bytes held in m_carryBuffer
     bool m_useCarry;
 
+protected:
+    /// The part of Clear that leaves the PIDs as they are.
+    void clear_tables();
+
 private:
     struct table_row;
     static const table_row table_rows[];

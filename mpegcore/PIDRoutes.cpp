@@ -36,7 +36,7 @@ void PIDRoutes::set_PAT(const CPAT& pat)
     m_PMT_PIDs.clear();
     for (const auto& entry : pat.programs) {
         m_PMT_PIDs.push_back(entry.first);
-        m_routes[entry.first].carries_PMT = true;
+        used(entry.first).carries_PMT = true;
     }
 }
 
@@ -47,7 +47,7 @@ void PIDRoutes::set_CAT(const CCAT& cat)
     m_EMM_PIDs.clear();
     for_each_CA_PID(cat.descriptors, [this](unsigned short PID) {
         m_EMM_PIDs.push_back(PID);
-        ++m_routes[PID].EMM_count;
+        ++used(PID).EMM_count;
     });
 }
 
@@ -69,16 +69,26 @@ void PIDRoutes::set_PMT(unsigned short pmt_PID, const CPMT& pmt)
 
 void PIDRoutes::clear()
 {
-    for (auto& route : m_routes)
-        route = PID_route{};
+    for (const unsigned short PID : m_used)
+        m_routes[PID] = PID_route{};
+    m_used.clear();
     m_PMT_PIDs.clear();
     m_EMM_PIDs.clear();
     m_program_PIDs.clear();
 }
 
+PID_route& PIDRoutes::used(unsigned short PID)
+{
+    PID_route& route = m_routes[PID];
+    if (!route.is_used)
+        m_used.push_back(PID);
+    route.is_used = true;
+    return route;
+}
+
 program_route& PIDRoutes::find_or_add(unsigned short PID, unsigned short pmt_PID, const CPMT& pmt)
 {
-    auto& programs = m_routes[PID].programs;
+    auto& programs = used(PID).programs;
     const auto position = position_of(programs, pmt_PID);
     if (position != programs.end() && position->pmt_PID == pmt_PID)
         return *position;

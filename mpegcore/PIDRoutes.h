@@ -27,6 +27,7 @@ struct program_route
 /// What PAT, PMTs and CAT together say of one PID.
 struct PID_route
 {
+    bool is_used = false;
     bool carries_PMT = false;            ///< in the PAT
     std::uint32_t EMM_count = 0;         ///< CA descriptors of the CAT that name the PID
     std::vector<program_route> programs; ///< ascending by pmt_PID
@@ -54,7 +55,10 @@ private:
     program_route& find_or_add(unsigned short PID, unsigned short pmt_PID, const CPMT& pmt);
     void remove(unsigned short PID, unsigned short pmt_PID);
 
+    PID_route& used(unsigned short PID);
+
     std::vector<PID_route> m_routes;
+    std::vector<unsigned short> m_used; ///< what clear() has to look at
     // What to take back when the next table of the same kind comes.
     std::vector<unsigned short> m_PMT_PIDs;
     std::vector<unsigned short> m_EMM_PIDs;

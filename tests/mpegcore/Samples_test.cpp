@@ -104,7 +104,7 @@ void check(const std::string& name, std::size_t piece)
     counts["eit_pkt_skip_lines"] += 0;
     for (unsigned PID = 0; PID < mpegcore::pid_count; ++PID)
         if (parser.m_PIDs[PID].bitrate != 0)
-            counts["bitrate_at_end/" + zqtest::text("0x%04x", PID)] = parser.m_PIDs[PID].bitrate;
+            counts["bitrate_at_end/" + zqtest::formatted("0x%04x", PID)] = parser.m_PIDs[PID].bitrate;
     EXPECT_EQ(counts, expected_counts(name + ".expected.json"));
     const auto lines = expected_lines(name + ".tables.txt");
     ASSERT_EQ(parser.lines.size(), lines.size());

@@ -28,12 +28,6 @@ public:
     static unsigned video_PID(unsigned programme) { return PMT_PID(programme) + 1; }
     static unsigned audio_PID(unsigned programme, unsigned track) { return PMT_PID(programme) + 2 + track; }
 
-    template <class Table>
-    static Bytes rendered(Table& table)
-    {
-        return table.RenderTable() ? Bytes(table.buffer, table.buffer + table.used) : Bytes{};
-    }
-
     Bytes PAT() const
     {
         mpegcore::CPAT table(nullptr, 4098);

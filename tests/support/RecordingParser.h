@@ -34,7 +34,7 @@ public:
     void OnPAT(mpegcore::CPAT* t) override { table("OnPAT", *t); }
     void OnPMT(mpegcore::CBaseMpegProgram* program, mpegcore::CPMT* t) override
     {
-        table("OnPMT", *t, text("pat_program=%u ", program->program_number));
+        table("OnPMT", *t, formatted("pat_program=%u ", program->program_number));
     }
     void OnCAT(mpegcore::CCAT* t) override { table("OnCAT", *t); }
     void OnTSDT(mpegcore::CTSDT* t) override { table("OnTSDT", *t); }
@@ -80,12 +80,12 @@ private:
     void of_PID(const std::string& name, unsigned short pid)
     {
         called(name);
-        ++count[name + "_per_pid/" + text("0x%04x", pid)];
+        ++count[name + "_per_pid/" + formatted("0x%04x", pid)];
     }
 
     void elementary(unsigned short pid, const char* what, long add)
     {
-        const std::string path = "OnPES_per_pid/" + text("0x%04x/", pid);
+        const std::string path = "OnPES_per_pid/" + formatted("0x%04x/", pid);
         for (const char* name : {"units", "unit_bytes", "packets", "null_es"})
             count[path + name] += 0;
         count[path + what] += add;
@@ -95,8 +95,8 @@ private:
     void table(const std::string& name, const Table& t, const std::string& extra = {})
     {
         called(name);
-        ++count["callbacks_by_table_id/" + name + text("/0x%02x", t.table_id)];
-        lines.push_back(std::to_string(index) + " " + name + text(" pid=0x%04x ", PID) + extra + fields_text(t));
+        ++count["callbacks_by_table_id/" + name + formatted("/0x%02x", t.table_id)];
+        lines.push_back(std::to_string(index) + " " + name + formatted(" pid=0x%04x ", PID) + extra + fields_text(t));
     }
 };
 } // namespace zqtest

@@ -13,6 +13,16 @@ namespace zqtest
 {
 using Bytes = std::vector<unsigned char>;
 
+/// The bytes of RenderTable; empty when it fails.
+template <class Table>
+Bytes rendered(Table& table)
+{
+    Bytes bytes;
+    if (table.RenderTable())
+        bytes.assign(table.buffer, table.buffer + table.used);
+    return bytes;
+}
+
 /// Builds transport packets one behind the other, counting continuity_counter per PID.
 class Stream
 {

@@ -9,7 +9,7 @@
 namespace zqtest
 {
 template <class... Numbers>
-std::string text(const char* format, Numbers... numbers)
+std::string formatted(const char* format, Numbers... numbers)
 {
     char line[256];
     std::snprintf(line, sizeof line, format, numbers...);
@@ -34,37 +34,38 @@ std::string counted_text(const Container& entries, Item item)
 
 inline std::string tags(const mpegcore::ZQDescriptorList& list)
 {
-    return list_text(list, [](const auto& descriptor) { return text("%02x", descriptor->descriptor_tag); });
+    return list_text(list, [](const auto& descriptor) { return formatted("%02x", descriptor->descriptor_tag); });
 }
 
 inline std::string header_text(const mpegcore::CBaseMpegTable& table)
 {
-    return text("table_id=0x%02x section_length=%u ", table.table_id, table.section_length);
+    return formatted("table_id=0x%02x section_length=%u ", table.table_id, table.section_length);
 }
 
 template <class Table>
 std::string version_text(const Table& t)
 {
-    return text(" version=%u current=%u section=%u last=%u", t.version_number, t.current_next_indicator,
-                t.section_number, t.last_section_number);
+    return formatted(" version=%u current=%u section=%u last=%u", t.version_number, t.current_next_indicator,
+                     t.section_number, t.last_section_number);
 }
 
-inline std::string crc_text(std::uint32_t crc) { return text(" crc_32=0x%08x", crc); }
+inline std::string crc_text(std::uint32_t crc) { return formatted(" crc_32=0x%08x", crc); }
 
 inline std::string fields_text(const mpegcore::CPAT& t)
 {
-    return header_text(t) + text("tsid=%u", t.transport_stream_id) + version_text(t) + " programs=" +
-           counted_text(t.programs, [](const auto& p) { return text("0x%04x:%u", p.first, p.second.program_number); }) +
+    return header_text(t) + formatted("tsid=%u", t.transport_stream_id) + version_text(t) + " programs=" +
+           counted_text(t.programs,
+                        [](const auto& p) { return formatted("0x%04x:%u", p.first, p.second.program_number); }) +
            crc_text(t.CRC_32);
 }
 
 inline std::string fields_text(const mpegcore::CPMT& t)
 {
     const auto stream = [](const auto& s) {
-        return text("0x%04x:0x%02x", s.first, s.second->stream_type) + tags(s.second->descriptors);
+        return formatted("0x%04x:0x%02x", s.first, s.second->stream_type) + tags(s.second->descriptors);
     };
-    return header_text(t) + text("program=%u", t.program_number) + version_text(t) +
-           text(" pcr_pid=0x%04x", t.PCR_PID) + " descriptors=" + tags(t.descriptors) +
+    return header_text(t) + formatted("program=%u", t.program_number) + version_text(t) +
+           formatted(" pcr_pid=0x%04x", t.PCR_PID) + " descriptors=" + tags(t.descriptors) +
            " streams=" + counted_text(t.streams, stream) + crc_text(t.CRC_32);
 }
 
@@ -73,7 +74,7 @@ inline std::string fields_text(const mpegcore::CDescriptorTable& t)
     std::string ca;
     for (const auto& descriptor : t.descriptors)
         if (const auto* found = dynamic_cast<const mpegcore::CA_descriptor*>(descriptor.get()))
-            ca += (ca.empty() ? "" : ",") + text("0x%04x:0x%04x", found->CA_system_ID, found->CA_PID);
+            ca += (ca.empty() ? "" : ",") + formatted("0x%04x:0x%04x", found->CA_system_ID, found->CA_PID);
     return header_text(t) + version_text(t).substr(1) + " descriptors=" + tags(t.descriptors) + " ca=[" + ca + "]" +
            crc_text(t.CRC_32);
 }
@@ -81,24 +82,25 @@ inline std::string fields_text(const mpegcore::CDescriptorTable& t)
 inline std::string fields_text(const mpegcore::CSDT& t)
 {
     const auto service = [](const auto& s) {
-        return text("%u:%u%u%u%u", s.first, s.second->EIT_schedule_flag, s.second->EIT_present_following_flag,
-                    s.second->running_status, s.second->free_CA_mode) +
+        return formatted("%u:%u%u%u%u", s.first, s.second->EIT_schedule_flag, s.second->EIT_present_following_flag,
+                         s.second->running_status, s.second->free_CA_mode) +
                tags(s.second->descriptors);
     };
-    return header_text(t) + text("tsid=%u", t.transport_stream_id) + version_text(t) +
-           text(" onid=%u", t.original_network_id) + " services=" + counted_text(t.services, service) +
+    return header_text(t) + formatted("tsid=%u", t.transport_stream_id) + version_text(t) +
+           formatted(" onid=%u", t.original_network_id) + " services=" + counted_text(t.services, service) +
            crc_text(t.CRC_32);
 }
 
 template <class Stream>
 std::string stream_text(const Stream& s, const mpegcore::ZQDescriptorList& list)
 {
-    return text("%u:%u:%u", s.transport_stream_id, s.original_network_id, s.transport_descriptors_length) + tags(list);
+    return formatted("%u:%u:%u", s.transport_stream_id, s.original_network_id, s.transport_descriptors_length) +
+           tags(list);
 }
 
 inline std::string fields_text(const mpegcore::CNIT& t)
 {
-    return header_text(t) + text("id=%u", t.network_id) + version_text(t) +
+    return header_text(t) + formatted("id=%u", t.network_id) + version_text(t) +
            " descriptors=" + tags(t.network_descriptors) + " streams=" +
            counted_text(t.transport_streams, [](const auto& s) { return stream_text(*s, s->descriptors); }) +
            crc_text(t.CRC_32);
@@ -106,7 +108,7 @@ inline std::string fields_text(const mpegcore::CNIT& t)
 
 inline std::string fields_text(const mpegcore::CBAT& t)
 {
-    return header_text(t) + text("id=%u", t.bouquet_id) + version_text(t) +
+    return header_text(t) + formatted("id=%u", t.bouquet_id) + version_text(t) +
            " descriptors=" + tags(t.bouquet_descriptors) + " streams=" +
            counted_text(t.transport_streams, [](const auto& s) { return stream_text(*s, s->transport_descriptors); }) +
            crc_text(t.CRC_32);
@@ -115,21 +117,24 @@ inline std::string fields_text(const mpegcore::CBAT& t)
 inline std::string fields_text(const mpegcore::CEIT& t)
 {
     const auto event = [](const auto& e) {
-        return text("%u:%010lx:%06x:%u:%u", e->event_id, e->start_time, e->duration, e->running_status,
-                    e->free_CA_mode) +
+        return formatted("%u:%010lx:%06x:%u:%u", e->event_id, e->start_time, e->duration, e->running_status,
+                         e->free_CA_mode) +
                tags(e->descriptors);
     };
-    return header_text(t) + text("service=%u", t.service_id) + version_text(t) +
-           text(" tsid=%u onid=%u segment_last=%u last_table_id=0x%02x", t.transport_stream_id, t.original_network_id,
-                t.segment_last_section_number, t.last_table_id) +
+    return header_text(t) + formatted("service=%u", t.service_id) + version_text(t) +
+           formatted(" tsid=%u onid=%u segment_last=%u last_table_id=0x%02x", t.transport_stream_id,
+                     t.original_network_id, t.segment_last_section_number, t.last_table_id) +
            " events=" + counted_text(t.events, event) + crc_text(t.CRC_32);
 }
 
-inline std::string fields_text(const mpegcore::CTDT& t) { return header_text(t) + text("utc=0x%010lx", t.UTC_time); }
+inline std::string fields_text(const mpegcore::CTDT& t)
+{
+    return header_text(t) + formatted("utc=0x%010lx", t.UTC_time);
+}
 
 inline std::string fields_text(const mpegcore::CTOT& t)
 {
-    return header_text(t) + text("utc=0x%010lx loop=%u", t.UTC_time, t.descriptors_loop_length) +
+    return header_text(t) + formatted("utc=0x%010lx loop=%u", t.UTC_time, t.descriptors_loop_length) +
            " descriptors=" + tags(t.descriptors) + crc_text(t.CRC_32);
 }
 } // namespace zqtest

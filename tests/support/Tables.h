@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "support/ByteTable.h"
+#include "support/Stream.h"
 #include "support/TableLines.h"
 #include "support/descriptor_loops.h"
 #include "support/descriptor_registry.h"
@@ -196,13 +197,6 @@ inline void fill(mpegcore::CTOT& t)
     t.descriptors_loop_length = static_cast<std::uint16_t>(t.descriptors.getSize());
 }
 
-/// The bytes of RenderTable; empty when it fails.
-template <class Table>
-Bytes rendered(Table& table)
-{
-    return table.RenderTable() ? Bytes(table.buffer, table.buffer + table.used) : Bytes{};
-}
-
 template <class Table>
 bool read(Table& table, const Bytes& bytes)
 {
@@ -218,12 +212,6 @@ class Roomy : public Table
 public:
     Roomy() : Table(nullptr, largest_section) {}
 };
-
-inline Bytes operator+(Bytes left, std::uint8_t right)
-{
-    left.push_back(right);
-    return left;
-}
 
 /// `value` in 2 bytes, of which `high` are the high 4 bits.
 inline Bytes length_field(std::size_t value, unsigned high = 0xF)

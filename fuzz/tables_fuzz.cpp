@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The first byte picks a table class, the rest is a section whose length and CRC_32 are put right. What is read must
+// render, and what was rendered must read and render to the same bytes again.
+#include "mpegcore/BAT.h"
+#include "mpegcore/CAT.h"
+#include "mpegcore/CRC.h"
+#include "mpegcore/EIT.h"
+#include "mpegcore/NIT.h"
+#include "mpegcore/PAT.h"
+#include "mpegcore/PMT.h"
+#include "mpegcore/SDT.h"
+#include "mpegcore/TDT.h"
+#include "mpegcore/TOT.h"
+#include "mpegcore/TSDT.h"
+
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace
+{
+using namespace mpegcore;
+
+constexpr std::size_t largest = 1024;
+
+void require(bool held)
+{
+    if (!held)
+        std::abort();
+}
+
+template <class Table>
+Table& scratch(unsigned which)
+{
+    static Table tables[2]{{nullptr, largest}, {nullptr, largest}};
+    tables[which].Clear();
+    return tables[which];
+}
+
+template <class Table>
+bool read(Table& table, const unsigned char* data, std::size_t size)
+{
+    // A block of exactly this size, so that a sanitizer sees one byte too many.
+    const std::unique_ptr<unsigned char[]> block(new unsigned char[size]);
+    std::memcpy(block.get(), data, size);
+    typename Table::Reader reader(block.get(), size);
+    return table.read(reader);
+}
+
+template <class Table>
+void read_and_render(const unsigned char* data, std::size_t size)
+{
+    Table& table = scratch<Table>(0);
+    if (!read(table, data, size) || !table.RenderTable())
+        return;
+    require(table.used == 3 + table.calc_section_length());
+    Table& copy = scratch<Table>(1);
+    table.copyTo(&copy);
+    if constexpr (!std::is_same_v<Table, CBAT> && !std::is_same_v<Table, CEIT>) {
+        // A BAT's copy announces other lengths, and an EIT's corrects the stored ones.
+        require(copy.RenderTable() && copy.used == table.used);
+        require(std::memcmp(copy.buffer, table.buffer, copy.used) == 0);
+    }
+    Table& again = scratch<Table>(1);
+    // Descriptors may refuse what they wrote: one that does not end at its length stays as it is.
+    if (!read(again, table.buffer, table.used) || !again.RenderTable())
+        return;
+    if constexpr (std::is_same_v<Table, CPAT> || std::is_same_v<Table, CTDT>) {
+        require(again.used == table.used);
+        require(std::memcmp(again.buffer, table.buffer, table.used) == 0);
+    }
+}
+
+using target = void (*)(const unsigned char*, std::size_t);
+constexpr std::array<target, 10> targets{
+    read_and_render<CPAT>, read_and_render<CPMT>, read_and_render<CCAT>, read_and_render<CTSDT>, read_and_render<CNIT>,
+    read_and_render<CBAT>, read_and_render<CSDT>, read_and_render<CEIT>, read_and_render<CTDT>,  read_and_render<CTOT>};
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    if (size < 4 || size > 1 + largest - 4)
+        return 0;
+    std::array<unsigned char, largest> section;
+    const std::size_t body = size - 1;
+    std::memcpy(section.data(), data + 1, body);
+    const unsigned pick = data[0];
+    if (pick % 10 == 1) {
+        section[0] = 0x02;
+        section[1] &= 0xBF;
+    }
+    // With a high first byte the length stays as the input has it.
+    if (pick < 0xC8) {
+        const std::size_t length = body + 4 - 3;
+        section[1] = static_cast<unsigned char>((section[1] & 0xF0U) | length >> 8);
+        section[2] = static_cast<unsigned char>(length);
+    }
+    const std::uint32_t crc = crc32_mpeg2(section.data(), body);
+    for (unsigned at = 0; at < 4; ++at)
+        section[body + at] = static_cast<unsigned char>(crc >> (24 - 8 * at));
+    targets[pick % 10](section.data(), body + 4);
+    return 0;
+}

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/ByteTable.h"
+#include "support/RecordingParser.h"
+#include "support/Stream.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+using zqtest::Bytes;
+using zqtest::RecordingParser;
+using zqtest::Stream;
+
+namespace
+{
+class HostileInput : public testing::Test
+{
+protected:
+    void SetUp() override { testing::internal::CaptureStdout(); }
+    void TearDown() override { static_cast<void>(testing::internal::GetCapturedStdout()); }
+
+    void feed(RecordingParser& parser, const Bytes& bytes)
+    {
+        const std::unique_ptr<unsigned char[]> block(new unsigned char[bytes.size()]);
+        std::copy(bytes.begin(), bytes.end(), block.get());
+        parser.Process(block.get(), bytes.size());
+        EXPECT_EQ(parser.count["callbacks/OnPreProcess"], parser.count["callbacks/OnProcess"]);
+    }
+};
+
+Bytes random_bytes(std::mt19937& random, std::size_t size)
+{
+    Bytes bytes(size);
+    std::generate(bytes.begin(), bytes.end(), [&random] { return static_cast<unsigned char>(random()); });
+    return bytes;
+}
+
+std::size_t collected(const mpegcore::CBaseMpegParser& parser)
+{
+    std::size_t bytes = 0;
+    for (unsigned PID = 0; PID < mpegcore::pid_count; ++PID)
+        for (const auto* unit : {parser.m_PIDs[PID].collecting, parser.m_PIDs[PID].completed})
+            bytes += unit == nullptr ? 0 : unit->capacity;
+    return bytes;
+}
+} // namespace
+
+TEST_F(HostileInput, OfRandomBytesIsSearchedForPackets)
+{
+    std::mt19937 random(1);
+    RecordingParser parser(true);
+    for (int round = 0; round < 500; ++round)
+        feed(parser, random_bytes(random, random() % 4000));
+    EXPECT_GT(parser.count["callbacks/OnPreProcess"], 0);
+}
+
+TEST_F(HostileInput, OfRandomPacketsOnTablePidsIsRead)
+{
+    std::mt19937 random(2);
+    RecordingParser parser(true);
+    Stream stream;
+    for (int count = 0; count < 50000; ++count) {
+        Bytes payload = random_bytes(random, 184);
+        payload[2] &= 0x03;
+        stream.packet(random() % 0x15, random() % 4 == 0 ? Stream::begins : Stream::goes_on, payload);
+    }
+    feed(parser, stream.data);
+    EXPECT_EQ(parser.count["callbacks/OnPreProcess"], 50000);
+}
+
+TEST_F(HostileInput, OfAdaptationFieldsOfEveryLengthIsReadOnEveryKindOfPid)
+{
+    std::mt19937 random(3);
+    RecordingParser parser(true);
+    Stream stream;
+    for (unsigned length = 0; length < 256; ++length)
+        for (const unsigned PID : {0x0000U, 0x0012U, 0x0100U, 0x1FFFU})
+            for (const unsigned control : {2U, 3U}) {
+                Bytes rest = random_bytes(random, 184);
+                rest[0] = static_cast<unsigned char>(length);
+                stream.raw(PID, Stream::begins, control, rest);
+            }
+    feed(parser, stream.data);
+    EXPECT_EQ(parser.count["callbacks/OnProcess"], 2048);
+}
+
+TEST_F(HostileInput, Of8192BusyPidsStaysWithinTheBudget)
+{
+    mpegcore::CBaseMpegParser parser(true);
+    Stream stream;
+    for (unsigned PID = 0; PID < mpegcore::pid_count; ++PID)
+        stream.packet(PID, Stream::begins, Bytes(184));
+    parser.Process(stream.data.data(), stream.data.size());
+    stream.data.clear();
+    for (unsigned PID = 0; PID < mpegcore::pid_count; ++PID)
+        stream.packet(PID, Stream::goes_on, Bytes(184));
+    // 250 rounds without a second start are 46000 bytes on each PID, 377 million in all.
+    for (int round = 0; round < 250; ++round)
+        parser.Process(stream.data.data(), stream.data.size());
+    EXPECT_LE(collected(parser), mpegcore::CBaseMpegParser::unit_memory_limit);
+    EXPECT_GT(collected(parser), mpegcore::CBaseMpegParser::unit_memory_limit / 4) << "and makes use of it";
+}
+
+TEST_F(HostileInput, OfOneUnitWithoutEndStaysWithinItsLimit)
+{
+    mpegcore::CBaseMpegParser parser(true);
+    Stream stream;
+    stream.packet(0x100, Stream::begins, Bytes(184));
+    parser.Process(stream.data.data(), stream.data.size());
+    stream.data.clear();
+    for (int count = 0; count < 1000; ++count)
+        stream.packet(0x100, Stream::goes_on, Bytes(184));
+    for (int round = 0; round < 120; ++round) {
+        parser.Process(stream.data.data(), stream.data.size());
+        ASSERT_LE(collected(parser), mpegcore::CBasePID::max_unit_size + 4095);
+    }
+    EXPECT_EQ(parser.m_PIDs[0x100].collecting->size, 0U) << "the unit passed the limit";
+}
+
+TEST_F(HostileInput, OfManyPmtsWithOneStreamIsRouted)
+{
+    RecordingParser parser(true);
+    Stream stream;
+    Bytes pat{0, 0xB3, 0xF1, 0, 1, 0xC1, 0, 0};
+    for (unsigned PID = 0x400; PID < 0x400 + 250; ++PID)
+        pat.insert(pat.end(), {0, 1, static_cast<unsigned char>(0xE0 | PID >> 8), static_cast<unsigned char>(PID)});
+    pat[1] = static_cast<unsigned char>(0xB0 | (pat.size() + 1) >> 8);
+    pat[2] = static_cast<unsigned char>(pat.size() + 1);
+    stream.section(0, zqtest::with_crc(pat));
+    for (unsigned PID = 0x400; PID < 0x400 + 250; ++PID)
+        stream.section(PID,
+                       zqtest::with_crc({2, 0xB0, 18, 0, 1, 0xC1, 0, 0, 0xE1, 0, 0xF0, 0, 0x1B, 0xE1, 0, 0xF0, 0}));
+    stream.packet(0x100, Stream::begins, Bytes(184));
+    feed(parser, stream.data);
+    EXPECT_EQ(parser.count["callbacks/OnPMT"], 250);
+    EXPECT_EQ(parser.count["callbacks/OnPES(pmt_pid,es,packet)"], 250);
+}
+
+// Every bit of the first packets of each recorded stream, all of them with ZQ_EVERY_BIT, else one in 997.
+TEST_F(HostileInput, OfARecordingWithAnyBitFlippedIsRead)
+{
+    const char* const folder = std::getenv("ZQ_SAMPLE_DIR");
+    if (folder == nullptr)
+        GTEST_SKIP() << "ZQ_SAMPLE_DIR names no folder with samples";
+    const std::size_t step = std::getenv("ZQ_EVERY_BIT") != nullptr ? 1 : 997;
+    // The streams whose packets are table packets one and all, or hold every kind of table.
+    for (const char* name : {"test-184.ts", "sections-built.ts"}) {
+        std::ifstream file(std::filesystem::path(folder) / name, std::ios::binary);
+        Bytes data{std::istreambuf_iterator<char>(file), {}};
+        ASSERT_FALSE(data.empty()) << name;
+        data.resize(std::min<std::size_t>(data.size(), 2000 * 188));
+        // A window around the flipped bit, from a unit start on, meets the same code as the whole stream does.
+        constexpr std::size_t window = 24 * 188;
+        RecordingParser parser(true);
+        for (std::size_t bit = 0; bit < 8 * data.size(); bit += step) {
+            const std::size_t first = bit / 8 / 188 * 188;
+            const std::size_t size = std::min(window, data.size() - first);
+            data[bit / 8] ^= static_cast<unsigned char>(0x80 >> bit % 8);
+            feed(parser, Bytes(data.begin() + static_cast<std::ptrdiff_t>(first),
+                               data.begin() + static_cast<std::ptrdiff_t>(first + size)));
+            data[bit / 8] ^= static_cast<unsigned char>(0x80 >> bit % 8);
+            parser.lines.clear();
+        }
+        EXPECT_GT(parser.count["callbacks/OnPreProcess"], 0);
+    }
+}
