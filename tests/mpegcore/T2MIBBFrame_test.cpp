@@ -15,9 +15,7 @@ Recording decapsulated(const std::vector<Frame>& frames, unsigned char plp_id = 
     std::vector<Bytes> packets;
     for (const auto& frame : frames)
         packets.push_back(frame.packet());
-    RecordingDecapsulator decapsulator(plp_id);
-    decapsulator.feed(stream_of(packets).data);
-    return static_cast<Recording&>(decapsulator);
+    return decapsulated_stream(stream_of(packets).data, plp_id);
 }
 
 const Bytes data_1 = pattern(187 * 3 + 100, 1); // leaves 100 bytes

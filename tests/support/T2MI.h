@@ -80,8 +80,8 @@ inline Bytes slice(const Bytes& bytes, std::size_t at, std::size_t size)
 inline Bytes PAT_of(const std::vector<unsigned>& pmt_PIDs)
 {
     Bytes body{0, 1, 0xC1, 0, 0};
-    for (const unsigned PID : pmt_PIDs)
-        body = body + big_endian(PID, 2) + big_endian(0xE000U | PID, 2);
+    for (std::size_t at = 0; at < pmt_PIDs.size(); ++at)
+        body = body + big_endian(at + 1, 2) + big_endian(0xE000U | pmt_PIDs[at], 2);
     return section_of(0x00, body);
 }
 
@@ -183,4 +183,20 @@ public:
         }
     }
 };
+
+/// What comes out of a whole stream for one PLP.
+inline Recording decapsulated_stream(const Bytes& data, unsigned plp_id = 0, std::size_t piece = std::size_t{1} << 30)
+{
+    RecordingDecapsulator decapsulator(static_cast<unsigned char>(plp_id));
+    decapsulator.feed(data, piece);
+    return static_cast<Recording&>(decapsulator);
+}
+
+/// A frame with one user packet.
+inline Frame one_packet_frame(unsigned seed = 0)
+{
+    Frame frame;
+    frame.data = pattern(187, seed);
+    return frame;
+}
 } // namespace zqtest
