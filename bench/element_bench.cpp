@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // `zqnetsource ! fakesink` beside `udpsrc ! fakesink`: the same paced datagrams on loopback, each receiver in a process
-// of its own, one after the other. Prints CPU time per datagram, loss and peak memory, and the ratio of the two.
+// of its own, one after the other. Prints CPU time per datagram, loss and peak memory, and the ratio of the two. Then
+// the element with T2-MI: CPU time per megabit and loss.
+#include "tools/t2mi/t2mi_encapsulator.h"
 #include "zq_net_source/zq_gst_net_source.h"
 #include "zq_net_source/zq_net_statistics.h"
 
@@ -13,6 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -31,9 +34,10 @@ namespace
 struct load
 {
     std::size_t size;
-    unsigned rate; // datagrams per second
+    unsigned rate; // datagrams per second, a multiple of ticks_per_second
 };
 
+constexpr unsigned ticks_per_second = 5000;
 constexpr load loads[] = {{1316, 5000}, {1316, 20000}, {1316, 50000}, {1316, 100000}, {188, 20000}};
 constexpr unsigned seconds_per_load = 5;
 
@@ -71,17 +75,19 @@ unsigned long rendered_buffers(GstElement* sink)
     return rendered;
 }
 
-/// What reached the application in datagrams: zqnetsource puts several into one buffer and counts their bytes.
-unsigned long received_datagrams(GstElement* source, GstElement* sink, bool ours, std::size_t size)
+/// What reached the application: buffers, or, where zqnetsource puts several datagrams into one, their bytes counted
+/// in datagrams of `size`.
+unsigned long received(GstElement* source, GstElement* sink, std::size_t size)
 {
-    if (!ours)
+    if (size == 0)
         return rendered_buffers(sink);
     gpointer statistics = nullptr;
     g_object_get(source, "statistics", &statistics, nullptr);
     return std::stoul(static_cast<const zq_base_statistics*>(statistics)->get_items()[1].second) / size;
 }
 
-/// The receiving process: plays until its standard input ends, then prints one line of figures.
+/// The receiving process: plays until its standard input ends, then prints one line of figures. With `size` 0 it
+/// counts buffers.
 int receive(const std::string& element, const std::string& port, std::size_t size)
 {
     g_set_print_handler([](const gchar*) {});
@@ -104,8 +110,7 @@ int receive(const std::string& element, const std::string& port, std::size_t siz
     while (std::getchar() != EOF) {
     }
     const double used = cpu_us() - before;
-    const unsigned long received = received_datagrams(source, sink, element == "zqnetsource", size);
-    std::printf("%f %lu %lu\n", used, received, peak_memory_kb());
+    std::printf("%f %lu %lu\n", used, received(source, sink, size), peak_memory_kb());
     std::fflush(stdout);
     gst_element_set_state(pipeline, GST_STATE_NULL);
     gst_object_unref(sink);
@@ -114,33 +119,50 @@ int receive(const std::string& element, const std::string& port, std::size_t siz
     return 0;
 }
 
-/// Sends `count` datagrams evenly in ticks of 200 us.
-void send_paced(const load& work, std::uint16_t port)
+class loopback_socket
 {
-    const int socket = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in target{};
-    target.sin_family = AF_INET;
-    target.sin_port = htons(port);
-    target.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::connect(socket, reinterpret_cast<const sockaddr*>(&target), sizeof(target));
+public:
+    explicit loopback_socket(std::uint16_t port) : descriptor{::socket(AF_INET, SOCK_DGRAM, 0)}
+    {
+        sockaddr_in target{};
+        target.sin_family = AF_INET;
+        target.sin_port = htons(port);
+        target.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        ::connect(descriptor, reinterpret_cast<const sockaddr*>(&target), sizeof(target));
+    }
+    ~loopback_socket() { ::close(descriptor); }
+    loopback_socket(const loopback_socket&) = delete;
+    loopback_socket& operator=(const loopback_socket&) = delete;
 
-    std::vector<unsigned char> bytes(work.size, 0x47);
-    iovec part{bytes.data(), bytes.size()};
-    const unsigned per_tick = work.rate / 5000;
-    std::vector<mmsghdr> messages(per_tick);
-    for (auto& message : messages) {
-        message.msg_hdr.msg_iov = &part;
-        message.msg_hdr.msg_iovlen = 1;
+    const int descriptor;
+};
+
+/// Sends all of `bytes` in datagrams, `per_tick` of them every 200 us.
+void send_paced(const std::vector<unsigned char>& bytes, std::size_t datagram_size, double per_tick, std::uint16_t port)
+{
+    const loopback_socket socket{port};
+    std::vector<iovec> parts;
+    for (std::size_t at = 0; at < bytes.size(); at += datagram_size)
+        parts.push_back({const_cast<unsigned char*>(bytes.data() + at), std::min(datagram_size, bytes.size() - at)});
+    std::vector<mmsghdr> messages(parts.size());
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        messages[i].msg_hdr.msg_iov = &parts[i];
+        messages[i].msg_hdr.msg_iovlen = 1;
     }
     auto next = steady_clock::now();
-    for (unsigned tick = 0; tick < 5000 * seconds_per_load; ++tick) {
+    double due = 0;
+    for (std::size_t sent = 0; sent < messages.size();) {
         std::this_thread::sleep_until(next += 200us);
-        ::sendmmsg(socket, messages.data(), per_tick, 0);
+        due += per_tick;
+        const auto count = std::min(messages.size() - sent, static_cast<std::size_t>(due) - sent);
+        ::sendmmsg(socket.descriptor, messages.data() + sent, static_cast<unsigned>(count), 0);
+        sent += count;
     }
-    ::close(socket);
 }
 
-result measure(const std::string& element, const load& work, std::uint16_t port)
+/// Figures of one receiver under the traffic that `send` makes.
+template <class Send>
+result measure(const std::string& element, std::size_t size, std::uint16_t port, const Send& send)
 {
     int to_child[2], from_child[2];
     if (::pipe(to_child) != 0 || ::pipe(from_child) != 0)
@@ -152,7 +174,7 @@ result measure(const std::string& element, const load& work, std::uint16_t port)
         for (const int end : {to_child[0], to_child[1], from_child[0], from_child[1]})
             ::close(end);
         ::execl("/proc/self/exe", "element_bench", "--receive", element.c_str(), std::to_string(port).c_str(),
-                std::to_string(work.size).c_str(), nullptr);
+                std::to_string(size).c_str(), nullptr);
         ::_exit(127);
     }
     ::close(to_child[0]);
@@ -161,7 +183,7 @@ result measure(const std::string& element, const load& work, std::uint16_t port)
     char word[16] = "";
     result figures;
     if (std::fscanf(answers, "%15s", word) == 1 && std::strcmp(word, "ready") == 0) {
-        send_paced(work, port);
+        send();
         std::this_thread::sleep_for(200ms);
     }
     ::close(to_child[1]);
@@ -179,6 +201,54 @@ void print(const std::string& element, const result& figures, unsigned long sent
                 100.0 * static_cast<double>(sent - figures.datagrams) / static_cast<double>(sent),
                 static_cast<double>(figures.peak_kb) / 1024);
 }
+void compare_with_udpsrc(const load& work, std::uint16_t port)
+{
+    const unsigned long sent = static_cast<unsigned long>(work.rate) * seconds_per_load;
+    std::printf("%u datagrams/s of %zu bytes, %.0f Mbit/s, %u s\n", work.rate, work.size,
+                static_cast<double>(work.rate) * static_cast<double>(work.size) * 8 / 1e6, seconds_per_load);
+    const std::vector<unsigned char> bytes(work.size * sent, 0x47);
+    const auto run = [&](const std::string& element, std::size_t counted, std::uint16_t to) {
+        const auto figures = measure(element, counted, to, [&] {
+            send_paced(bytes, work.size, static_cast<double>(work.rate) / ticks_per_second, to);
+        });
+        print(element, figures, sent);
+        return figures.cpu_us / static_cast<double>(figures.datagrams);
+    };
+    const double peer = run("udpsrc", 0, port);
+    const double ours = run("zqnetsource", work.size, static_cast<std::uint16_t>(port + 1));
+    std::printf("  ratio of CPU  %5.3f\n", ours / peer);
+}
+
+/// A T2-MI stream with one PLP of `packets` packets.
+std::vector<unsigned char> t2mi_stream(std::size_t packets)
+{
+    std::vector<unsigned char> stream;
+    t2mi::t2mi_encapsulator encapsulator{
+        {}, [&](const unsigned char* packet) { stream.insert(stream.end(), packet, packet + 188); }};
+    if (!encapsulator.add_plp(0))
+        throw std::logic_error("no PLP");
+    unsigned char packet[188] = {0x47, 0x01, 0x00, 0x10};
+    for (std::size_t i = 0; i < packets; ++i) {
+        packet[4] = static_cast<unsigned char>(i);
+        if (!encapsulator.push(0, packet))
+            throw std::logic_error("no packet");
+    }
+    encapsulator.flush();
+    return stream;
+}
+
+void measure_t2mi(unsigned megabits_per_second, std::uint16_t port)
+{
+    const std::size_t packets = std::size_t{megabits_per_second} * seconds_per_load * 1000000 / 8 / 188 / 7 * 7;
+    const auto stream = t2mi_stream(packets);
+    const double megabits = static_cast<double>(stream.size()) * 8 / 1e6;
+    const auto figures = measure("zqnetsource input_type=1 plp=0", 0, port, [&] {
+        send_paced(stream, 1316, megabits_per_second * 1e6 / 8 / 1316 / ticks_per_second, port);
+    });
+    std::printf("T2-MI at %3u Mbit/s, %.0f Mbit in all: %6.2f us CPU/Mbit, %lu of %zu packets lost, %.1f MB peak\n",
+                megabits_per_second, megabits, figures.cpu_us / megabits, packets - figures.datagrams * 7, packets,
+                static_cast<double>(figures.peak_kb) / 1024);
+}
 } // namespace
 
 int main(int argc, char** argv)
@@ -188,15 +258,12 @@ int main(int argc, char** argv)
 
     std::uint16_t port = 23456;
     for (const auto& work : loads) {
-        const unsigned long sent = static_cast<unsigned long>(work.rate) * seconds_per_load;
-        std::printf("%u datagrams/s of %zu bytes, %.0f Mbit/s, %u s\n", work.rate, work.size,
-                    static_cast<double>(work.rate) * static_cast<double>(work.size) * 8 / 1e6, seconds_per_load);
-        const auto peer = measure("udpsrc", work, port++);
-        const auto ours = measure("zqnetsource", work, port++);
-        print("udpsrc", peer, sent);
-        print("zqnetsource", ours, sent);
-        std::printf("  ratio of CPU  %5.3f\n", (ours.cpu_us / static_cast<double>(ours.datagrams)) /
-                                                   (peer.cpu_us / static_cast<double>(peer.datagrams)));
+        compare_with_udpsrc(work, port);
+        port = static_cast<std::uint16_t>(port + 2);
+        std::fflush(stdout);
+    }
+    for (const unsigned rate : {50, 100, 500}) {
+        measure_t2mi(rate, port++);
         std::fflush(stdout);
     }
     return 0;
