@@ -50,7 +50,7 @@ public:
     void send(const unsigned char* packet)
     {
         datagram_.insert(datagram_.end(), packet, packet + 188);
-        if (datagram_.size() < 7 * 188)
+        if (datagram_.size() < std::size_t{7} * 188)
             return;
         ::sendto(socket_, datagram_.data(), datagram_.size(), 0, reinterpret_cast<const sockaddr*>(&target_),
                  sizeof(target_));
@@ -69,8 +69,9 @@ std::uint16_t free_port()
     sockaddr_in address{};
     socklen_t length = sizeof(address);
     address.sin_family = AF_INET;
-    ::bind(socket, reinterpret_cast<sockaddr*>(&address), length);
-    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
+    if (::bind(socket, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+        ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        address.sin_port = 0;
     ::close(socket);
     return ntohs(address.sin_port);
 }

@@ -40,6 +40,9 @@ echo "pkg-config $(pkg-config --modversion mpegcore): the same"
 "$compiler" -std=c++17 -fsyntax-only "${flags[@]}" "$scratch/all-headers.cpp"
 echo "headers: $(wc -l <"$scratch/all-headers.cpp")"
 
+mux=$(only "$prefix" zq-t2mi-mux)
+"$mux" --help | grep -q '^Usage: zq-t2mi-mux' || fail "zq-t2mi-mux does not run"
+
 grep -q '^ZQ_ELEMENT:BOOL=ON' "$build/CMakeCache.txt" || exit 0
 plugin=$(only "$prefix" libgstzqnetsource.so)
 described=$(GST_PLUGIN_PATH=${plugin%/*} GST_PLUGIN_SYSTEM_PATH=$scratch/none GST_REGISTRY=$scratch/registry.bin \
