@@ -7,6 +7,8 @@
 int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
+    if (testing::GTEST_FLAG(list_tests)) // the build lists them, without the environment that a run has
+        return RUN_ALL_TESTS();
     support::enter_net_sandbox();
     gst_init(&argc, &argv);
     zq_register_elements(nullptr);
