@@ -97,16 +97,17 @@ const CBaseMpegParser::table_row CBaseMpegParser::table_rows[] = {
     {0x0014, 0x73, 0x73, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_TOT, &CBaseMpegParser::OnTOT>},
 };
 
-bool CBaseMpegParser::is_table_PID(unsigned short PID)
+/// The first row of a PID, or null for a PID that carries no table.
+const CBaseMpegParser::table_row* CBaseMpegParser::first_row(unsigned short PID)
 {
-    // Bit n stands for PID n; all table PIDs are below 64.
-    static const std::uint64_t table_PIDs = [] {
-        std::uint64_t PIDs = 0;
-        for (const table_row& row : table_rows)
-            PIDs |= std::uint64_t{1} << row.PID;
-        return PIDs;
+    constexpr std::size_t all = std::end(table_rows) - std::begin(table_rows);
+    static const auto rows = [] {
+        std::array<const table_row*, 64> first{};
+        for (std::size_t at = all; at-- > 0;)
+            first[table_rows[at].PID] = &table_rows[at];
+        return first;
     }();
-    return PID < 64 && (table_PIDs >> PID & 1) != 0;
+    return PID < rows.size() ? rows[PID] : nullptr;
 }
 
 CBaseMpegParser::CBaseMpegParser(bool use_carry)
@@ -254,14 +255,14 @@ bool CBaseMpegParser::ParserData(transport_packet& packet)
     CDataAccumulator* unit = m_PIDs[packet.PID].CBasePID::putPacket(packet);
     if (packet.PID == null_packet_PID)
         OnNULL(&packet);
-    else if (is_table_PID(packet.PID))
-        parse_section(packet.PID);
+    else if (const table_row* const rows = first_row(packet.PID))
+        parse_section(packet.PID, rows);
     else if (m_PAT.valid != 0)
         route_packet(packet, unit);
     return true;
 }
 
-void CBaseMpegParser::parse_section(unsigned short PID)
+void CBaseMpegParser::parse_section(unsigned short PID, const table_row* row)
 {
     const CDataAccumulator* unit = m_PIDs[PID].collecting;
     if (unit == nullptr || unit->size < shortest_section_unit) {
@@ -272,13 +273,13 @@ void CBaseMpegParser::parse_section(unsigned short PID)
     unsigned char* const section = unit->data + pointer_field_size;
     const std::size_t size = unit->size - pointer_field_size;
     const unsigned char table_id = section[0];
-    for (const table_row& row : table_rows) {
-        if (row.PID != PID || table_id < row.first_table_id || table_id > row.last_table_id)
+    for (; row != std::end(table_rows) && row->PID == PID; ++row) {
+        if (table_id < row->first_table_id || table_id > row->last_table_id)
             continue;
-        if (row.needs_announced_length && !holds_announced_section(section, size))
+        if (row->needs_announced_length && !holds_announced_section(section, size))
             return;
         section_reader reader(section, size);
-        (this->*row.parse)(reader);
+        (this->*row->parse)(reader);
         return;
     }
 }

@@ -121,15 +121,15 @@ protected:
 
 private:
     struct table_row;
-    static const table_row table_rows[];
+    static const table_row table_rows[14];
 
     unsigned long process_packets(unsigned char* data, unsigned long size, unsigned long end);
     void prefetch(const unsigned char* data);
     void append_to_carry(const unsigned char* data, std::size_t size);
     void carry_over(const unsigned char* data, std::size_t size);
 
-    static bool is_table_PID(unsigned short PID);
-    void parse_section(unsigned short PID);
+    static const table_row* first_row(unsigned short PID);
+    void parse_section(unsigned short PID, const table_row* row);
     template <auto Wrapper, auto Callback>
     void parse_table(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     void parse_PMT(unsigned short PID, CBaseMpegProgram& program);

@@ -3,6 +3,7 @@
 #include "mpegcore/DataAccumulator.h"
 #include "mpegcore/TransportPacket.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -123,7 +124,7 @@ private:
         if (packet.payload_size == ts_payload_size)
             std::memcpy(end, packet.payload, ts_payload_size);
         else
-            std::memcpy(end, packet.payload, packet.payload_size);
+            std::copy_n(packet.payload, packet.payload_size, end);
         collecting->size += packet.payload_size;
     }
     [[nodiscard]] bool grow(std::size_t needed);

@@ -82,16 +82,18 @@ std::uint64_t CEventInfo::time_t_to_start_time(long time)
 
 std::time_t CEventInfo::start_time_to_time_t(unsigned long start_time)
 {
-    const auto MJD = static_cast<std::int32_t>(static_cast<std::uint32_t>(start_time >> 24));
-    const int year = static_cast<int>((MJD - 15078.2) / 365.25);
-    const int year_days = static_cast<int>(year * 365.25);
-    const int month = static_cast<int>((MJD - 14956.1 - year_days) / 30.6001);
+    // 32 bits of it count; whatever the caller put there, what follows fits 64.
+    const std::int64_t MJD = static_cast<std::int32_t>(static_cast<std::uint32_t>(start_time >> 24));
+    const auto year = static_cast<std::int64_t>((static_cast<double>(MJD) - 15078.2) / 365.25);
+    const auto year_days = static_cast<std::int64_t>(static_cast<double>(year) * 365.25);
+    const auto month =
+        static_cast<std::int64_t>((static_cast<double>(MJD) - 14956.1 - static_cast<double>(year_days)) / 30.6001);
+    const auto month_days = static_cast<std::int64_t>(static_cast<double>(month) * 30.6001);
     const int next_year = month == 14 || month == 15 ? 1 : 0;
     std::tm utc{};
-    // The day in 64 bits: MJD is whatever the caller had.
-    utc.tm_mday = static_cast<int>(std::int64_t{MJD} - 14956 - year_days - static_cast<int>(month * 30.6001));
-    utc.tm_mon = month - 12 * next_year;
-    utc.tm_year = year + next_year + 1900;
+    utc.tm_mday = static_cast<int>(MJD - 14956 - year_days - month_days);
+    utc.tm_mon = static_cast<int>(month) - 12 * next_year;
+    utc.tm_year = static_cast<int>(year) + next_year + 1900;
     utc.tm_hour = from_bcd(start_time >> 16 & 0xFF);
     utc.tm_min = from_bcd(start_time >> 8 & 0xFF);
     utc.tm_sec = from_bcd(start_time & 0xFF);

@@ -42,11 +42,14 @@ public:
     int Parser(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
     {
         // A section that failed half-way may have left entries behind.
-        work->Clear();
+        if (work_was_read)
+            work->Clear();
+        work_was_read = true;
         if (!work->read(reader))
             return 0;
         std::swap(work, current);
         work->Clear();
+        work_was_read = false;
         valid = 1;
         return 1;
     }
@@ -54,5 +57,8 @@ public:
     int valid = 0;        ///< 1 once a section was good
     T* work = nullptr;    ///< owned; scratch
     T* current = nullptr; ///< owned; the last good section
+
+private:
+    bool work_was_read = false; ///< since it was cleared
 };
 } // namespace mpegcore

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/BlockPool.h"
 #include "mpegcore/base_descriptor.h"
 #include "mpegcore/descriptors/CA_descriptor.h"
 #include "mpegcore/descriptors/ISO_639_language_descriptor.h"
@@ -50,7 +51,7 @@ enum class ZQDescriptorType
 class ZQDescriptorList
 {
 public:
-    using container = std::vector<std::shared_ptr<base_descriptor>>;
+    using container = std::vector<std::shared_ptr<base_descriptor>, block_allocator<std::shared_ptr<base_descriptor>>>;
 
     explicit ZQDescriptorList(ZQDescriptorType type = ZQDescriptorType::TS) : type_(type) {}
     virtual ~ZQDescriptorList() = default;
@@ -68,7 +69,7 @@ public:
     template <class T>
     [[nodiscard]] bool add(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
     {
-        auto descriptor = std::make_shared<T>();
+        auto descriptor = std::allocate_shared<T>(block_allocator<T>());
         if (!descriptor->T::read(reader))
             return false;
         append(std::move(descriptor));
