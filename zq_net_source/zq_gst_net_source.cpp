@@ -9,30 +9,53 @@ static GstElementClass* parent_class = nullptr;
 
 static zq_net_source* engine_of(gpointer object) { return static_cast<Gstzqnetsource*>(object)->engine; }
 
+/// Runs `call` on the engine; an exception becomes the last error and `otherwise` the result.
+template <class Call, class Result>
+static Result guarded(gpointer object, Result otherwise, const Call& call)
+{
+    zq_net_source* const engine = engine_of(object);
+    try {
+        return call(*engine);
+    } catch (...) {
+        engine->note_exception();
+        return otherwise;
+    }
+}
+
 static void gst_zq_net_source_set_property(GObject* object, guint id, const GValue* value, GParamSpec* param)
 {
-    engine_of(object)->set_property(id, value, param);
+    guarded(object, false, [&](zq_net_source& engine) {
+        engine.set_property(id, value, param);
+        return true;
+    });
 }
 
 static void gst_zq_net_source_get_property(GObject* object, guint id, GValue* value, GParamSpec* param)
 {
-    engine_of(object)->get_property(id, value, param);
+    guarded(object, false, [&](zq_net_source& engine) {
+        engine.get_property(id, value, param);
+        return true;
+    });
 }
 
 static GstStateChangeReturn gst_zq_net_source_change_state(GstElement* element, GstStateChange transition)
 {
-    return engine_of(element)->change_state(transition);
+    return guarded(element, GST_STATE_CHANGE_FAILURE,
+                   [&](zq_net_source& engine) { return engine.change_state(transition); });
 }
 
 static gboolean gst_zq_net_source_send_event(GstElement* element, GstEvent* event)
 {
-    return engine_of(element)->send_event(event) ? TRUE : FALSE;
+    return guarded(element, false, [&](zq_net_source& engine) { return engine.send_event(event); }) ? TRUE : FALSE;
 }
 
 static void gst_zq_net_source_dispose(GObject* object)
 {
     // Here and not only in finalize, where the element has no reference left that its pad could take.
-    engine_of(object)->shut_down();
+    guarded(object, false, [](zq_net_source& engine) {
+        engine.shut_down();
+        return true;
+    });
     G_OBJECT_CLASS(parent_class)->dispose(object);
 }
 
@@ -40,7 +63,10 @@ static void gst_zq_net_source_finalize(GObject* object)
 {
     auto* const instance = reinterpret_cast<Gstzqnetsource*>(object);
     if (instance->engine != nullptr) {
-        instance->engine->stop();
+        guarded(object, false, [](zq_net_source& engine) {
+            engine.stop();
+            return true;
+        });
         delete instance->engine;
         instance->engine = nullptr;
     }

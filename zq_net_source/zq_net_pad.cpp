@@ -39,12 +39,15 @@ bool zq_net_pad::create_net_pad(GstElement* element)
 
 void zq_net_pad::send_stream_start(const char* stream_id) const
 {
-    const zq_element_pointer element{gst_pad_get_parent_element(pad.get())};
-    if (!element)
+    GstEvent* event = nullptr;
+    if (const zq_element_pointer element{gst_pad_get_parent_element(pad.get())}) {
+        const zq_text_pointer full_id{gst_pad_create_stream_id_printf(pad.get(), element.get(), "%s", stream_id)};
+        event = gst_event_new_stream_start(full_id.get());
+    }
+    if (event == nullptr)
         return;
-    const zq_text_pointer full_id{gst_pad_create_stream_id_printf(pad.get(), element.get(), "%s", stream_id)};
-    GstEvent* event = gst_event_new_stream_start(full_id.get());
     gst_event_set_group_id(event, gst_util_group_id_next());
+    // Without a reference to the element: downstream may hold the push longer than the application its element.
     gst_pad_push_event(pad.get(), event);
 }
 

@@ -3,7 +3,6 @@
 
 #include "zq_net_source/zq_gst_net_source.h"
 
-#include <exception>
 #include <string>
 
 #define GST_CAT_DEFAULT gst_zq_net_source_debug
@@ -192,8 +191,8 @@ bool zq_net_source::start()
             run_ = std::make_shared<zq_net_run>(pad_, statistics_, settings_);
         }
         run_->start(std::move(aside_), downstream_grace);
-    } catch (const std::exception& error) {
-        statistics_->set_last_error(error.what());
+    } catch (...) {
+        note_exception();
     }
     return true;
 }
@@ -216,6 +215,13 @@ void zq_net_source::collect(std::chrono::milliseconds grace)
 {
     while (aside_ && aside_->stop(grace))
         aside_ = aside_->take_predecessor();
+}
+
+void zq_net_source::note_exception() noexcept { statistics_->note_exception(); }
+
+std::string zq_net_source::pts_to_string(GstClockTime pts)
+{
+    return std::to_string(static_cast<std::uint64_t>(static_cast<double>(pts) / 1e6));
 }
 
 void zq_net_source::shut_down()

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <memory>
+#include <string>
 
 /// The engine behind one `zqnetsource` instance: properties, statistics, source pad, and the run between start() and
 /// stop(). State changes and start/stop come one at a time (GStreamer's state lock); properties from any thread.
@@ -47,6 +48,12 @@ public:
     void stop();
     /// stop(), and collects what an earlier stop() had to set aside.
     void close();
+
+    /// Makes the exception that is being handled the last error. For the C callbacks, which no exception may leave.
+    void note_exception() noexcept;
+
+    /// Whole milliseconds of a time stamp in nanoseconds, in decimal.
+    [[nodiscard]] static std::string pts_to_string(GstClockTime pts);
 
     /// For an element that is let go while it plays: takes the pad out of service first, so that nothing more can
     /// be pushed, then stops.

@@ -3,6 +3,8 @@
 
 #include "zqsdk/ZQString.h"
 
+#include <exception>
+
 // The figures are independent of each other, so relaxed order is enough everywhere.
 static constexpr auto relaxed = std::memory_order_relaxed;
 
@@ -40,4 +42,19 @@ void zq_net_statistics::set_last_error(std::string text)
 {
     const std::lock_guard lock{last_error_mutex_};
     last_error_ = std::move(text);
+}
+
+void zq_net_statistics::note_exception() noexcept
+{
+    try {
+        try {
+            throw;
+        } catch (const std::exception& error) {
+            set_last_error(error.what());
+        } catch (...) {
+            set_last_error("unknown exception");
+        }
+    } catch (...) { // no memory even for the text
+        return;
+    }
 }

@@ -39,6 +39,8 @@ public:
     void add_data(std::uint64_t bytes);
     void set_bit_rate(std::uint64_t bits_per_second);
     void set_last_error(std::string text);
+    /// Makes the exception that is being handled the last error, if memory allows.
+    void note_exception() noexcept;
 
 private:
     std::atomic<std::int64_t> system_time_ns_{0};

@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <exception>
 
 using std::chrono::steady_clock;
 
@@ -143,10 +142,8 @@ void zq_udp_source::call_out(const Call& call)
     in_callback_.store(true, std::memory_order_release);
     try {
         call();
-    } catch (const std::exception& error) {
-        statistics_.set_last_error(error.what());
     } catch (...) {
-        statistics_.set_last_error("unknown exception");
+        statistics_.note_exception();
     }
     in_callback_.store(false, std::memory_order_release);
 }
@@ -162,8 +159,8 @@ void zq_udp_source::start_thread()
                 if (before_first_)
                     call_out(before_first_);
                 work_thread(stop_promise_->get_future());
-            } catch (const std::exception& error) {
-                statistics_.set_last_error(error.what());
+            } catch (...) {
+                statistics_.note_exception();
             }
             // Held beyond the lock: dropping the owner may destroy this receiver, mutex included.
             std::shared_ptr<void> owner;

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 
 using namespace std::chrono_literals;
 using support::eventually;
@@ -424,6 +425,24 @@ TEST(Element, PassesAnEndOfStreamEventOnBeforeAnyDataCame)
     if (message != nullptr)
         gst_message_unref(message);
     gst_object_unref(bus);
+}
+
+TEST(Engine, WritesATimeStampInWholeMilliseconds)
+{
+    EXPECT_EQ(zq_net_source::pts_to_string(0), "0");
+    EXPECT_EQ(zq_net_source::pts_to_string(999999), "0");
+    EXPECT_EQ(zq_net_source::pts_to_string(1234567890), "1234");
+}
+
+TEST(Engine, MakesTheExceptionAtHandTheLastError)
+{
+    const auto source = support::make_source();
+    try {
+        throw std::runtime_error("no memory");
+    } catch (...) {
+        reinterpret_cast<Gstzqnetsource*>(source.get())->engine->note_exception();
+    }
+    EXPECT_EQ(figure(source, "Last error"), "no memory");
 }
 
 TEST(SourcePad, AnswersTheCapsQueryWithoutRegardToTheFilter)
