@@ -240,10 +240,19 @@ int zq_udp_source::read(unsigned char* buffer, unsigned long size)
     const int descriptor = socket_;
     if (descriptor < 0)
         return 0;
+    if (burst_.expects_more()) {
+        const auto received = ::recv(descriptor, buffer, size, 0);
+        if (received >= 0 || errno != EAGAIN) {
+            burst_.got_more();
+            return static_cast<int>(received);
+        }
+        burst_.found_none();
+    }
     // poll and not select: the same answer for one descriptor, and descriptors from FD_SETSIZE on work too.
     pollfd waited{descriptor, POLLIN, 0};
     if (::poll(&waited, 1, 1000) <= 0 || (waited.revents & POLLNVAL) != 0)
         return 0;
+    burst_.waited();
     return static_cast<int>(::recv(descriptor, buffer, size, 0));
 }
 

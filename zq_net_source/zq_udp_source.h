@@ -77,10 +77,40 @@ private:
     template <class Call>
     void call_out(const Call& call);
 
+    /// Tells whether to receive without waiting first: worth a call where datagrams come in bursts, as encoders send
+    /// them, and a wasted one where they come one by one. Asks after every sixteenth wait which of the two it is.
+    class burst_guess
+    {
+    public:
+        bool expects_more() const { return expects_more_; }
+        void waited()
+        {
+            first_ = true;
+            expects_more_ = bursts_ || ++waits_ % 16 == 0;
+        }
+        void got_more()
+        {
+            bursts_ = true;
+            first_ = false;
+        }
+        void found_none()
+        {
+            bursts_ = bursts_ && !first_;
+            expects_more_ = false;
+        }
+
+    private:
+        bool expects_more_ = false;
+        bool first_ = false; // of the guesses since the last wait
+        bool bursts_ = false;
+        unsigned waits_ = 0;
+    };
+
     // Read by the receive thread outside callbacks only; close_for() closes it while that thread is inside one.
     std::atomic<int> socket_{-1};
     std::thread thread_;
     std::shared_ptr<std::promise<void>> stop_promise_;
+    burst_guess burst_;
     callback callback_;
     zq_net_statistics& statistics_;
     std::function<void()> before_first_;

@@ -128,6 +128,25 @@ TEST(UdpReceiver, HandsOverEachDatagramWithItsTimeSinceTheStart)
     EXPECT_LT(receiver.times[1], 60000000000U);
 }
 
+TEST(UdpReceiver, HandsOverBurstsAndSingleDatagramsInTheirOrder)
+{
+    receiving receiver;
+    const auto port = support::free_port();
+    ASSERT_TRUE(receiver.source.open("127.0.0.1", port, ""));
+    const udp_sender sender{"127.0.0.1", port};
+    std::vector<std::vector<unsigned char>> sent;
+    for (unsigned round = 0; round < 120; ++round) {
+        for (unsigned i = 0; i < 1 + (round / 30 % 2) * 9; ++i) {
+            sent.push_back(pattern(20 + sent.size() % 1000, round));
+            sender.send(sent.back());
+        }
+        ASSERT_TRUE(eventually([&] { return receiver.count() == sent.size(); }));
+    }
+    receiver.source.close();
+    EXPECT_EQ(receiver.datagrams, sent);
+    EXPECT_EQ(receiver.last_error(), "");
+}
+
 TEST(UdpReceiver, UsesOnlyTheLow16BitsOfThePort)
 {
     receiving receiver;
