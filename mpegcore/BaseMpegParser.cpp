@@ -183,13 +183,13 @@ unsigned long CBaseMpegParser::Process(unsigned char* data, unsigned long size)
 /// many programs it is rarely in the nearest cache.
 void CBaseMpegParser::prefetch(const unsigned char* data)
 {
-    const unsigned short far = PID_at(data + 4 * ts_packet_size);
+    const unsigned short far = PID_at(data + 8 * ts_packet_size);
     __builtin_prefetch(&m_PIDs[far], 1);
     __builtin_prefetch(&m_routes[far]);
-    const unsigned short middle = PID_at(data + 2 * ts_packet_size);
+    const unsigned short middle = PID_at(data + 5 * ts_packet_size);
     m_PIDs[middle].prefetch_buffer();
     __builtin_prefetch(m_routes[middle].programs.data());
-    m_PIDs[PID_at(data + ts_packet_size)].prefetch_end();
+    m_PIDs[PID_at(data + 3 * ts_packet_size)].prefetch_end();
 }
 
 /// Handles the packets that begin in front of `end`; returns where the first byte not consumed is.
@@ -202,7 +202,7 @@ unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned lon
     unsigned long position = 0;
     while (position < end) {
         if (data[position] == ts_sync_byte) {
-            if (position + 5 * ts_packet_size <= size)
+            if (position + 9 * ts_packet_size <= size)
                 prefetch(data + position);
             fill(packet, data + position);
             OnPreProcess(0, packet);
