@@ -62,7 +62,8 @@ std::shared_ptr<T> golden(mpegcore::ZQDescriptorType type, const Bytes& bytes)
     EXPECT_EQ(reader.availableBytes(), 0U);
     EXPECT_EQ(list.getSize(), bytes.size());
     EXPECT_EQ(written(list), bytes);
-    if (list.size() != 1 || typeid(**list.begin()) != typeid(T)) {
+    const mpegcore::base_descriptor* const only = list.size() == 1 ? list.begin()->get() : nullptr;
+    if (only == nullptr || typeid(*only) != typeid(T)) {
         ADD_FAILURE() << "not one descriptor of the class";
         return std::make_shared<T>();
     }
