@@ -122,8 +122,6 @@ TEST(StopUnderTraffic, SurvivesCyclesIntoASinkThatSleeps) { cycle("identity slee
 
 TEST(StopUnderTraffic, SurvivesCyclesIntoAnAppSinkThatNobodyPulls) { cycle("appsink"); }
 
-TEST(StopUnderTraffic, SurvivesCyclesIntoAFullAppSinkThatNobodyPulls) { cycle("appsink max-buffers=1"); }
-
 TEST(StopUnderTraffic, SurvivesCyclesIntoAFileSink) { cycle("filesink location=/dev/null"); }
 
 TEST(StopUnderTraffic, NeverShrinksTheFileOfAFileSink)
