@@ -118,10 +118,7 @@ TEST(StopUnderTraffic, SurvivesCyclesIntoAFakeSink) { cycle("fakesink"); }
 
 TEST(StopUnderTraffic, SurvivesCyclesIntoAQueueAndASynchronisedSink) { cycle("queue ! fakesink sync=true"); }
 
-TEST(StopUnderTraffic, SurvivesCyclesIntoASinkThatSleeps)
-{
-    cycle("identity sleep-time=3000 ! fakesink sync=true async=false");
-}
+TEST(StopUnderTraffic, SurvivesCyclesIntoASinkThatSleeps) { cycle("identity sleep-time=3000 ! fakesink sync=true"); }
 
 TEST(StopUnderTraffic, SurvivesCyclesIntoAnAppSinkThatNobodyPulls) { cycle("appsink"); }
 
