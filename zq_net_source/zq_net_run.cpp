@@ -82,7 +82,7 @@ void zq_net_run::abandon(std::shared_ptr<zq_net_run> run)
 
 bool zq_net_run::push_data(std::uint64_t timestamp, unsigned char* data, std::uint64_t size)
 {
-    statistics_->set_system_time(steady_clock::now() - start_time_);
+    statistics_->set_system_time(receiver_.thread_start() + std::chrono::nanoseconds{timestamp} - start_time_);
     if (!zq_net_pad::isConnect(pad_->pad.get()))
         return false;
     if (segment_pending_)

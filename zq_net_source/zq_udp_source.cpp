@@ -20,6 +20,9 @@ namespace
 /// About 1.3 s of a 50 Mbit/s stream; what Linux gives unasked holds 20 ms of it.
 constexpr int wanted_receive_buffer = 8 * 1024 * 1024;
 
+constexpr int longest_wait_ms = 1000;
+constexpr int endless = -1;
+
 template <class T>
 bool set_option(int socket, int level, int name, const T& value)
 {
@@ -158,7 +161,8 @@ void zq_udp_source::start_thread()
             try {
                 if (before_first_)
                     call_out(before_first_);
-                work_thread(stop_promise_->get_future());
+                // The request to stop ends its wait for data, so that needs no time-out, whose timer costs CPU.
+                receive_until(stop_promise_->get_future(), endless);
             } catch (...) {
                 statistics_.note_exception();
             }
@@ -235,7 +239,9 @@ void zq_udp_source::abandon(std::shared_ptr<void> owner)
     thread_.detach();
 }
 
-int zq_udp_source::read(unsigned char* buffer, unsigned long size)
+int zq_udp_source::read(unsigned char* buffer, unsigned long size) { return receive(buffer, size, longest_wait_ms); }
+
+int zq_udp_source::receive(unsigned char* buffer, unsigned long size, int wait_ms)
 {
     const int descriptor = socket_;
     if (descriptor < 0)
@@ -250,18 +256,20 @@ int zq_udp_source::read(unsigned char* buffer, unsigned long size)
     }
     // poll and not select: the same answer for one descriptor, and descriptors from FD_SETSIZE on work too.
     pollfd waited{descriptor, POLLIN, 0};
-    if (::poll(&waited, 1, 1000) <= 0 || (waited.revents & POLLNVAL) != 0)
+    if (::poll(&waited, 1, wait_ms) <= 0 || (waited.revents & POLLNVAL) != 0)
         return 0;
     burst_.waited();
     return static_cast<int>(::recv(descriptor, buffer, size, 0));
 }
 
-void zq_udp_source::work_thread(std::future<void>&& stop)
+void zq_udp_source::work_thread(std::future<void>&& stop) { receive_until(std::move(stop), longest_wait_ms); }
+
+void zq_udp_source::receive_until(std::future<void> stop, int wait_ms)
 {
     using namespace std::chrono_literals;
     ::pthread_setname_np(::pthread_self(), "zqnetsource");
     const std::unique_ptr<unsigned char[]> buffer{new unsigned char[max_datagram]};
-    const auto thread_start = steady_clock::now();
+    thread_start_ = steady_clock::now();
     auto interval_start = steady_clock::now();
     std::uint64_t interval_bytes = 0;
 
@@ -269,7 +277,7 @@ void zq_udp_source::work_thread(std::future<void>&& stop)
     auto stop_wait = 1000ns;
     while (stop.wait_for(stop_wait) != std::future_status::ready) {
         stop_wait = 1000ns;
-        const int received = read(buffer.get(), max_datagram);
+        const int received = receive(buffer.get(), max_datagram, wait_ms);
         if (stopping())
             return;
         if (received == 0)
@@ -288,7 +296,7 @@ void zq_udp_source::work_thread(std::future<void>&& stop)
             interval_bytes = 0;
         }
         call_out([&] {
-            callback_(static_cast<unsigned long>((now - thread_start) / 1ns), buffer.get(),
+            callback_(static_cast<unsigned long>((now - thread_start_) / 1ns), buffer.get(),
                       static_cast<unsigned long>(received));
         });
         interval_bytes += static_cast<std::uint64_t>(received);

@@ -62,16 +62,21 @@ public:
     /// errno set when receiving failed.
     int read(unsigned char* buffer, unsigned long size);
 
+    /// What the callback's time stamps count from. For the receive thread only.
+    [[nodiscard]] std::chrono::steady_clock::time_point thread_start() const { return thread_start_; }
+
     /// 224.0.0.0 to 239.255.255.255, both included. What does not parse is not multicast.
     [[nodiscard]] static bool isMulticast(const std::string& address);
 
-    /// Body of the receive thread; returns once `stop` is ready.
+    /// Receives until `stop` is ready, which it notices within 1 s.
     void work_thread(std::future<void>&& stop);
 
 private:
     bool bind_multicast(const std::string& address, std::uint16_t port, const std::string& interface);
     bool bind_unicast(std::uint16_t port, const std::string& interface);
     void start_thread();
+    int receive(unsigned char* buffer, unsigned long size, int wait_ms);
+    void receive_until(std::future<void> stop, int wait_ms);
     bool wait_ended(std::chrono::milliseconds callback_grace);
     void close_socket();
     template <class Call>
@@ -114,6 +119,7 @@ private:
     callback callback_;
     zq_net_statistics& statistics_;
     std::function<void()> before_first_;
+    std::chrono::steady_clock::time_point thread_start_{};
 
     std::atomic<bool> stopping_{false};
     std::atomic<bool> in_callback_{false};
