@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 
@@ -15,33 +16,77 @@ using section_reader = ZQSDK::ZQBSReaderT<unsigned char*>;
 constexpr std::size_t longest_partial_packet = ts_packet_size - 1;
 constexpr unsigned long carry_alignment = 8;
 constexpr unsigned short EIT_PID = 0x0012;
+constexpr unsigned short last_table_PID = 0x0014;
 constexpr std::size_t section_header_size = 3;
 constexpr std::size_t pointer_field_size = 1;
 constexpr std::size_t shortest_section_unit = 3;
+
+/// The header of a packet without its continuity_counter, for comparison only.
+std::uint32_t header_at(const unsigned char* packet)
+{
+    constexpr unsigned char counted[4] = {0xFF, 0xFF, 0xFF, 0xF0};
+    std::uint32_t header = 0, mask = 0;
+    std::memcpy(&header, packet, sizeof(header));
+    std::memcpy(&mask, counted, sizeof(mask));
+    return header & mask;
+}
 
 unsigned short PID_at(const unsigned char* packet)
 {
     return static_cast<unsigned short>((packet[1] & 0x1FU) << 8 | packet[2]);
 }
 
-/// Makes `packet`, which held another packet or is zero, the record of the one at `data`. Of the adaptation field, most
-/// of the record and rarely there, only what was used is cleared.
-void fill(transport_packet& packet, unsigned char* data)
+/// The header fields that lie side by side in a record, for every value of the bits they come from.
+struct header_fields
 {
-    if ((packet.adaptation_field_control & 2U) != 0 || packet.adaptation_field.adaptation_field_length != 0)
-        packet.adaptation_field = adaptation_field_record{};
-    packet.sync_byte = data[0];
-    packet.transport_error_indicator = data[1] >> 7;
-    packet.payload_unit_start_indicator = (data[1] >> 6) & 1U;
-    packet.transport_priority = (data[1] >> 5) & 1U;
-    packet.PID = PID_at(data);
-    packet.transport_scrambling_control = data[3] >> 6;
-    packet.adaptation_field_control = (data[3] >> 4) & 3U;
+    std::array<std::uint8_t, 4> first[8];   // sync_byte to transport_priority, by the top 3 bits of byte 1
+    std::array<std::uint8_t, 2> second[16]; // transport_scrambling_control and adaptation_field_control, by byte 3
+};
+static_assert(offsetof(transport_packet, sync_byte) == 0 && offsetof(transport_packet, transport_priority) == 3);
+static_assert(offsetof(transport_packet, adaptation_field_control) ==
+              offsetof(transport_packet, transport_scrambling_control) + 1);
+
+constexpr header_fields make_header_fields()
+{
+    header_fields fields{};
+    for (unsigned bits = 0; bits < 8; ++bits) {
+        fields.first[bits] = {ts_sync_byte, static_cast<std::uint8_t>(bits >> 2),
+                              static_cast<std::uint8_t>(bits >> 1 & 1U), static_cast<std::uint8_t>(bits & 1U)};
+    }
+    for (unsigned bits = 0; bits < 16; ++bits)
+        fields.second[bits] = {static_cast<std::uint8_t>(bits >> 2), static_cast<std::uint8_t>(bits & 3U)};
+    return fields;
+}
+
+constexpr header_fields known_fields = make_header_fields();
+
+/// The fields that differ from packet to packet, or that handling a packet changes.
+void fill_rest(transport_packet& packet, unsigned char* data)
+{
     packet.continuity_counter = data[3] & 0x0FU;
     packet.packet = data;
     packet.packet_size = ts_packet_size;
     packet.payload = data + ts_header_size;
     packet.payload_size = ts_payload_size;
+}
+
+/// Makes `packet` the record of the one at `data`, but for the adaptation field. There is a sync byte.
+void fill(transport_packet& packet, unsigned char* data)
+{
+    auto* const record = reinterpret_cast<unsigned char*>(&packet);
+    std::memcpy(record, &known_fields.first[data[1] >> 5], 4);
+    packet.PID = PID_at(data);
+    std::memcpy(record + offsetof(transport_packet, transport_scrambling_control), &known_fields.second[data[3] >> 4],
+                2);
+    fill_rest(packet, data);
+}
+
+/// The same behind a packet with the same header, from whose record `fields` were taken.
+void fill_next(transport_packet& packet, unsigned char* data, const std::array<unsigned char, 8>& fields)
+{
+    static_assert(offsetof(transport_packet, adaptation_field_control) == 7);
+    std::memcpy(reinterpret_cast<unsigned char*>(&packet), fields.data(), fields.size());
+    fill_rest(packet, data);
 }
 
 bool has_PCR(const transport_packet& packet)
@@ -100,14 +145,9 @@ const CBaseMpegParser::table_row CBaseMpegParser::table_rows[] = {
 /// The first row of a PID, or null for a PID that carries no table.
 const CBaseMpegParser::table_row* CBaseMpegParser::first_row(unsigned short PID)
 {
-    constexpr std::size_t all = std::end(table_rows) - std::begin(table_rows);
-    static const auto rows = [] {
-        std::array<const table_row*, 64> first{};
-        for (std::size_t at = all; at-- > 0;)
-            first[table_rows[at].PID] = &table_rows[at];
-        return first;
-    }();
-    return PID < rows.size() ? rows[PID] : nullptr;
+    const auto* const row = std::find_if(std::begin(table_rows), std::end(table_rows),
+                                         [PID](const table_row& known) { return known.PID == PID; });
+    return row == std::end(table_rows) ? nullptr : row;
 }
 
 CBaseMpegParser::CBaseMpegParser(bool use_carry)
@@ -179,17 +219,27 @@ unsigned long CBaseMpegParser::Process(unsigned char* data, unsigned long size)
     return carried + consumed;
 }
 
-/// Fetches what the packets behind the one at `data` will touch, in the steps in which one leads to the other. With
-/// many programs it is rarely in the nearest cache.
-void CBaseMpegParser::prefetch(const unsigned char* data)
+/// Handles one packet with the record `packet`, whose adaptation field is zero before and after. Packets with the same
+/// header mostly come in a row; from the third on they take a way without all that was found out for the others.
+inline void CBaseMpegParser::process_packet(transport_packet& packet, unsigned char* data, packet_run& run)
 {
-    const unsigned short far = PID_at(data + 8 * ts_packet_size);
-    __builtin_prefetch(&m_PIDs[far], 1);
-    __builtin_prefetch(&m_routes[far]);
-    const unsigned short middle = PID_at(data + 5 * ts_packet_size);
-    m_PIDs[middle].prefetch_buffer();
-    __builtin_prefetch(m_routes[middle].programs.data());
-    m_PIDs[PID_at(data + 3 * ts_packet_size)].prefetch_end();
+    const std::uint32_t header = header_at(data);
+    if (header == run.header && run.state != nullptr) {
+        fill_next(packet, data, run.fields);
+        OnPreProcess(0, packet);
+        run.state->continues(packet);
+        report(*run.route, packet, nullptr);
+        OnProcess(0, packet);
+        return;
+    }
+    fill(packet, data);
+    const bool has_adaptation_field = (packet.adaptation_field_control & 2U) != 0;
+    run = header == run.header ? run_of(packet, header) : packet_run{header};
+    OnPreProcess(0, packet);
+    handle(packet);
+    OnProcess(0, packet);
+    if (has_adaptation_field)
+        packet.adaptation_field = adaptation_field_record{};
 }
 
 /// Handles the packets that begin in front of `end`; returns where the first byte not consumed is.
@@ -199,15 +249,11 @@ unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned lon
         return 0;
     end = std::min(end, size - longest_partial_packet);
     transport_packet packet{};
+    packet_run run;
     unsigned long position = 0;
     while (position < end) {
         if (data[position] == ts_sync_byte) {
-            if (position + 9 * ts_packet_size <= size)
-                prefetch(data + position);
-            fill(packet, data + position);
-            OnPreProcess(0, packet);
-            ParserData(packet);
-            OnProcess(0, packet);
+            process_packet(packet, data + position, run);
             position += ts_packet_size;
             continue;
         }
@@ -237,28 +283,49 @@ void CBaseMpegParser::carry_over(const unsigned char* data, std::size_t size)
     m_carry = size;
 }
 
-bool CBaseMpegParser::ParserData(transport_packet& packet)
+bool CBaseMpegParser::ParserData(transport_packet& packet) { return handle(packet); }
+
+inline bool CBaseMpegParser::handle(transport_packet& packet)
 {
     if (packet.PID >= pid_count)
         return false;
-    if ((packet.adaptation_field_control & 2U) != 0) {
-        if (!ParserAdaptationField(packet))
-            return false;
-        const unsigned long field_size = packet.adaptation_field.adaptation_field_length + 1UL;
-        if (packet.adaptation_field_control == 3) {
-            packet.payload += field_size;
-            packet.payload_size -= field_size;
-        }
-        if (field_size > 1 && packet.adaptation_field.PCR_flag == 1)
-            OnPCR(&packet);
-    }
+    if ((packet.adaptation_field_control & 2U) != 0 && !handle_adaptation_field(packet))
+        return false;
     CDataAccumulator* unit = m_PIDs[packet.PID].CBasePID::putPacket(packet);
     if (packet.PID == null_packet_PID)
         OnNULL(&packet);
-    else if (const table_row* const rows = first_row(packet.PID))
+    else if (const table_row* const rows = packet.PID <= last_table_PID ? first_row(packet.PID) : nullptr)
         parse_section(packet.PID, rows);
     else if (m_PAT.valid != 0)
         route_packet(packet, unit);
+    return true;
+}
+
+/// What packets like this one need, when there is a short way for them: payload only, no unit start, no table.
+inline CBaseMpegParser::packet_run CBaseMpegParser::run_of(const transport_packet& packet, std::uint32_t header)
+{
+    packet_run run{header};
+    const PID_route& route = m_routes[packet.PID];
+    if (packet.adaptation_field_control != 1 || packet.payload_unit_start_indicator != 0 || m_PAT.valid == 0 ||
+        packet.PID == null_packet_PID || packet.PID <= last_table_PID || route.carries_PMT)
+        return run;
+    run.state = &m_PIDs[packet.PID];
+    run.route = &route;
+    std::memcpy(run.fields.data(), &packet, run.fields.size());
+    return run;
+}
+
+bool CBaseMpegParser::handle_adaptation_field(transport_packet& packet)
+{
+    if (!ParserAdaptationField(packet))
+        return false;
+    const unsigned long field_size = packet.adaptation_field.adaptation_field_length + 1UL;
+    if (packet.adaptation_field_control == 3) {
+        packet.payload += field_size;
+        packet.payload_size -= field_size;
+    }
+    if (field_size > 1 && packet.adaptation_field.PCR_flag == 1)
+        OnPCR(&packet);
     return true;
 }
 
@@ -330,22 +397,29 @@ void CBaseMpegParser::route_packet(transport_packet& packet, CDataAccumulator* u
         if (program != programs.end())
             return parse_PMT(packet.PID, program->second);
     }
-    for (const program_route& program : route.programs)
-        report_program(program, packet, unit);
+    report(route, packet, unit);
+}
+
+inline void CBaseMpegParser::report(const PID_route& route, transport_packet& packet, CDataAccumulator* unit)
+{
+    for (const program_route& program : route.programs) {
+        CBaseStreamTypeMap* const stream = program.stream.get();
+        if (stream == nullptr) {
+            report_without_stream(program, packet);
+            continue;
+        }
+        if (unit != nullptr && unit->size != 0)
+            OnPES(program.pmt_PID, stream, unit->data, unit->size);
+        OnPES(program.pmt_PID, stream, &packet);
+        OnPES(program.pmt_PID, program.program_number, stream, &packet);
+    }
     for (std::uint32_t count = route.EMM_count; count != 0; --count)
         OnEMM(&packet);
     onOtherPid(&packet);
 }
 
-void CBaseMpegParser::report_program(const program_route& route, transport_packet& packet, CDataAccumulator* unit)
+void CBaseMpegParser::report_without_stream(const program_route& route, transport_packet& packet)
 {
-    if (CBaseStreamTypeMap* const stream = route.stream.get()) {
-        if (unit != nullptr && unit->size != 0)
-            OnPES(route.pmt_PID, stream, unit->data, unit->size);
-        OnPES(route.pmt_PID, stream, &packet);
-        OnPES(route.pmt_PID, route.program_number, stream, &packet);
-        return;
-    }
     // Deliberately, a PCR on a PID that is itself a stream of the program does not come this far.
     if (route.is_PCR_PID && has_PCR(packet)) {
         for (const auto& stream : route.pmt->streams)

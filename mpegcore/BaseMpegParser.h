@@ -16,7 +16,9 @@
 #include "mpegcore/TransportPacket.h"
 #include "zqsdk/ZQAlignMemory.h"
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 
@@ -121,20 +123,32 @@ protected:
 
 private:
     struct table_row;
+    /// A run of packets with the same header, continuity_counter apart.
+    struct packet_run
+    {
+        std::uint32_t header = 0;
+        CBasePID* state = nullptr; ///< null: there is no short way for them
+        const PID_route* route = nullptr;
+        std::array<unsigned char, 8> fields{}; ///< of their records, sync_byte to adaptation_field_control
+    };
     static const table_row table_rows[14];
 
     unsigned long process_packets(unsigned char* data, unsigned long size, unsigned long end);
-    void prefetch(const unsigned char* data);
+    void process_packet(transport_packet& packet, unsigned char* data, packet_run& run);
     void append_to_carry(const unsigned char* data, std::size_t size);
     void carry_over(const unsigned char* data, std::size_t size);
 
+    packet_run run_of(const transport_packet& packet, std::uint32_t header);
+    bool handle(transport_packet& packet);
+    bool handle_adaptation_field(transport_packet& packet);
     static const table_row* first_row(unsigned short PID);
     void parse_section(unsigned short PID, const table_row* row);
     template <auto Wrapper, auto Callback>
     void parse_table(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     void parse_PMT(unsigned short PID, CBaseMpegProgram& program);
     void route_packet(transport_packet& packet, CDataAccumulator* unit);
-    void report_program(const program_route& route, transport_packet& packet, CDataAccumulator* unit);
+    void report(const PID_route& route, transport_packet& packet, CDataAccumulator* unit);
+    void report_without_stream(const program_route& route, transport_packet& packet);
 
     payload_unit_budget m_unit_budget;
     PIDRoutes m_routes;

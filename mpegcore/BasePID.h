@@ -38,7 +38,9 @@ private:
 /// Memory: two buffers of 4095 bytes from the first packet on; a buffer that fills up is doubled. A unit that would
 /// pass `max_unit_size`, or for which the budget has nothing left, is discarded, and its buffer shrinks to its
 /// first size; collecting begins afresh with the next unit start.
-class CBasePID
+///
+/// One cache line each: a multiplex visits many of them in no order.
+class alignas(64) CBasePID
 {
 public:
     static constexpr std::size_t first_capacity = 4095;
@@ -87,28 +89,25 @@ public:
             append(packet);
         return result;
     }
+    /// putPacket for a packet with payload that starts no unit, behind another packet of the PID.
+    void continues(const transport_packet& packet)
+    {
+        bytes += packet.payload_size;
+        counter(packet);
+        if (started != 0 && make_room(packet.payload_size))
+            append(packet);
+    }
     /// Growth of this PID's buffers is taken from `shared_budget`, which must outlive the PID; null: only
     /// max_unit_size limits. To be set before the first packet.
     void set_budget(payload_unit_budget* shared_budget) { budget = shared_budget; }
 
     std::uint8_t continuity_counter = 0xFF; ///< 0xFF after clear()
+    std::uint8_t started = 0;               ///< 1 once a unit start was seen
     std::uint64_t bytes = 0;                ///< payload bytes since the last PCR
     std::uint64_t last_pcr = 0;             ///< in 100 ns
     std::int64_t bitrate = 0;               ///< bits per second between the last two PCRs
     CDataAccumulator* collecting = nullptr; ///< owned; the unit being collected
     CDataAccumulator* completed = nullptr;  ///< owned; the unit before it
-    std::uint8_t started = 0;               ///< 1 once a unit start was seen
-
-    /// Hints that the unit will be appended to soon: first prefetch_buffer, a while later prefetch_end.
-    void prefetch_buffer() const { __builtin_prefetch(collecting); }
-    void prefetch_end() const
-    {
-        if (collecting == nullptr)
-            return;
-        const unsigned char* const end = collecting->data + collecting->size;
-        for (unsigned long at = 0; at < ts_payload_size; at += 64)
-            __builtin_prefetch(end + at, 1);
-    }
 
 private:
     void create_buffers();

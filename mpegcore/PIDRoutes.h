@@ -25,7 +25,7 @@ struct program_route
 };
 
 /// What PAT, PMTs and CAT together say of one PID.
-struct PID_route
+struct alignas(64) PID_route
 {
     bool is_used = false;
     bool carries_PMT = false;            ///< in the PAT

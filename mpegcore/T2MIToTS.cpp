@@ -71,7 +71,7 @@ void CT2MIToTS::OnPMT(CBaseMpegProgram*, CPMT* pmt)
 }
 
 /// One packet comes with its PMTs in ascending order, so a further call for it has a higher PMT PID.
-bool CT2MIToTS::taken_before(unsigned short pmt_PID, const transport_packet& packet)
+inline bool CT2MIToTS::taken_before(unsigned short pmt_PID, const transport_packet& packet)
 {
     const bool before = packet.packet == m_taken && m_taken != nullptr && pmt_PID > m_taken_by;
     m_taken = packet.packet;
@@ -79,37 +79,43 @@ bool CT2MIToTS::taken_before(unsigned short pmt_PID, const transport_packet& pac
     return before;
 }
 
-void CT2MIToTS::OnPES(unsigned short pmt_PID, const CBaseStreamTypeMap*, transport_packet* packet)
-{
-    if (m_state != 1 || packet->PID != m_T2MI_PID || packet->adaptation_field_control == payload_absent ||
-        packet->payload_size == 0 || taken_before(pmt_PID, *packet))
-        return;
-    if (packet->payload_unit_start_indicator == 0) {
-        append(packet->payload, packet->payload_size);
-        return;
-    }
-    const std::size_t pointer_field = packet->payload[0];
-    const std::size_t behind = packet->payload_size - 1;
-    if (pointer_field > behind)
-        return;
-    append(packet->payload + 1, pointer_field);
-    ParcerT2MI();
-    m_fill = behind - pointer_field;
-    std::copy_n(packet->payload + 1 + pointer_field, m_fill, m_buffer.get());
-}
-
-void CT2MIToTS::append(const unsigned char* data, std::size_t size)
+inline void CT2MIToTS::append(const unsigned char* data, std::size_t size)
 {
     if (m_fill + size >= buffer_size) {
         m_fill = 0;
         return;
     }
+    unsigned char* const end = m_buffer.get() + m_fill;
+    m_fill += size;
     // A copy of fixed size takes no call, and most payloads are whole.
     if (size == ts_payload_size)
-        std::memcpy(m_buffer.get() + m_fill, data, ts_payload_size);
+        std::memcpy(end, data, ts_payload_size);
     else
-        std::copy_n(data, size, m_buffer.get() + m_fill);
-    m_fill += size;
+        std::copy_n(data, size, end);
+}
+
+void CT2MIToTS::OnPES(unsigned short pmt_PID, const CBaseStreamTypeMap*, transport_packet* packet)
+{
+    if (m_state != 1 || packet->PID != m_T2MI_PID || packet->adaptation_field_control == payload_absent ||
+        packet->payload_size == 0 || taken_before(pmt_PID, *packet))
+        return;
+    if (packet->payload_unit_start_indicator == 0)
+        append(packet->payload, packet->payload_size);
+    else
+        begin_packet(packet->payload, packet->payload_size);
+}
+
+/// A payload in which a T2-MI packet starts, behind the end of the one before.
+void CT2MIToTS::begin_packet(const unsigned char* payload, std::size_t size)
+{
+    const std::size_t pointer_field = payload[0];
+    const std::size_t behind = size - 1;
+    if (pointer_field > behind)
+        return;
+    append(payload + 1, pointer_field);
+    ParcerT2MI();
+    m_fill = behind - pointer_field;
+    std::copy_n(payload + 1 + pointer_field, m_fill, m_buffer.get());
 }
 
 void CT2MIToTS::ParcerT2MI()

@@ -111,6 +111,7 @@ private:
 
     bool taken_before(unsigned short pmt_PID, const transport_packet& packet);
     void append(const unsigned char* data, std::size_t size);
+    void begin_packet(const unsigned char* payload, std::size_t size);
     void cut_data_field(const T2MIBBFrame& frame, unsigned char* data);
     void parse_timestamp(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     void parse_auxiliary_stream(ZQSDK::ZQBSReaderT<unsigned char*>& reader);

@@ -5,6 +5,10 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <iterator>
+#include <random>
+
 using mpegcore::transport_packet;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -85,6 +89,39 @@ public:
     int begun = 0;
     int ended = 0;
     transport_packet last{};
+};
+
+/// Writes down the record of every packet as it is before and after it was handled, pointers relative to the packet.
+class RecordJournal : public mpegcore::CBaseMpegParser
+{
+public:
+    using mpegcore::CBaseMpegParser::CBaseMpegParser;
+
+    void OnPreProcess(unsigned int, const transport_packet& p) override { note(p); }
+    void OnProcess(unsigned int, transport_packet& p) override { note(p); }
+
+    std::vector<Bytes> records;
+
+private:
+    void note(const transport_packet& p)
+    {
+        Bytes record{p.sync_byte,
+                     p.transport_error_indicator,
+                     p.payload_unit_start_indicator,
+                     p.transport_priority,
+                     static_cast<unsigned char>(p.PID >> 8),
+                     static_cast<unsigned char>(p.PID),
+                     p.transport_scrambling_control,
+                     p.adaptation_field_control,
+                     p.continuity_counter,
+                     static_cast<unsigned char>(p.packet_size),
+                     static_cast<unsigned char>(p.payload_size),
+                     static_cast<unsigned char>(p.payload - p.packet),
+                     p.packet[5]};
+        const auto* const field = reinterpret_cast<const unsigned char*>(&p.adaptation_field);
+        record.insert(record.end(), field, field + sizeof p.adaptation_field);
+        records.push_back(std::move(record));
+    }
 };
 
 Bytes PAT(std::initializer_list<std::pair<unsigned, unsigned>> programs)
@@ -503,6 +540,71 @@ TEST_F(Parser, GivesTheSameForEverySizeOfPieces)
         EXPECT_EQ(pieces.lines, whole.lines) << piece;
         EXPECT_EQ(pieces.m_carry, whole.m_carry) << piece;
     }
+}
+
+TEST_F(Parser, GivesTheSameWhetherOrNotPacketsComeInRowsThatLookAlike)
+{
+    std::mt19937 random(7);
+    stream.section(0, PAT({{1, 0x100}})).section(0x100, PMT(1, 0x1FFE, {0x101, 0x102}, CA(0x103)));
+    constexpr unsigned PIDs[] = {0x0000, 0x0012, 0x0013, 0x0100, 0x0101, 0x0102, 0x0103, 0x0104, 0x1FFF};
+    Bytes header = {0x47, 0x01, 0x01, 0x10};
+    for (int count = 0; count < 4000; ++count) {
+        if (random() % 5 == 0) {
+            const unsigned PID = PIDs[random() % std::size(PIDs)];
+            header[1] = static_cast<unsigned char>((random() % 8 == 0 ? random() & 0xE0 : 0) | PID >> 8);
+            header[2] = static_cast<unsigned char>(PID);
+            header[3] = static_cast<unsigned char>(random() % 4 == 0 ? random() & 0xF0 : 0x10);
+        }
+        header[3] = static_cast<unsigned char>((header[3] & 0xF0U) | (random() & 0x0FU));
+        stream.data.insert(stream.data.end(), header.begin(), header.end());
+        std::generate_n(std::back_inserter(stream.data), 184,
+                        [&] { return static_cast<unsigned char>(random() % 190); });
+    }
+    Journal at_once(true);
+    RecordJournal rows(true), singles(true);
+    at_once.Process(stream.data.data(), stream.data.size());
+    rows.Process(stream.data.data(), stream.data.size());
+    Journal one_by_one(true);
+    for (std::size_t at = 0; at < stream.data.size(); at += 188) {
+        one_by_one.Process(stream.data.data() + at, 188);
+        singles.Process(stream.data.data() + at, 188);
+    }
+    EXPECT_EQ(at_once.lines, one_by_one.lines);
+    EXPECT_EQ(rows.records, singles.records);
+    for (const unsigned PID : PIDs) {
+        const auto& a = rows.m_PIDs[PID];
+        const auto& b = singles.m_PIDs[PID];
+        EXPECT_EQ(a.continuity_counter, b.continuity_counter) << PID;
+        EXPECT_EQ(a.bytes, b.bytes) << PID;
+        if (PID != 0x1FFF) {
+            EXPECT_EQ(Bytes(a.collecting->data, a.collecting->data + a.collecting->size),
+                      Bytes(b.collecting->data, b.collecting->data + b.collecting->size))
+                << PID;
+        }
+    }
+}
+
+TEST_F(Parser, BeginsEveryPacketWithAFreshRecordWhateverACallbackMadeOfTheOneBefore)
+{
+    program(0x1FFE, {0x101});
+    class Scribbler : public Journal
+    {
+    public:
+        using Journal::Journal;
+        void OnPreProcess(unsigned int, const transport_packet& p) override { seen.push_back(p.PID + p.payload_size); }
+        void onOtherPid(transport_packet* p) override
+        {
+            p->PID = 0;
+            p->sync_byte = p->payload_unit_start_indicator = p->adaptation_field_control = 0xFF;
+            p->payload_size = p->packet_size = 0;
+        }
+        std::vector<unsigned long> seen;
+    } scribbler(true);
+    stream.section(0, PAT({{1, 0x100}}));
+    for (int count = 0; count < 5; ++count)
+        stream.packet(0x104, goes_on, payload);
+    scribbler.feed(stream);
+    EXPECT_THAT(scribbler.seen, ElementsAre(184, 0x104 + 184, 0x104 + 184, 0x104 + 184, 0x104 + 184, 0x104 + 184));
 }
 
 TEST_F(Parser, ForgetsEverythingWhenCleared)
