@@ -95,10 +95,16 @@ bool has_PCR(const transport_packet& packet)
     return (packet.adaptation_field_control & 2U) != 0 && field.adaptation_field_length >= 7 && field.PCR_flag == 1;
 }
 
+/// Bytes that the section announces, its header included.
+std::size_t section_size(const unsigned char* section)
+{
+    return section_header_size + ((section[1] & 0x0FU) << 8 | section[2]);
+}
+
 // Saves reading a section over and over while its packets come in; read would find the same.
 bool holds_announced_section(const unsigned char* section, std::size_t size)
 {
-    return size >= section_header_size && size - section_header_size >= ((section[1] & 0x0FU) << 8 | section[2]);
+    return size >= section_header_size && size >= section_size(section);
 }
 
 template <class Table>
@@ -157,8 +163,7 @@ CBaseMpegParser::CBaseMpegParser(bool use_carry)
       m_unit_budget(unit_memory_limit - std::size_t{2} * pid_count * CBasePID::first_capacity)
 {
     m_carryBuffer.alloc(longest_partial_packet, carry_alignment);
-    for (unsigned PID = 0; PID < pid_count; ++PID)
-        m_PIDs[PID].set_budget(&m_unit_budget);
+    m_unit_budget.share_among(m_PIDs.get(), pid_count);
 }
 
 CBaseMpegParser::~CBaseMpegParser() = default;
@@ -188,6 +193,7 @@ void CBaseMpegParser::clear_tables()
     clear_wrapper(m_TOT);
     m_routes.clear();
     m_PMTs.clear();
+    m_PMTs_size = 0;
     m_carryBuffer = {};
     m_carry = 0;
 }
@@ -198,7 +204,7 @@ void CBaseMpegParser::OnPES(unsigned short, unsigned short, const CBaseStreamTyp
 
 unsigned long CBaseMpegParser::Process(unsigned char* data, unsigned long size)
 {
-    if (m_carry == 0) {
+    if (!m_useCarry || m_carry == 0) {
         const unsigned long consumed = process_packets(data, size, size);
         carry_over(data + consumed, size - consumed);
         return consumed;
@@ -219,27 +225,31 @@ unsigned long CBaseMpegParser::Process(unsigned char* data, unsigned long size)
     return carried + consumed;
 }
 
-/// Handles one packet with the record `packet`, whose adaptation field is zero before and after. Packets with the same
-/// header mostly come in a row; from the third on they take a way without all that was found out for the others.
-inline void CBaseMpegParser::process_packet(transport_packet& packet, unsigned char* data, packet_run& run)
+/// Handles one packet. Packets with the same header mostly come in a row; all but the first take a way without what was
+/// found out for that one.
+inline void CBaseMpegParser::process_packet(unsigned char* data, packet_run& run)
 {
+    transport_packet& packet = m_record;
+    // The adaptation field, most of the record and rarely there, is cleared only where there was one.
+    if (m_record_has_field)
+        packet.adaptation_field = adaptation_field_record{};
     const std::uint32_t header = header_at(data);
-    if (header == run.header && run.state != nullptr) {
+    const bool again = header == run.header;
+    if (again && run.state != nullptr) {
         fill_next(packet, data, run.fields);
-        OnPreProcess(0, packet);
+    } else {
+        fill(packet, data);
+        run = again ? run_of(packet, header) : packet_run{header};
+    }
+    m_record_has_field = (packet.adaptation_field_control & 2U) != 0;
+    OnPreProcess(0, packet);
+    if (run.state != nullptr) {
         run.state->continues(packet);
         report(*run.route, packet, nullptr);
-        OnProcess(0, packet);
-        return;
+    } else {
+        handle(packet);
     }
-    fill(packet, data);
-    const bool has_adaptation_field = (packet.adaptation_field_control & 2U) != 0;
-    run = header == run.header ? run_of(packet, header) : packet_run{header};
-    OnPreProcess(0, packet);
-    handle(packet);
     OnProcess(0, packet);
-    if (has_adaptation_field)
-        packet.adaptation_field = adaptation_field_record{};
 }
 
 /// Handles the packets that begin in front of `end`; returns where the first byte not consumed is.
@@ -248,12 +258,11 @@ unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned lon
     if (size < ts_packet_size)
         return 0;
     end = std::min(end, size - longest_partial_packet);
-    transport_packet packet{};
     packet_run run;
     unsigned long position = 0;
     while (position < end) {
         if (data[position] == ts_sync_byte) {
-            process_packet(packet, data + position, run);
+            process_packet(data + position, run);
             position += ts_packet_size;
             continue;
         }
@@ -321,6 +330,8 @@ bool CBaseMpegParser::handle_adaptation_field(transport_packet& packet)
         return false;
     const unsigned long field_size = packet.adaptation_field.adaptation_field_length + 1UL;
     if (packet.adaptation_field_control == 3) {
+        if (field_size > packet.payload_size) // not of a packet that Process found
+            return false;
         packet.payload += field_size;
         packet.payload_size -= field_size;
     }
@@ -379,10 +390,12 @@ void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
     // PMTs come again and again; reading the same bytes would give the same table.
     auto& known = route.PMT_section;
     if (known.empty() || known.size() > size || std::memcmp(known.data(), section, known.size()) != 0) {
+        const std::size_t PMTs_size = m_PMTs_size - known.size() + section_size(section);
         section_reader reader(section, size);
-        if (route.pmt->Parser(reader) == 0)
+        if (PMTs_size > PMT_limit || route.pmt->Parser(reader) == 0)
             return;
-        known.assign(section, section + section_header_size + route.pmt->current->section_length);
+        known.assign(section, section + section_size(section));
+        m_PMTs_size = PMTs_size;
         m_routes.set_PMT(PID, *route.pmt->current);
     }
     OnPMT(&program, route.pmt->current);

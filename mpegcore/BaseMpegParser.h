@@ -28,9 +28,10 @@ namespace mpegcore
 /// units of every PID, reads the PSI/SI tables and reports all of it through the callbacks, which a subclass
 /// overrides and which run inside Process, on its thread.
 ///
-/// Rules for callbacks: they must not call Process or Clear, must not change the tables they are given, and must not
-/// throw. Packet pointers hold during the call. Table pointers hold until the next section of the same kind (for a
-/// PMT: on the same PID) was read, or until Clear; they are never the callback's to delete.
+/// Rules for callbacks: they must not call Process or Clear, must not change the tables they are given or write to the
+/// adaptation field of a packet's record, and must not throw. Packet pointers hold during the call. Table pointers hold
+/// until the next section of the same kind (for a PMT: on the same PID) was read, or until Clear; they are never the
+/// callback's to delete.
 ///
 /// By design there is no filter for versions or repetitions, and no check of continuity_counter,
 /// transport_error_indicator or transport_scrambling_control. The section is taken to begin right behind the
@@ -38,11 +39,13 @@ namespace mpegcore
 /// further packet of that unit.
 ///
 /// Memory: a parser's payload units together take at most `unit_memory_limit`, one unit at most
-/// CBasePID::max_unit_size; what would pass a limit is discarded up to the PID's next unit start.
+/// CBasePID::max_unit_size; what would pass a limit is discarded up to the PID's next unit start. The sections of its
+/// PMTs together have at most `PMT_limit` bytes; one that would pass it is not read.
 class CBaseMpegParser
 {
 public:
     static constexpr std::size_t unit_memory_limit = std::size_t{256} << 20;
+    static constexpr std::size_t PMT_limit = std::size_t{1} << 20;
 
     /// With `use_carry` the bytes of an incomplete packet at the end of the data are put in front of the next call's
     /// data; without it they are dropped.
@@ -134,7 +137,7 @@ private:
     static const table_row table_rows[14];
 
     unsigned long process_packets(unsigned char* data, unsigned long size, unsigned long end);
-    void process_packet(transport_packet& packet, unsigned char* data, packet_run& run);
+    void process_packet(unsigned char* data, packet_run& run);
     void append_to_carry(const unsigned char* data, std::size_t size);
     void carry_over(const unsigned char* data, std::size_t size);
 
@@ -152,5 +155,9 @@ private:
 
     payload_unit_budget m_unit_budget;
     PIDRoutes m_routes;
+    std::size_t m_PMTs_size = 0; ///< bytes of the sections that the current PMTs were read from
+    transport_packet
+        m_record{}; ///< of the packet being handled; clearing one for each call would cost more than the rest
+    bool m_record_has_field = false;
 };
 } // namespace mpegcore

@@ -41,7 +41,7 @@ bool CBasePID::grow(std::size_t needed)
     const std::size_t old_capacity = collecting->capacity;
     const std::size_t capacity = std::min(std::max(needed, 2 * old_capacity), max_unit_size);
     // While the bytes are copied both buffers are there, and both have to be within the budget.
-    if (budget != nullptr && capacity > budget->left())
+    if (budget != nullptr && !budget->make_room(capacity, *this))
         return false;
     collecting->reserve(capacity);
     return budget == nullptr || budget->take(capacity - old_capacity);
@@ -52,15 +52,36 @@ bool CBasePID::grow(std::size_t needed)
 bool CBasePID::discard_unit()
 {
     started = 0;
-    if (collecting->capacity > first_capacity) {
+    shrink(collecting);
+    return false;
+}
+
+/// Empties it, too.
+void CBasePID::shrink(CDataAccumulator*& buffer)
+{
+    if (buffer->capacity > first_capacity) {
         auto first = std::make_unique<CDataAccumulator>(first_capacity);
         if (budget != nullptr)
-            budget->give_back(collecting->capacity - first_capacity);
-        delete collecting;
-        collecting = first.release();
+            budget->give_back(buffer->capacity - first_capacity);
+        delete buffer;
+        buffer = first.release();
     }
-    collecting->size = 0;
-    return false;
+    buffer->size = 0;
+}
+
+void CBasePID::release_idle()
+{
+    if (completed != nullptr && completed->capacity > first_capacity)
+        shrink(completed);
+    if (collecting != nullptr && collecting->size == 0)
+        shrink(collecting);
+}
+
+void CBasePID::give_up_if_silent()
+{
+    if (had_packet == 0 && collecting != nullptr && collecting->capacity > first_capacity)
+        discard_unit();
+    had_packet = 0;
 }
 
 std::int64_t CBasePID::putPCR(const transport_packet& packet)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/DataAccumulator.h"
+#include "mpegcore/PayloadUnitBudget.h"
 #include "mpegcore/TransportPacket.h"
 
 #include <algorithm>
@@ -11,33 +12,13 @@
 
 namespace mpegcore
 {
-/// Bytes that payload units of many PIDs may take together, beyond the first two buffers of each PID.
-class payload_unit_budget
-{
-public:
-    explicit payload_unit_budget(std::size_t bytes) : m_left(bytes) {}
-
-    /// False, and nothing taken, when fewer than `bytes` are left.
-    [[nodiscard]] bool take(std::size_t bytes)
-    {
-        if (bytes > m_left)
-            return false;
-        m_left -= bytes;
-        return true;
-    }
-    void give_back(std::size_t bytes) { m_left += bytes; }
-    std::size_t left() const { return m_left; }
-
-private:
-    std::size_t m_left;
-};
-
 /// State of one PID: last continuity counter, bytes and bit rate between PCRs, and the payload unit (PES packet or
 /// PSI sections) being collected from one payload_unit_start_indicator to the next.
 ///
 /// Memory: two buffers of 4095 bytes from the first packet on; a buffer that fills up is doubled. A unit that would
 /// pass `max_unit_size`, or for which the budget has nothing left, is discarded, and its buffer shrinks to its
-/// first size; collecting begins afresh with the next unit start.
+/// first size; collecting begins afresh with the next unit start. When the budget runs short, the unit completed last
+/// is gone as well.
 ///
 /// One cache line each: a multiplex visits many of them in no order.
 class alignas(64) CBasePID
@@ -76,6 +57,7 @@ public:
             create_buffers();
         if ((packet.adaptation_field_control & 1U) == 0)
             return nullptr;
+        had_packet = 1;
         CDataAccumulator* result = nullptr;
         if (packet.payload_unit_start_indicator != 0) {
             std::swap(collecting, completed);
@@ -94,15 +76,21 @@ public:
     {
         bytes += packet.payload_size;
         counter(packet);
+        had_packet = 1;
         if (started != 0 && make_room(packet.payload_size))
             append(packet);
     }
     /// Growth of this PID's buffers is taken from `shared_budget`, which must outlive the PID; null: only
     /// max_unit_size limits. To be set before the first packet.
     void set_budget(payload_unit_budget* shared_budget) { budget = shared_budget; }
+    /// Shrinks to their first size the buffer of the unit completed last and, if empty, of the one being collected.
+    void release_idle();
+    /// Discards the unit being collected unless the PID had a packet since the last call.
+    void give_up_if_silent();
 
     std::uint8_t continuity_counter = 0xFF; ///< 0xFF after clear()
     std::uint8_t started = 0;               ///< 1 once a unit start was seen
+    std::uint8_t had_packet = 0;            ///< 1 once the PID had a payload; give_up_if_silent() takes it back
     std::uint64_t bytes = 0;                ///< payload bytes since the last PCR
     std::uint64_t last_pcr = 0;             ///< in 100 ns
     std::int64_t bitrate = 0;               ///< bits per second between the last two PCRs
@@ -128,6 +116,7 @@ private:
     }
     [[nodiscard]] bool grow(std::size_t needed);
     bool discard_unit();
+    void shrink(CDataAccumulator*& buffer);
 
     payload_unit_budget* budget = nullptr;
 };

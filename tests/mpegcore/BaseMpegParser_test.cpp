@@ -484,6 +484,16 @@ TEST_F(Parser, WithoutCarryDropsAnIncompletePacketAndStartsAfresh)
     EXPECT_THAT(dropping.lines, ElementsAre("PAT"));
 }
 
+TEST_F(Parser, LooksAtNothingCarriedOverOnceItNoLongerCarries)
+{
+    stream.packet(0x100, begins, payload).packet(0x100, goes_on, payload);
+    journal.Process(stream.data.data(), 100);
+    EXPECT_EQ(journal.m_carry, 100U);
+    journal.m_useCarry = false;
+    EXPECT_EQ(journal.Process(stream.data.data(), 376), 376U);
+    EXPECT_EQ(journal.ended, 2);
+}
+
 TEST_F(Parser, TakesNoDataAtAll)
 {
     EXPECT_EQ(journal.Process(nullptr, 0), 0U);
@@ -648,6 +658,22 @@ TEST(BaseParser, HasCallbacksThatDoNothing)
     EXPECT_EQ(parser.Process(stream.data.data(), stream.data.size()), stream.data.size());
     unsigned char byte = 0;
     parser.ParcerPESPacket(&byte);
+}
+
+TEST(BaseParser, RefusesAnAdaptationFieldLongerThanThePayloadItIsGiven)
+{
+    mpegcore::CBaseMpegParser parser(true);
+    Bytes bytes(188);
+    bytes[4] = 50;
+    transport_packet packet{};
+    packet.PID = 0x100;
+    packet.adaptation_field_control = 3;
+    packet.payload = bytes.data() + 4;
+    packet.payload_size = 50;
+    EXPECT_FALSE(parser.ParserData(packet));
+    packet.payload_size = 184;
+    EXPECT_TRUE(parser.ParserData(packet));
+    EXPECT_EQ(packet.payload_size, 133U);
 }
 
 TEST(BaseParser, RefusesAPidThatNoPacketCanHave)

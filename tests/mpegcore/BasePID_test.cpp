@@ -219,6 +219,20 @@ TEST_F(Pid, DiscardsAUnitBeyondTheLimitAndBeginsAfreshWithTheNextStart)
     EXPECT_EQ(contents(pid.collecting), second);
 }
 
+TEST_F(Pid, DiscardsAUnitBeyondTheLimitAlsoWhereAPacketContinuesTheOneBefore)
+{
+    pid.putPacket(packet(first, true));
+    for (std::size_t count = 1; count < CBasePID::max_unit_size / 184; ++count)
+        pid.continues(packet(first, false));
+    EXPECT_EQ(pid.collecting->size, CBasePID::max_unit_size / 184 * 184);
+    pid.continues(packet(first, false));
+    EXPECT_EQ(pid.collecting->size, 0U);
+    EXPECT_EQ(pid.started, 0);
+    pid.continues(packet(first, false));
+    EXPECT_EQ(pid.collecting->size, 0U);
+    EXPECT_EQ(pid.bytes, (CBasePID::max_unit_size / 184 + 2) * 184) << "and counts on";
+}
+
 TEST_F(Pid, DiscardsAUnitForWhichTheBudgetHasNothingLeft)
 {
     mpegcore::payload_unit_budget budget(9000);

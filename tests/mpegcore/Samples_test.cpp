@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/FlatJson.h"
 #include "support/RecordingParser.h"
+#include "support/Samples.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -75,10 +75,10 @@ std::vector<std::string> expected_lines(const std::filesystem::path& path)
 std::vector<std::string> sample_names()
 {
     std::vector<std::string> names;
-    const char* folder = std::getenv("ZQ_SAMPLE_DIR");
-    if (folder == nullptr)
+    const auto folder = zqtest::sample_folder();
+    if (!folder)
         return names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
+    for (const auto& entry : std::filesystem::directory_iterator(*folder))
         if (std::filesystem::exists(std::filesystem::path(entry.path()).replace_extension(".tables.txt")))
             names.push_back((entry.path().parent_path() / entry.path().stem()).string());
     std::sort(names.begin(), names.end());

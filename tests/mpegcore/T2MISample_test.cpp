@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/FlatJson.h"
+#include "support/Samples.h"
 #include "support/T2MI.h"
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -29,10 +29,10 @@ class T2MISample : public testing::TestWithParam<std::size_t>
 
 TEST_P(T2MISample, GivesExactlyTheExpectedPackets)
 {
-    const char* folder = std::getenv("ZQ_SAMPLE_DIR");
-    if (folder == nullptr)
+    const auto folder = zqtest::sample_folder();
+    if (!folder)
         GTEST_SKIP() << "ZQ_SAMPLE_DIR names no folder with samples";
-    const fs::path name = fs::path(folder) / "t2mi-plp-0";
+    const fs::path name = *folder / "t2mi-plp-0";
     Bytes data = contents(name.string() + ".ts");
     zqtest::RecordingDecapsulator decapsulator;
     unsigned long consumed = 0;

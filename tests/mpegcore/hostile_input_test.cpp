@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/ByteTable.h"
 #include "support/RecordingParser.h"
+#include "support/Samples.h"
 #include "support/Stream.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -22,7 +24,13 @@ class HostileInput : public testing::Test
 {
 protected:
     void SetUp() override { testing::internal::CaptureStdout(); }
-    void TearDown() override { static_cast<void>(testing::internal::GetCapturedStdout()); }
+    void TearDown() override
+    {
+        // Failures are told there too.
+        const std::string printed = testing::internal::GetCapturedStdout();
+        if (HasFailure())
+            std::fputs(printed.c_str(), stdout);
+    }
 
     void feed(RecordingParser& parser, const Bytes& bytes)
     {
@@ -106,10 +114,68 @@ TEST_F(HostileInput, Of8192BusyPidsStaysWithinTheBudget)
     EXPECT_GT(collected(parser), mpegcore::CBaseMpegParser::unit_memory_limit / 4) << "and makes use of it";
 }
 
+TEST_F(HostileInput, ThatUsedUpTheBudgetLeavesRoomForWhatComesAfterIt)
+{
+    mpegcore::CBaseMpegParser parser(true);
+    Stream stream;
+    // Two units each, the second a little shorter: both buffers of many PIDs become large, and nothing more comes.
+    for (unsigned PID = 0x200; PID < 0x200 + 30; ++PID)
+        for (const unsigned packets : {30000U, 25000U}) {
+            stream.data.clear();
+            for (unsigned count = 0; count < packets; ++count)
+                stream.packet(PID, count == 0 ? Stream::begins : Stream::goes_on, Bytes(184));
+            parser.Process(stream.data.data(), stream.data.size());
+        }
+    EXPECT_GT(collected(parser), mpegcore::CBaseMpegParser::unit_memory_limit / 2);
+    EXPECT_LE(collected(parser), mpegcore::CBaseMpegParser::unit_memory_limit);
+    parser.Clear();
+    stream.data.clear();
+    for (unsigned PID = 0x300; PID < 0x300 + 30; ++PID)
+        for (unsigned count = 0; count < 30000; ++count)
+            stream.packet(PID, count == 0 ? Stream::begins : Stream::goes_on, Bytes(184));
+    parser.Process(stream.data.data(), stream.data.size());
+    std::size_t whole = 0;
+    for (unsigned PID = 0x300; PID < 0x300 + 30; ++PID)
+        whole += parser.m_PIDs[PID].collecting->size == 30000 * 184U ? 1 : 0;
+    EXPECT_GE(whole, 20U);
+}
+
+TEST_F(HostileInput, OfPmtsBeyondTheirLimitIsNotRead)
+{
+    RecordingParser parser(true);
+    // Descriptors of one byte each, which take far more memory than they have bytes.
+    Bytes pmt{2, 0xBF, 0xF0, 0, 1, 0xC1, 0, 0, 0xFF, 0xFF, 0xFF, 0xE3};
+    while (pmt.size() < 12 + 0xFE3 / 3 * 3)
+        pmt.insert(pmt.end(), {0xEE, 1, 0});
+    pmt.resize(12 + 0xFE3, 0);
+    const std::size_t size = pmt.size() + 4;
+    pmt[1] = static_cast<unsigned char>(0xB0 | (size - 3) >> 8);
+    pmt[2] = static_cast<unsigned char>(size - 3);
+    const std::size_t fit = mpegcore::CBaseMpegParser::PMT_limit / size;
+    for (unsigned PID = 0x100; PID < 0x100 + fit + 50; PID += 50) {
+        Stream stream;
+        Bytes pat{0, 0xB0, 5 + 4 * 50 + 4, 0, 1, 0xC1, 0, 0};
+        for (unsigned at = PID; at < PID + 50; ++at)
+            pat.insert(pat.end(), {0, 1, static_cast<unsigned char>(0xE0 | at >> 8), static_cast<unsigned char>(at)});
+        stream.section(0, zqtest::with_crc(pat));
+        for (unsigned at = PID; at < PID + 50; ++at)
+            stream.section(at, zqtest::with_crc(pmt));
+        feed(parser, stream.data);
+    }
+    EXPECT_EQ(parser.count["callbacks/OnPMT"], static_cast<long>(fit));
+    parser.Clear();
+    Stream again;
+    again.section(0, zqtest::with_crc({0, 0xB0, 13, 0, 1, 0xC1, 0, 0, 0, 1, 0xE1, 0}));
+    again.section(0x100, zqtest::with_crc(pmt));
+    feed(parser, again.data);
+    EXPECT_EQ(parser.count["callbacks/OnPMT"], static_cast<long>(fit) + 1);
+}
+
 TEST_F(HostileInput, OfOneUnitWithoutEndStaysWithinItsLimit)
 {
     mpegcore::CBaseMpegParser parser(true);
     Stream stream;
+    stream.section(0, zqtest::with_crc({0, 0xB0, 13, 0, 1, 0xC1, 0, 0, 0, 1, 0xE2, 0}));
     stream.packet(0x100, Stream::begins, Bytes(184));
     parser.Process(stream.data.data(), stream.data.size());
     stream.data.clear();
@@ -117,7 +183,7 @@ TEST_F(HostileInput, OfOneUnitWithoutEndStaysWithinItsLimit)
         stream.packet(0x100, Stream::goes_on, Bytes(184));
     for (int round = 0; round < 120; ++round) {
         parser.Process(stream.data.data(), stream.data.size());
-        ASSERT_LE(collected(parser), mpegcore::CBasePID::max_unit_size + 4095);
+        ASSERT_LE(collected(parser), mpegcore::CBasePID::max_unit_size + 3 * 4095) << "with the buffers of the PAT";
     }
     EXPECT_EQ(parser.m_PIDs[0x100].collecting->size, 0U) << "the unit passed the limit";
 }
@@ -144,13 +210,13 @@ TEST_F(HostileInput, OfManyPmtsWithOneStreamIsRouted)
 // Every bit of the first packets of each recorded stream, all of them with ZQ_EVERY_BIT, else one in 997.
 TEST_F(HostileInput, OfARecordingWithAnyBitFlippedIsRead)
 {
-    const char* const folder = std::getenv("ZQ_SAMPLE_DIR");
-    if (folder == nullptr)
+    const auto folder = zqtest::sample_folder();
+    if (!folder)
         GTEST_SKIP() << "ZQ_SAMPLE_DIR names no folder with samples";
     const std::size_t step = std::getenv("ZQ_EVERY_BIT") != nullptr ? 1 : 997;
     // The streams whose packets are table packets one and all, or hold every kind of table.
     for (const char* name : {"test-184.ts", "sections-built.ts"}) {
-        std::ifstream file(std::filesystem::path(folder) / name, std::ios::binary);
+        std::ifstream file(*folder / name, std::ios::binary);
         Bytes data{std::istreambuf_iterator<char>(file), {}};
         ASSERT_FALSE(data.empty()) << name;
         data.resize(std::min<std::size_t>(data.size(), 2000 * 188));
