@@ -62,7 +62,8 @@ struct T2MIBBFrame
 /// Faulty input is dropped without a word: packets that are too short, disagree with their length or fail the CRC,
 /// other packet types, frames with a bad BBHEADER. packet_count is deliberately not followed. A T2-MI packet is all
 /// that lies between two packet starts, so it is looked at when the next one starts, and bytes behind its CRC make it
-/// fail.
+/// fail. The two parts of a packet that straddles frames are joined when their lengths fit, so where frames were lost
+/// parts of different packets can come out as one.
 class CT2MIToTS : private CBaseMpegParser
 {
 public:

@@ -36,9 +36,12 @@ protected:
     }
     void TearDown() override { fs::remove_all(folder); }
 
-    run_result run(const std::string& arguments)
+    run_result run(const std::string& arguments) { return shell("'" ZQ_T2MI_MUX "' " + arguments); }
+
+    /// A command line in the folder.
+    run_result shell(const std::string& line)
     {
-        const std::string command = "cd " + folder.string() + " && '" ZQ_T2MI_MUX "' " + arguments + " 2>&1";
+        const std::string command = "cd " + folder.string() + " && (" + line + ") 2>&1";
         std::FILE* const pipe = popen(command.c_str(), "r");
         std::string text;
         std::array<char, 4096> part;
@@ -172,4 +175,30 @@ TEST_F(Mux, TakesEmptyFiles)
     make_file("empty.ts", 0);
     EXPECT_EQ(run("--plp 0=empty.ts --output out.ts").exit_code, 0);
     EXPECT_TRUE(contents("out.ts").empty());
+}
+
+TEST_F(Mux, ShowsOnATerminalHowFarALongJobIsAndTidiesUp)
+{
+    make_file("in.ts", 1500);
+    const auto at_terminal = [&](const std::string& options) {
+        const std::string job = "(cat in.ts; sleep 1; cat in.ts) | " ZQ_T2MI_MUX " --plp 0=- --output out.ts" + options;
+        return shell("script -qec '" + job + "' /dev/null").text;
+    };
+    const std::string shown = at_terminal("");
+    EXPECT_THAT(shown, HasSubstr("\r0.")) << "megabytes done, of an input whose length is not known";
+    EXPECT_THAT(shown, HasSubstr(" MB"));
+    EXPECT_THAT(shown, HasSubstr("\r\033[K"));
+    EXPECT_EQ(at_terminal(" --quiet"), "");
+}
+
+TEST_F(Mux, NeedsNoMoreMemoryForALongerInput)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer reserves more address space than the limit allows";
+#endif
+    make_file("in.ts", 5000);
+    const auto result = shell("i=0; while [ $i -lt 100 ]; do cat in.ts; i=$((i + 1)); done | "
+                              "(ulimit -v 40000; exec " ZQ_T2MI_MUX " --plp 0=- --output /dev/null)");
+    EXPECT_EQ(result.exit_code, 0) << "94 MB within 40 MB of address space";
+    EXPECT_EQ(result.text, "");
 }
