@@ -3,6 +3,7 @@
 
 #include "support/element.h"
 #include "support/net_sandbox.h"
+#include "support/paced_sending.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
 #include "zq_net_source/zq_gst_net_source.h"
@@ -153,12 +154,13 @@ TEST(Element, RecordsIntoAFileSinkThatHoldsMoreBuffersThanThePoolHas)
     {
         playing stand{std::string{"filesink location="} + path};
         stand.set(GST_STATE_PLAYING);
+        std::vector<std::vector<unsigned char>> datagrams;
         std::vector<unsigned char> sent;
         for (unsigned i = 0; i < 500; ++i) {
-            const auto datagram = pattern(1316, i);
-            stand.sender.send(datagram);
-            sent.insert(sent.end(), datagram.begin(), datagram.end());
+            datagrams.push_back(pattern(1316, i));
+            sent.insert(sent.end(), datagrams.back().begin(), datagrams.back().end());
         }
+        ASSERT_TRUE(support::send_paced(stand.sender, datagrams, {&stand.source}));
         ASSERT_TRUE(stand.saw(500));
         stand.set(GST_STATE_NULL);
         std::ifstream file{path, std::ios::binary};
