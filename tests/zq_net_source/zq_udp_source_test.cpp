@@ -78,24 +78,6 @@ sockaddr_in local_address(int socket)
     ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
     return address;
 }
-
-/// Holds a port so that nobody can share it.
-class taken_port
-{
-public:
-    taken_port() : socket_{::socket(AF_INET, SOCK_DGRAM, 0)}
-    {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        ::bind(socket_, reinterpret_cast<sockaddr*>(&address), sizeof(address));
-        number = ntohs(local_address(socket_).sin_port);
-    }
-    ~taken_port() { ::close(socket_); }
-    std::uint16_t number;
-
-private:
-    int socket_;
-};
 } // namespace
 
 TEST(Multicast, ReachesFrom224To239Inclusive)
@@ -271,7 +253,7 @@ TEST(UdpReceiver, AsksForALargerReceiveBufferThanTheDefault)
 
 TEST(UdpReceiver, PrintsTheFailedBindOfATakenUnicastPortWithoutNewline)
 {
-    const taken_port port;
+    const support::taken_port port;
     receiving receiver;
     support::captured_stdout output;
     EXPECT_FALSE(receiver.source.open("", port.number, ""));
@@ -281,7 +263,7 @@ TEST(UdpReceiver, PrintsTheFailedBindOfATakenUnicastPortWithoutNewline)
 
 TEST(UdpReceiver, PrintsTheFailedBindOfATakenMulticastPort)
 {
-    const taken_port port;
+    const support::taken_port port;
     receiving receiver;
     support::captured_stdout output;
     EXPECT_FALSE(receiver.source.open("239.1.2.3", port.number, ""));
@@ -332,7 +314,7 @@ TEST(UdpReceiver, KeepsItsBitRateWhenTheTrafficEnds)
 
 TEST(UdpReceiver, KeepsTheSocketOfAFailedOpenUntilItIsClosed)
 {
-    const taken_port port;
+    const support::taken_port port;
     receiving receiver;
     const int socket = descriptor_opened_by([&] {
         const support::captured_stdout output;
@@ -485,7 +467,7 @@ TEST(UdpReceiver, ReadWaitsASecondForTrafficAndReturnsZeroWithoutIt)
 
 TEST(UdpReceiver, EndsOnAThreadOfTheCallersWhenThatOnesPromiseIsKept)
 {
-    const taken_port port;
+    const support::taken_port port;
     receiving receiver;
     {
         const support::captured_stdout output;
