@@ -189,6 +189,15 @@ private:
     pipeline encoder_;
 };
 
+/// `path` for multifilesink, which takes a percent sign for the place of a number.
+std::string without_format(const std::string& path)
+{
+    std::string doubled;
+    for (const char letter : path)
+        doubled.append(letter == '%' ? 2 : 1, letter);
+    return doubled;
+}
+
 /// One receiving element with its recording, decoder and picture.
 struct receiver
 {
@@ -197,12 +206,14 @@ struct receiver
           recording{file.string() + ".ts"},
           picture{file.string() + ".png"},
           stages{"zqnetsource name=src " + properties +
-                 " ! tee name=t   t. ! queue ! filesink async=false location=" + recording +
-                 "   t. ! queue ! capssetter caps=video/mpegts,systemstream=true ! tsdemux ! h264parse ! avdec_h264 ! "
+                 " ! tee name=t   t. ! queue ! filesink name=recording async=false   t. ! queue ! capssetter "
+                 "caps=video/mpegts,systemstream=true ! tsdemux ! h264parse ! avdec_h264 ! "
                  "videoconvert ! videorate ! "
-                 "video/x-raw,framerate=1/1 ! pngenc ! multifilesink async=false location=" +
-                 picture}
+                 "video/x-raw,framerate=1/1 ! pngenc ! multifilesink name=picture async=false"}
     {
+        // Not in the description, whose syntax a file name could break.
+        g_object_set(stages.named("recording"), "location", recording.c_str(), nullptr);
+        g_object_set(stages.named("picture"), "location", without_format(picture).c_str(), nullptr);
         gpointer figures = nullptr;
         g_object_get(stages.named("src"), "statistics", &figures, nullptr);
         statistics = static_cast<const zq_base_statistics*>(figures);

@@ -3,17 +3,22 @@
 
 #include "zq_net_source/zq_net_source.h"
 
+#include <utility>
+
 GST_DEBUG_CATEGORY(gst_zq_net_source_debug);
 
 static GstElementClass* parent_class = nullptr;
 
 static zq_net_source* engine_of(gpointer object) { return static_cast<Gstzqnetsource*>(object)->engine; }
 
-/// Runs `call` on the engine; an exception becomes the last error and `otherwise` the result.
+/// Runs `call` on the engine; an exception becomes the last error and `otherwise` the result. So it does for an
+/// element that was made when there was no memory for its engine.
 template <class Call, class Result>
 static Result guarded(gpointer object, Result otherwise, const Call& call)
 {
     zq_net_source* const engine = engine_of(object);
+    if (engine == nullptr)
+        return otherwise;
     try {
         return call(*engine);
     } catch (...) {
@@ -46,6 +51,10 @@ static GstStateChangeReturn gst_zq_net_source_change_state(GstElement* element, 
 
 static gboolean gst_zq_net_source_send_event(GstElement* element, GstEvent* event)
 {
+    if (engine_of(element) == nullptr) {
+        gst_event_unref(event);
+        return FALSE;
+    }
     return guarded(element, false, [&](zq_net_source& engine) { return engine.send_event(event); }) ? TRUE : FALSE;
 }
 
@@ -61,15 +70,11 @@ static void gst_zq_net_source_dispose(GObject* object)
 
 static void gst_zq_net_source_finalize(GObject* object)
 {
-    auto* const instance = reinterpret_cast<Gstzqnetsource*>(object);
-    if (instance->engine != nullptr) {
-        guarded(object, false, [](zq_net_source& engine) {
-            engine.stop();
-            return true;
-        });
-        delete instance->engine;
-        instance->engine = nullptr;
-    }
+    guarded(object, false, [](zq_net_source& engine) {
+        engine.stop();
+        return true;
+    });
+    delete std::exchange(reinterpret_cast<Gstzqnetsource*>(object)->engine, nullptr);
     G_OBJECT_CLASS(parent_class)->finalize(object);
 }
 
@@ -115,7 +120,13 @@ static void gst_zq_net_source_init(GTypeInstance* instance, gpointer)
     auto* const element = GST_ELEMENT(instance);
     // Bins send an EOS event meant for the pipeline to the elements that carry this flag.
     GST_OBJECT_FLAG_SET(element, GST_ELEMENT_FLAG_SOURCE);
-    reinterpret_cast<Gstzqnetsource*>(instance)->engine = new zq_net_source{element, parent_class};
+    auto& engine = reinterpret_cast<Gstzqnetsource*>(instance)->engine;
+    try {
+        engine = new zq_net_source{element, parent_class};
+    } catch (...) {
+        // No exception may pass through GObject, which has no other way to fail here.
+        engine = nullptr;
+    }
 }
 
 GType gst_zqnetsource_get_type()

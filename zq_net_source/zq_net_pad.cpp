@@ -27,6 +27,19 @@ static gboolean gst_pad_net_sink_event(GstPad* pad, GstObject* parent, GstEvent*
     return FALSE;
 }
 
+static bool push_pad_caps(GstPad* pad)
+{
+    // GLib prints the conditions as they are written here.
+    // clang-format off
+    g_return_val_if_fail(GST_IS_PAD (pad), false);
+    const zq_caps_pointer held{gst_pad_query_caps(pad, nullptr)};
+    GstCaps* const caps = held.get();
+    g_return_val_if_fail(caps != NULL && gst_caps_is_fixed (caps), false); // NOLINT(modernize-use-nullptr)
+    // clang-format on
+    GstEvent* event = gst_event_new_caps(caps);
+    return (GST_PAD_IS_SRC(pad) ? gst_pad_push_event(pad, event) : gst_pad_send_event(pad, event)) != FALSE;
+}
+
 bool zq_net_pad::create_net_pad(GstElement* element)
 {
     pad.reset(GST_PAD(gst_object_ref_sink(gst_pad_new_from_static_template(&zq_net_pad_template, "src_net"))));
@@ -51,15 +64,7 @@ void zq_net_pad::send_stream_start(const char* stream_id) const
     gst_pad_push_event(pad.get(), event);
 }
 
-bool zq_net_pad::set_pad_caps() const
-{
-    g_return_val_if_fail(GST_IS_PAD(pad.get()), false);
-    const zq_caps_pointer caps{gst_pad_query_caps(pad.get(), nullptr)};
-    g_return_val_if_fail(caps != nullptr && gst_caps_is_fixed(caps.get()), false);
-    GstEvent* event = gst_event_new_caps(caps.get());
-    return (GST_PAD_IS_SRC(pad.get()) ? gst_pad_push_event(pad.get(), event) : gst_pad_send_event(pad.get(), event)) !=
-           FALSE;
-}
+bool zq_net_pad::set_pad_caps() const { return push_pad_caps(pad.get()); }
 
 bool zq_net_pad::isConnect(GstPad* pad) { return pad != nullptr && gst_pad_is_linked(pad); }
 

@@ -23,6 +23,8 @@ void zq_net_run::start(std::shared_ptr<zq_net_run> predecessor, std::chrono::mil
     start_time_ = steady_clock::now();
     if (receiver_.open(settings_.address, settings_.port, settings_.interface))
         prepared_.get_future().wait_for(grace);
+    else if (!predecessor_ && zq_net_pad::isConnect(pad_->pad.get()))
+        announce(); // and no allocation query, which may block: no data will come
 }
 
 void zq_net_run::prepare()
@@ -37,13 +39,19 @@ void zq_net_run::prepare()
 
 bool zq_net_run::neogation() { return !zq_net_pad::isConnect(pad_->pad.get()) || net_neogation(); }
 
-bool zq_net_run::net_neogation()
+bool zq_net_run::announce()
 {
     pad_->send_stream_start("asi");
-    if (!pad_->set_pad_caps()) {
-        g_print("zqnetsource: Can't set asi caps.");
+    if (pad_->set_pad_caps())
+        return true;
+    g_print("zqnetsource: Can't set asi caps.");
+    return false;
+}
+
+bool zq_net_run::net_neogation()
+{
+    if (!announce())
         return false;
-    }
     auto pool = negotiate_buffer_pool(pad_->pad.get());
     const std::lock_guard lock{pool_mutex_};
     pool_ = std::move(pool);

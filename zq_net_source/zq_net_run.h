@@ -33,7 +33,8 @@ public:
                zq_net_settings settings);
 
     /// Opens the receiver, whose thread negotiates and makes the provider before it reads the first datagram. Waits
-    /// up to `grace` for that: downstream may hold it for as long as this very state change is not over.
+    /// up to `grace` for that: downstream may hold it for as long as this very state change is not over. A receiver
+    /// that could not be opened leaves only stream-start and caps, sent by the caller's thread.
     /// `predecessor`, if given, is a run set aside; this one negotiates when the push that holds it has come back.
     void start(std::shared_ptr<zq_net_run> predecessor, std::chrono::milliseconds grace);
 
@@ -52,6 +53,7 @@ private:
     void prepare();
     bool neogation();
     bool net_neogation();
+    bool announce();
     bool wait_for_predecessor();
     void send_segment(std::uint64_t start);
     void make_provider();

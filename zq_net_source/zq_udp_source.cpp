@@ -20,9 +20,6 @@ namespace
 /// About 1.3 s of a 50 Mbit/s stream; what Linux gives unasked holds 20 ms of it.
 constexpr int wanted_receive_buffer = 8 * 1024 * 1024;
 
-constexpr int longest_wait_ms = 1000;
-constexpr int endless = -1;
-
 template <class T>
 bool set_option(int socket, int level, int name, const T& value)
 {
@@ -158,11 +155,13 @@ void zq_udp_source::start_thread()
     ended_ = false;
     try {
         thread_ = std::thread([this] {
+            ::pthread_setname_np(::pthread_self(), "zqnetsource");
             try {
                 if (before_first_)
                     call_out(before_first_);
-                // The request to stop ends its wait for data, so that needs no time-out, whose timer costs CPU.
-                receive_until(stop_promise_->get_future(), endless);
+                // The request to stop ends the wait for data, which so needs no time-out: its timer costs CPU.
+                wait_ms_ = endless;
+                work_thread(stop_promise_->get_future());
             } catch (...) {
                 statistics_.note_exception();
             }
@@ -215,6 +214,7 @@ void zq_udp_source::close()
     if (thread_.joinable()) {
         thread_.join();
         stop_promise_.reset();
+        wait_ms_ = longest_wait_ms;
     }
     close_socket();
 }
@@ -239,9 +239,7 @@ void zq_udp_source::abandon(std::shared_ptr<void> owner)
     thread_.detach();
 }
 
-int zq_udp_source::read(unsigned char* buffer, unsigned long size) { return receive(buffer, size, longest_wait_ms); }
-
-int zq_udp_source::receive(unsigned char* buffer, unsigned long size, int wait_ms)
+int zq_udp_source::read(unsigned char* buffer, unsigned long size)
 {
     const int descriptor = socket_;
     if (descriptor < 0)
@@ -256,18 +254,15 @@ int zq_udp_source::receive(unsigned char* buffer, unsigned long size, int wait_m
     }
     // poll and not select: the same answer for one descriptor, and descriptors from FD_SETSIZE on work too.
     pollfd waited{descriptor, POLLIN, 0};
-    if (::poll(&waited, 1, wait_ms) <= 0 || (waited.revents & POLLNVAL) != 0)
+    if (::poll(&waited, 1, wait_ms_) <= 0 || (waited.revents & POLLNVAL) != 0)
         return 0;
     burst_.waited();
     return static_cast<int>(::recv(descriptor, buffer, size, 0));
 }
 
-void zq_udp_source::work_thread(std::future<void>&& stop) { receive_until(std::move(stop), longest_wait_ms); }
-
-void zq_udp_source::receive_until(std::future<void> stop, int wait_ms)
+void zq_udp_source::work_thread(std::future<void>&& stop)
 {
     using namespace std::chrono_literals;
-    ::pthread_setname_np(::pthread_self(), "zqnetsource");
     const std::unique_ptr<unsigned char[]> buffer{new unsigned char[max_datagram]};
     thread_start_ = steady_clock::now();
     auto interval_start = steady_clock::now();
@@ -277,7 +272,7 @@ void zq_udp_source::receive_until(std::future<void> stop, int wait_ms)
     auto stop_wait = 1000ns;
     while (stop.wait_for(stop_wait) != std::future_status::ready) {
         stop_wait = 1000ns;
-        const int received = receive(buffer.get(), max_datagram, wait_ms);
+        const int received = read(buffer.get(), max_datagram);
         if (stopping())
             return;
         if (received == 0)

@@ -59,7 +59,8 @@ public:
     [[nodiscard]] bool stopping() const { return stopping_.load(std::memory_order_acquire); }
 
     /// Waits up to 1 s for a datagram and receives it. Its size, 0 when none came (or an empty one), or -1 with
-    /// errno set when receiving failed.
+    /// errno set when receiving failed. While the thread of open() receives, this is for that thread only, which
+    /// waits until a datagram comes or a stop is asked for.
     int read(unsigned char* buffer, unsigned long size);
 
     /// What the callback's time stamps count from. For the receive thread only.
@@ -68,15 +69,16 @@ public:
     /// 224.0.0.0 to 239.255.255.255, both included. What does not parse is not multicast.
     [[nodiscard]] static bool isMulticast(const std::string& address);
 
-    /// Receives until `stop` is ready, which it notices within 1 s.
+    /// Receives on the calling thread until `stop` is ready, which it notices when a read() has come back.
     void work_thread(std::future<void>&& stop);
 
 private:
+    static constexpr int longest_wait_ms = 1000;
+    static constexpr int endless = -1;
+
     bool bind_multicast(const std::string& address, std::uint16_t port, const std::string& interface);
     bool bind_unicast(std::uint16_t port, const std::string& interface);
     void start_thread();
-    int receive(unsigned char* buffer, unsigned long size, int wait_ms);
-    void receive_until(std::future<void> stop, int wait_ms);
     bool wait_ended(std::chrono::milliseconds callback_grace);
     void close_socket();
     template <class Call>
@@ -115,6 +117,7 @@ private:
     std::atomic<int> socket_{-1};
     std::thread thread_;
     std::shared_ptr<std::promise<void>> stop_promise_;
+    int wait_ms_ = longest_wait_ms; // of one read()
     burst_guess burst_;
     callback callback_;
     zq_net_statistics& statistics_;

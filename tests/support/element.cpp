@@ -170,6 +170,22 @@ test_sink::test_sink(chain on_buffer, query on_query)
 
 test_sink::~test_sink() { gst_pad_set_active(pad_.get(), FALSE); }
 
+std::vector<std::string> logged_by(const std::function<void()>& action)
+{
+    static std::mutex mutex;
+    static std::vector<std::string> lines;
+    lines.clear();
+    const auto note = [](const gchar*, GLogLevelFlags, const gchar* message, gpointer) {
+        const std::lock_guard lock{mutex};
+        lines.emplace_back(message);
+    };
+    const auto old = g_log_set_default_handler(note, nullptr);
+    action();
+    g_log_set_default_handler(old, nullptr);
+    const std::lock_guard lock{mutex};
+    return lines;
+}
+
 captured_stdout::captured_stdout()
 {
     std::fflush(stdout);
@@ -205,5 +221,12 @@ std::string captured_stdout::text()
     for (ssize_t got = 0; (got = ::read(file_, block, sizeof(block))) > 0;)
         text.append(block, static_cast<std::size_t>(got));
     return text;
+}
+
+std::string printed_by(const std::function<void()>& action)
+{
+    captured_stdout output;
+    action();
+    return output.text();
 }
 } // namespace support

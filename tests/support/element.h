@@ -89,6 +89,9 @@ private:
     zq_pad_pointer pad_;
 };
 
+/// What GLib logged during `action`, on this thread or another.
+std::vector<std::string> logged_by(const std::function<void()>& action);
+
 /// Texts that this process writes to standard output, g_print included, between construction and text().
 class captured_stdout
 {
@@ -102,4 +105,7 @@ private:
     int saved_;
     int file_;
 };
+
+/// What this process writes to standard output during `action`.
+std::string printed_by(const std::function<void()>& action);
 } // namespace support

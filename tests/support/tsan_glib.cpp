@@ -70,6 +70,15 @@ ZQ_UNLOCK(g_rw_lock_reader_unlock, GRWLock)
 // A buffer that goes back to its pool was written by the thread that lets go of it last.
 ZQ_UNLOCK(gst_mini_object_unref, GstMiniObject)
 
+// Whoever lets go of an object last destroys it after all that the others did with it.
+extern "C" __attribute__((visibility("default"))) void g_object_unref(gpointer object)
+{
+    ZQ_REAL(g_object_unref);
+    __tsan_release(object);
+    __tsan_acquire(object);
+    next(object);
+}
+
 extern "C" __attribute__((visibility("default"))) void g_cond_wait(GCond* condition, GMutex* lock)
 {
     ZQ_REAL(g_cond_wait);

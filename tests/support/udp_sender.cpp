@@ -20,6 +20,17 @@ sockaddr_in endpoint(const char* address, std::uint16_t port)
     result.sin_addr.s_addr = ::inet_addr(address);
     return result;
 }
+
+/// Binds `socket` to any address, on a port that the system chooses.
+std::uint16_t bound_port(int socket)
+{
+    auto address = endpoint("0.0.0.0", 0);
+    socklen_t length = sizeof(address);
+    if (::bind(socket, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+        ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        throw std::runtime_error("no free port");
+    return ntohs(address.sin_port);
+}
 } // namespace
 
 std::vector<unsigned char> pattern(std::size_t size, unsigned seed)
@@ -30,18 +41,11 @@ std::vector<unsigned char> pattern(std::size_t size, unsigned seed)
     return bytes;
 }
 
-std::uint16_t free_port()
-{
-    const int socket = ::socket(AF_INET, SOCK_DGRAM, 0);
-    auto address = endpoint("127.0.0.1", 0);
-    socklen_t length = sizeof(address);
-    const bool bound = ::bind(socket, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-                       ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) == 0;
-    ::close(socket);
-    if (!bound)
-        throw std::runtime_error("no free port");
-    return ntohs(address.sin_port);
-}
+std::uint16_t free_port() { return taken_port{}.number; }
+
+taken_port::taken_port() : socket_{::socket(AF_INET, SOCK_DGRAM, 0)}, number{bound_port(socket_)} {}
+
+taken_port::~taken_port() { ::close(socket_); }
 
 udp_sender::udp_sender(const std::string& address, std::uint16_t port) : socket_{::socket(AF_INET, SOCK_DGRAM, 0)}
 {

@@ -15,6 +15,22 @@ std::vector<unsigned char> pattern(std::size_t size, unsigned seed = 0);
 /// A port that nothing on this host uses at the moment.
 std::uint16_t free_port();
 
+/// Holds a port of this host so that nobody can share it.
+class taken_port
+{
+public:
+    taken_port();
+    ~taken_port();
+    taken_port(const taken_port&) = delete;
+    taken_port& operator=(const taken_port&) = delete;
+
+private:
+    int socket_;
+
+public:
+    const std::uint16_t number;
+};
+
 /// Sends datagrams to one address from loopback; multicast leaves through loopback only.
 class udp_sender
 {

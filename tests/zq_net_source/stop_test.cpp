@@ -160,6 +160,28 @@ TEST(Stop, SetsARunAsideWhosePushIsHeldAndCollectsItOnLeavingPaused)
     support::set_state(stand.source, GST_STATE_NULL);
 }
 
+TEST(Stop, SetsARunAsideWhoseNegotiationIsHeld)
+{
+    const support::watchdog guard;
+    gate closed;
+    const support::test_sink sink{{}, [&](GstQuery* query) {
+                                      if (GST_QUERY_TYPE(query) == GST_QUERY_ALLOCATION)
+                                          closed.pass();
+                                      return false;
+                                  }};
+    const auto source = support::make_source();
+    support::set_port(source, support::free_port());
+    gst_pad_link(support::pad_of(source, "src_net").get(), sink.pad());
+    support::set_state(source, GST_STATE_PLAYING);
+    ASSERT_TRUE(closed.somebody_waits());
+    EXPECT_EQ(receive_threads(), 1);
+    support::set_state(source, GST_STATE_PAUSED);
+    EXPECT_EQ(receive_threads(), 1);
+    closed.open();
+    support::set_state(source, GST_STATE_NULL);
+    EXPECT_EQ(receive_threads(), 0);
+}
+
 TEST(Stop, CollectsARunSetAsideAtTheNextStart)
 {
     held stand;

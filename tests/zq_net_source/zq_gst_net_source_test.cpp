@@ -2,6 +2,7 @@
 #include "zq_net_source/zq_gst_net_source.h"
 
 #include "support/element.h"
+#include "zq_net_source/zq_net_source.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,25 +21,6 @@ void expect_texts(GParamSpec* param, const char* nick, const char* blurb)
 {
     EXPECT_STREQ(g_param_spec_get_nick(param), nick);
     EXPECT_STREQ(g_param_spec_get_blurb(param), blurb);
-}
-
-std::vector<std::string>& logged()
-{
-    static std::vector<std::string> lines;
-    return lines;
-}
-
-/// What GLib logged during `action`.
-std::vector<std::string> logged_by(const std::function<void()>& action)
-{
-    logged().clear();
-    const auto note = [](const gchar*, GLogLevelFlags, const gchar* message, gpointer) {
-        logged().emplace_back(message);
-    };
-    const auto old = g_log_set_default_handler(note, nullptr);
-    action();
-    g_log_set_default_handler(old, nullptr);
-    return logged();
 }
 } // namespace
 
@@ -172,7 +154,7 @@ TEST(Properties, OutOfRangeAreRefused)
 {
     const auto source = support::make_source();
     support::set_port(source, 1234);
-    const auto lines = logged_by([&] {
+    const auto lines = support::logged_by([&] {
         g_object_set(source.get(), "port", 65536U, nullptr);
         g_object_set(source.get(), "plp", 256, nullptr);
         g_object_set(source.get(), "input_type", 2, nullptr);
@@ -197,6 +179,31 @@ TEST(Properties, KeepTheirTextWhenGivenNull)
     EXPECT_STREQ(address, "239.1.2.3");
 }
 
+TEST(Properties, WarnAboutANullText)
+{
+    std::vector<std::string> warnings;
+    const GstLogFunction note = [](GstDebugCategory* category, GstDebugLevel level, const gchar*, const gchar*, gint,
+                                   GObject*, GstDebugMessage* message, gpointer lines) {
+        if (category == gst_zq_net_source_debug && level == GST_LEVEL_WARNING)
+            static_cast<std::vector<std::string>*>(lines)->emplace_back(gst_debug_message_get(message));
+    };
+    const auto source = support::make_source();
+    const bool active = gst_debug_is_active() != FALSE;
+    const auto threshold = gst_debug_category_get_threshold(gst_zq_net_source_debug);
+    gst_debug_remove_log_function(gst_debug_log_default);
+    gst_debug_set_active(TRUE);
+    gst_debug_category_set_threshold(gst_zq_net_source_debug, GST_LEVEL_WARNING);
+    gst_debug_add_log_function(note, &warnings, nullptr);
+    g_object_set(source.get(), "address", static_cast<const char*>(nullptr), nullptr);
+    g_object_set(source.get(), "interface", static_cast<const char*>(nullptr), nullptr);
+    gst_debug_remove_log_function(note);
+    gst_debug_category_set_threshold(gst_zq_net_source_debug, threshold);
+    gst_debug_set_active(active ? TRUE : FALSE);
+    gst_debug_add_log_function(gst_debug_log_default, nullptr, nullptr);
+    EXPECT_THAT(warnings, testing::ElementsAre("NULL is no value for property address",
+                                               "NULL is no value for property interface"));
+}
+
 TEST(Properties, StatisticsAreThereBeforeTheFirstStart)
 {
     const auto source = support::make_source();
@@ -213,7 +220,7 @@ TEST(Properties, OfAnUnknownIdAreWarnedAboutWithThePlaceInTheSourceTree)
     GParamSpec* param = parameter("plp");
     GValue value = G_VALUE_INIT;
     g_value_init(&value, G_TYPE_INT);
-    const auto lines = logged_by([&] {
+    const auto lines = support::logged_by([&] {
         object_class->set_property(G_OBJECT(source.get()), 7, &value, param);
         object_class->get_property(G_OBJECT(source.get()), 99, &value, param);
     });
@@ -221,6 +228,18 @@ TEST(Properties, OfAnUnknownIdAreWarnedAboutWithThePlaceInTheSourceTree)
     EXPECT_THAT(lines[0], testing::MatchesRegex("zq_net_source/zq_net_source[.a-z:0-9]*: invalid property id 7 for "
                                                 "\"plp\" of type 'GParamInt' in 'GstZqNetSourceType'"));
     EXPECT_THAT(lines[1], testing::HasSubstr("invalid property id 99"));
+}
+
+TEST(ElementWithoutMemoryForItsEngine, RefusesEverythingAndCanBeReleased)
+{
+    const auto source = support::make_source();
+    delete std::exchange(reinterpret_cast<Gstzqnetsource*>(source.get())->engine, nullptr);
+    g_object_set(source.get(), "address", "239.1.2.3", "port", 5000U, nullptr);
+    guint port = 1;
+    g_object_get(source.get(), "port", &port, nullptr);
+    EXPECT_EQ(port, 0U);
+    EXPECT_EQ(support::set_state(source, GST_STATE_READY), GST_STATE_CHANGE_FAILURE);
+    EXPECT_FALSE(gst_element_send_event(source.get(), gst_event_new_eos()));
 }
 
 TEST(Registration, MayBeRepeated)

@@ -2,6 +2,7 @@
 #include "zq_net_source/zq_t2mi_provider.h"
 
 #include "support/element.h"
+#include "support/paced_sending.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
 #include "tools/t2mi/t2mi_encapsulator.h"
@@ -16,6 +17,7 @@
 
 using support::eventually;
 using support::figure;
+using support::send_paced;
 
 namespace
 {
@@ -58,11 +60,13 @@ bytes t2mi_of(const std::map<std::uint8_t, bytes>& plps)
     return stream;
 }
 
-void send_in_datagrams(const support::udp_sender& sender, const bytes& stream, std::size_t size = 1316)
+std::vector<bytes> datagrams_of(const bytes& stream, std::size_t size = 1316)
 {
+    std::vector<bytes> datagrams;
     for (std::size_t at = 0; at < stream.size(); at += size)
-        sender.send({stream.begin() + static_cast<std::ptrdiff_t>(at),
-                     stream.begin() + static_cast<std::ptrdiff_t>(std::min(stream.size(), at + size))});
+        datagrams.emplace_back(stream.begin() + static_cast<std::ptrdiff_t>(at),
+                               stream.begin() + static_cast<std::ptrdiff_t>(std::min(stream.size(), at + size)));
+    return datagrams;
 }
 
 /// `zqnetsource input_type=1` for one PLP, on a port or a group.
@@ -101,7 +105,8 @@ TEST(T2miElement, DeliversThePacketsOfTheSelectedPlpByteForByte)
     const auto port = support::free_port();
     receiving_plp receiver{0, port};
     const auto packets = packets_of(0, 700);
-    send_in_datagrams({"127.0.0.1", port}, t2mi_of({{0, packets}, {7, packets_of(7, 500)}}));
+    const auto stream = t2mi_of({{0, packets}, {7, packets_of(7, 500)}});
+    ASSERT_TRUE(send_paced({"127.0.0.1", port}, datagrams_of(stream), {&receiver.source}));
     ASSERT_TRUE(receiver.received(packets.size()));
     EXPECT_EQ(receiver.recorder.bytes(), packets);
     EXPECT_EQ(figure(receiver.source, "Last error"), "");
@@ -115,17 +120,7 @@ TEST(T2miElement, DeliversTheSameHoweverTheStreamIsCutIntoDatagrams)
     for (const std::size_t size : {1, 187, 188, 189, 1000, 1472, 60000}) {
         const auto port = support::free_port();
         receiving_plp receiver{3, port};
-        const support::udp_sender sender{"127.0.0.1", port};
-        // Single bytes: each costs the socket far more than its size, so they come in steps that its buffer holds.
-        std::size_t sent = 0;
-        while (sent < stream.size()) {
-            const auto step = std::min(stream.size() - sent, std::max<std::size_t>(size * 500, 1));
-            const auto begin = stream.begin() + static_cast<std::ptrdiff_t>(sent);
-            send_in_datagrams(sender, {begin, begin + static_cast<std::ptrdiff_t>(step)}, size);
-            sent += step;
-            ASSERT_TRUE(
-                eventually([&] { return figure(receiver.source, "Data counter [byte]") == std::to_string(sent); }));
-        }
+        ASSERT_TRUE(send_paced({"127.0.0.1", port}, datagrams_of(stream, size), {&receiver.source}));
         ASSERT_TRUE(receiver.received(packets.size()));
         EXPECT_EQ(receiver.recorder.bytes(), packets) << "in datagrams of " << size;
     }
@@ -137,9 +132,8 @@ TEST(T2miElement, WithOnlyOtherPlpsPushesNothingAndReportsNothing)
     const auto port = support::free_port();
     receiving_plp receiver{1, port};
     const auto stream = t2mi_of({{0, packets_of(0, 100)}, {2, packets_of(2, 100)}});
-    send_in_datagrams({"127.0.0.1", port}, stream);
-    EXPECT_TRUE(
-        eventually([&] { return figure(receiver.source, "Data counter [byte]") == std::to_string(stream.size()); }));
+    ASSERT_TRUE(send_paced({"127.0.0.1", port}, datagrams_of(stream), {&receiver.source}));
+    EXPECT_EQ(figure(receiver.source, "Data counter [byte]"), std::to_string(stream.size()));
     EXPECT_EQ(receiver.recorder.count(), 0U);
     EXPECT_EQ(figure(receiver.source, "Last error"), "");
 }
@@ -150,9 +144,8 @@ TEST(T2miElement, WithAPlainTransportStreamPushesNothingAndReportsNothing)
     const auto port = support::free_port();
     receiving_plp receiver{0, port};
     const auto stream = packets_of(0, 700);
-    send_in_datagrams({"127.0.0.1", port}, stream);
-    EXPECT_TRUE(
-        eventually([&] { return figure(receiver.source, "Data counter [byte]") == std::to_string(stream.size()); }));
+    ASSERT_TRUE(send_paced({"127.0.0.1", port}, datagrams_of(stream), {&receiver.source}));
+    EXPECT_EQ(figure(receiver.source, "Data counter [byte]"), std::to_string(stream.size()));
     EXPECT_EQ(receiver.recorder.count(), 0U);
     EXPECT_EQ(figure(receiver.source, "Last error"), "");
 }
@@ -213,7 +206,7 @@ TEST(T2miElement, OfThreeOnOneGroupEachGetsAllOfItsOwnPlp)
             ASSERT_TRUE(encapsulator.push(plp, packets.data() + at));
     encapsulator.flush();
 
-    send_in_datagrams({"239.1.4.1", port}, stream);
+    ASSERT_TRUE(send_paced({"239.1.4.1", port}, datagrams_of(stream), {&first.source, &second.source, &third.source}));
     EXPECT_TRUE(first.received(plps.at(0).size()));
     EXPECT_TRUE(second.received(plps.at(1).size()));
     EXPECT_TRUE(third.received(plps.at(255).size()));
@@ -234,7 +227,7 @@ TEST(T2miElement, DeliversTheRecordedStream)
     const support::watchdog guard;
     const auto port = support::free_port();
     receiving_plp receiver{0, port};
-    send_in_datagrams({"127.0.0.1", port}, file("t2mi-plp-0.ts"));
+    ASSERT_TRUE(send_paced({"127.0.0.1", port}, datagrams_of(file("t2mi-plp-0.ts")), {&receiver.source}));
     const auto expected = file("t2mi-plp-0.expected-output.ts");
     ASSERT_EQ(expected.size(), 175U * 188);
     ASSERT_TRUE(receiver.received(expected.size()));

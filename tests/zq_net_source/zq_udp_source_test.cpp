@@ -78,24 +78,6 @@ sockaddr_in local_address(int socket)
     ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
     return address;
 }
-
-/// Holds a port so that nobody can share it.
-class taken_port
-{
-public:
-    taken_port() : socket_{::socket(AF_INET, SOCK_DGRAM, 0)}
-    {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        ::bind(socket_, reinterpret_cast<sockaddr*>(&address), sizeof(address));
-        number = ntohs(local_address(socket_).sin_port);
-    }
-    ~taken_port() { ::close(socket_); }
-    std::uint16_t number;
-
-private:
-    int socket_;
-};
 } // namespace
 
 TEST(Multicast, ReachesFrom224To239Inclusive)
@@ -271,7 +253,7 @@ TEST(UdpReceiver, AsksForALargerReceiveBufferThanTheDefault)
 
 TEST(UdpReceiver, PrintsTheFailedBindOfATakenUnicastPortWithoutNewline)
 {
-    const taken_port port;
+    const support::taken_port port;
     receiving receiver;
     support::captured_stdout output;
     EXPECT_FALSE(receiver.source.open("", port.number, ""));
@@ -281,7 +263,7 @@ TEST(UdpReceiver, PrintsTheFailedBindOfATakenUnicastPortWithoutNewline)
 
 TEST(UdpReceiver, PrintsTheFailedBindOfATakenMulticastPort)
 {
-    const taken_port port;
+    const support::taken_port port;
     receiving receiver;
     support::captured_stdout output;
     EXPECT_FALSE(receiver.source.open("239.1.2.3", port.number, ""));
@@ -297,9 +279,42 @@ TEST(UdpReceiver, PrintsTheFailedJoinOnAnUnknownInterfaceWithoutNewline)
               "::setsockopt(m_hSocket, IPPROTO_IP, IP_ADD_MEMBERSHIP, (char *)&mcast, sizeof(mcast)) < 0");
 }
 
+TEST(UdpReceiver, PrintsThatThereIsNoSocketWhenNoDescriptorIsLeft)
+{
+    receiving receiver;
+    support::captured_stdout output;
+    rlimit before{};
+    ::getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none{0, before.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+    const bool opened = receiver.source.open("", 0, "");
+    ::setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_FALSE(opened);
+    EXPECT_EQ(output.text(), "ZQReceiverUDP::open 0 > m_hSocket\n");
+}
+
+TEST(UdpReceiver, KeepsItsBitRateWhenTheTrafficEnds)
+{
+    receiving receiver;
+    const auto port = support::free_port();
+    ASSERT_TRUE(receiver.source.open("", port, ""));
+    const udp_sender sender{"127.0.0.1", port};
+    sender.send(pattern(1000));
+    ASSERT_TRUE(eventually([&] { return receiver.count() == 1; }));
+    std::this_thread::sleep_for(2050ms);
+    sender.send(pattern(1000));
+    ASSERT_TRUE(eventually([&] { return receiver.count() == 2; }));
+    const auto rate = receiver.bit_rate();
+    EXPECT_NE(rate, "0");
+    std::this_thread::sleep_for(2500ms);
+    EXPECT_EQ(receiver.bit_rate(), rate);
+    receiver.source.close();
+    EXPECT_EQ(receiver.bit_rate(), rate);
+}
+
 TEST(UdpReceiver, KeepsTheSocketOfAFailedOpenUntilItIsClosed)
 {
-    const taken_port port;
+    const support::taken_port port;
     receiving receiver;
     const int socket = descriptor_opened_by([&] {
         const support::captured_stdout output;
@@ -406,6 +421,72 @@ TEST(UdpReceiver, ReadOfAClosedReceiverReturnsZero)
     receiving receiver;
     unsigned char byte = 0;
     EXPECT_EQ(receiver.source.read(&byte, 1), 0);
+}
+
+namespace
+{
+/// An open receiver whose own thread stays away from the socket, so that a test can read it.
+struct reading
+{
+    support::watchdog guard;
+    zq_net_statistics statistics;
+    std::promise<void> over;
+    zq_udp_source source{nullptr, statistics, [this, waited = over.get_future().share()] { waited.wait(); }};
+    std::uint16_t port = support::free_port();
+
+    reading() { opened = source.open("", port, ""); }
+    ~reading()
+    {
+        source.ask_to_stop();
+        over.set_value();
+    }
+    bool opened = false;
+};
+} // namespace
+
+TEST(UdpReceiver, ReadsADatagram)
+{
+    reading receiver;
+    ASSERT_TRUE(receiver.opened);
+    udp_sender{"127.0.0.1", receiver.port}.send(pattern(188));
+    std::vector<unsigned char> buffer(1000);
+    ASSERT_EQ(receiver.source.read(buffer.data(), buffer.size()), 188);
+    buffer.resize(188);
+    EXPECT_EQ(buffer, pattern(188));
+}
+
+TEST(UdpReceiver, ReadWaitsASecondForTrafficAndReturnsZeroWithoutIt)
+{
+    reading receiver;
+    ASSERT_TRUE(receiver.opened);
+    unsigned char byte = 0;
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(receiver.source.read(&byte, 1), 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - before, 1s);
+}
+
+TEST(UdpReceiver, EndsOnAThreadOfTheCallersWhenThatOnesPromiseIsKept)
+{
+    const support::taken_port port;
+    receiving receiver;
+    {
+        const support::captured_stdout output;
+        // Leaves a socket without a thread of its own.
+        ASSERT_FALSE(receiver.source.open("", port.number, ""));
+    }
+    std::promise<void> stop;
+    std::atomic<bool> ended{false};
+    std::string name(16, '\0');
+    std::thread caller{[&] {
+        receiver.source.work_thread(stop.get_future());
+        ::pthread_getname_np(::pthread_self(), name.data(), name.size());
+        ended = true;
+    }};
+    std::this_thread::sleep_for(20ms);
+    EXPECT_FALSE(ended);
+    stop.set_value();
+    caller.join();
+    EXPECT_STRNE(name.c_str(), "zqnetsource");
 }
 
 TEST(UdpReceiver, MayBeClosedTwiceAndWithoutHavingBeenOpened)
