@@ -239,7 +239,9 @@ void zq_udp_source::abandon(std::shared_ptr<void> owner)
     thread_.detach();
 }
 
-int zq_udp_source::read(unsigned char* buffer, unsigned long size)
+int zq_udp_source::read(unsigned char* buffer, unsigned long size) { return receive(buffer, size, longest_wait_ms); }
+
+int zq_udp_source::receive(unsigned char* buffer, unsigned long size, int wait_ms)
 {
     const int descriptor = socket_;
     if (descriptor < 0)
@@ -254,7 +256,7 @@ int zq_udp_source::read(unsigned char* buffer, unsigned long size)
     }
     // poll and not select: the same answer for one descriptor, and descriptors from FD_SETSIZE on work too.
     pollfd waited{descriptor, POLLIN, 0};
-    if (::poll(&waited, 1, wait_ms_) <= 0 || (waited.revents & POLLNVAL) != 0)
+    if (::poll(&waited, 1, wait_ms) <= 0 || (waited.revents & POLLNVAL) != 0)
         return 0;
     burst_.waited();
     return static_cast<int>(::recv(descriptor, buffer, size, 0));
@@ -272,7 +274,7 @@ void zq_udp_source::work_thread(std::future<void>&& stop)
     auto stop_wait = 1000ns;
     while (stop.wait_for(stop_wait) != std::future_status::ready) {
         stop_wait = 1000ns;
-        const int received = read(buffer.get(), max_datagram);
+        const int received = receive(buffer.get(), max_datagram, wait_ms_);
         if (stopping())
             return;
         if (received == 0)

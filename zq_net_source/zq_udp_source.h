@@ -59,8 +59,7 @@ public:
     [[nodiscard]] bool stopping() const { return stopping_.load(std::memory_order_acquire); }
 
     /// Waits up to 1 s for a datagram and receives it. Its size, 0 when none came (or an empty one), or -1 with
-    /// errno set when receiving failed. While the thread of open() receives, this is for that thread only, which
-    /// waits until a datagram comes or a stop is asked for.
+    /// errno set when receiving failed. Not for use beside a running receive thread.
     int read(unsigned char* buffer, unsigned long size);
 
     /// What the callback's time stamps count from. For the receive thread only.
@@ -69,7 +68,7 @@ public:
     /// 224.0.0.0 to 239.255.255.255, both included. What does not parse is not multicast.
     [[nodiscard]] static bool isMulticast(const std::string& address);
 
-    /// Receives on the calling thread until `stop` is ready, which it notices when a read() has come back.
+    /// Receives on the calling thread until `stop` is ready, which it notices within 1 s.
     void work_thread(std::future<void>&& stop);
 
 private:
@@ -79,6 +78,7 @@ private:
     bool bind_multicast(const std::string& address, std::uint16_t port, const std::string& interface);
     bool bind_unicast(std::uint16_t port, const std::string& interface);
     void start_thread();
+    int receive(unsigned char* buffer, unsigned long size, int wait_ms);
     bool wait_ended(std::chrono::milliseconds callback_grace);
     void close_socket();
     template <class Call>
@@ -117,7 +117,7 @@ private:
     std::atomic<int> socket_{-1};
     std::thread thread_;
     std::shared_ptr<std::promise<void>> stop_promise_;
-    int wait_ms_ = longest_wait_ms; // of one read()
+    int wait_ms_ = longest_wait_ms; // of work_thread() for one datagram
     burst_guess burst_;
     callback callback_;
     zq_net_statistics& statistics_;
