@@ -18,6 +18,7 @@ bool send_paced(const udp_sender& sender, const std::vector<std::vector<unsigned
                 const std::vector<const element*>& receivers)
 {
     std::vector<unsigned long> before;
+    before.reserve(receivers.size());
     for (const auto* receiver : receivers)
         before.push_back(counted(*receiver));
     unsigned long sent = 0;
