@@ -148,12 +148,16 @@ const CBaseMpegParser::table_row CBaseMpegParser::table_rows[] = {
     {0x0014, 0x73, 0x73, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_TOT, &CBaseMpegParser::OnTOT>},
 };
 
-/// The first row of a PID, or null for a PID that carries no table.
+/// The first row of a PID up to last_table_PID, or null for one that carries no table.
 const CBaseMpegParser::table_row* CBaseMpegParser::first_row(unsigned short PID)
 {
-    const auto* const row = std::find_if(std::begin(table_rows), std::end(table_rows),
-                                         [PID](const table_row& known) { return known.PID == PID; });
-    return row == std::end(table_rows) ? nullptr : row;
+    static const auto rows = [] {
+        std::array<const table_row*, last_table_PID + 1> first{};
+        for (std::size_t at = std::size(table_rows); at-- > 0;)
+            first[table_rows[at].PID] = &table_rows[at];
+        return first;
+    }();
+    return rows[PID];
 }
 
 CBaseMpegParser::CBaseMpegParser(bool use_carry)
@@ -239,7 +243,10 @@ inline void CBaseMpegParser::process_packet(unsigned char* data, packet_run& run
         fill_next(packet, data, run.fields);
     } else {
         fill(packet, data);
-        run = again ? run_of(packet, header) : packet_run{header};
+        if (!again)
+            run = packet_run{header};
+        else if (!run.looked_for)
+            look_for_short_way(packet, run);
     }
     m_record_has_field = (packet.adaptation_field_control & 2U) != 0;
     OnPreProcess(0, packet);
@@ -310,18 +317,17 @@ inline bool CBaseMpegParser::handle(transport_packet& packet)
     return true;
 }
 
-/// What packets like this one need, when there is a short way for them: payload only, no unit start, no table.
-inline CBaseMpegParser::packet_run CBaseMpegParser::run_of(const transport_packet& packet, std::uint32_t header)
+/// There is one for packets with nothing but payload, no unit start and no table.
+void CBaseMpegParser::look_for_short_way(const transport_packet& packet, packet_run& run)
 {
-    packet_run run{header};
+    run.looked_for = true;
     const PID_route& route = m_routes[packet.PID];
     if (packet.adaptation_field_control != 1 || packet.payload_unit_start_indicator != 0 || m_PAT.valid == 0 ||
         packet.PID == null_packet_PID || packet.PID <= last_table_PID || route.carries_PMT)
-        return run;
+        return;
     run.state = &m_PIDs[packet.PID];
     run.route = &route;
     std::memcpy(run.fields.data(), &packet, run.fields.size());
-    return run;
 }
 
 bool CBaseMpegParser::handle_adaptation_field(transport_packet& packet)

@@ -130,7 +130,8 @@ private:
     struct packet_run
     {
         std::uint32_t header = 0;
-        CBasePID* state = nullptr; ///< null: there is no short way for them
+        bool looked_for = false;   ///< the short way, with the second packet
+        CBasePID* state = nullptr; ///< null: there is none
         const PID_route* route = nullptr;
         std::array<unsigned char, 8> fields{}; ///< of their records, sync_byte to adaptation_field_control
     };
@@ -141,7 +142,7 @@ private:
     void append_to_carry(const unsigned char* data, std::size_t size);
     void carry_over(const unsigned char* data, std::size_t size);
 
-    packet_run run_of(const transport_packet& packet, std::uint32_t header);
+    void look_for_short_way(const transport_packet& packet, packet_run& run);
     bool handle(transport_packet& packet);
     bool handle_adaptation_field(transport_packet& packet);
     static const table_row* first_row(unsigned short PID);
