@@ -195,6 +195,7 @@ void CBaseMpegParser::clear_tables()
     clear_wrapper(m_NITOther);
     clear_wrapper(m_TDT);
     clear_wrapper(m_TOT);
+    m_short_way = {};
     m_routes.clear();
     m_PMTs.clear();
     m_PMTs_size = 0;
@@ -229,34 +230,42 @@ unsigned long CBaseMpegParser::Process(unsigned char* data, unsigned long size)
     return carried + consumed;
 }
 
-/// Handles one packet. Packets with the same header mostly come in a row; all but the first take a way without what was
-/// found out for that one.
-inline void CBaseMpegParser::process_packet(unsigned char* data, packet_run& run)
+/// Handles one packet the long way.
+inline void CBaseMpegParser::process_packet(unsigned char* data)
 {
     transport_packet& packet = m_record;
     // The adaptation field, most of the record and rarely there, is cleared only where there was one.
     if (m_record_has_field)
         packet.adaptation_field = adaptation_field_record{};
-    const std::uint32_t header = header_at(data);
-    const bool again = header == run.header;
-    if (again && run.state != nullptr) {
-        fill_next(packet, data, run.fields);
-    } else {
-        fill(packet, data);
-        if (!again)
-            run = packet_run{header};
-        else if (!run.looked_for)
-            look_for_short_way(packet, run);
-    }
+    fill(packet, data);
     m_record_has_field = (packet.adaptation_field_control & 2U) != 0;
+    const std::uint32_t header = header_at(data);
+    if (header == m_last_header)
+        look_for_short_way(packet, header);
+    m_last_header = header;
     OnPreProcess(0, packet);
-    if (run.state != nullptr) {
-        run.state->continues(packet);
-        report(*run.route, packet, nullptr);
-    } else {
-        handle(packet);
-    }
+    handle(packet);
     OnProcess(0, packet);
+}
+
+/// Handles the packets from `position` on that can go the short way; returns where they end.
+inline unsigned long CBaseMpegParser::process_run(unsigned char* data, unsigned long position, unsigned long end)
+{
+    transport_packet& packet = m_record;
+    if (m_record_has_field)
+        packet.adaptation_field = adaptation_field_record{};
+    m_record_has_field = false;
+    const short_way way = m_short_way;
+    if (!way.collects)
+        way.state->drop_unit();
+    for (; position < end && header_at(data + position) == way.header; position += ts_packet_size) {
+        fill_next(packet, data + position, way.fields);
+        OnPreProcess(0, packet);
+        way.state->continues(packet);
+        report(*way.route, packet, nullptr);
+        OnProcess(0, packet);
+    }
+    return position;
 }
 
 /// Handles the packets that begin in front of `end`; returns where the first byte not consumed is.
@@ -265,11 +274,14 @@ unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned lon
     if (size < ts_packet_size)
         return 0;
     end = std::min(end, size - longest_partial_packet);
-    packet_run run;
     unsigned long position = 0;
     while (position < end) {
+        if (m_short_way.state != nullptr && header_at(data + position) == m_short_way.header) {
+            position = process_run(data, position, end);
+            continue;
+        }
         if (data[position] == ts_sync_byte) {
-            process_packet(data + position, run);
+            process_packet(data + position);
             position += ts_packet_size;
             continue;
         }
@@ -318,16 +330,17 @@ inline bool CBaseMpegParser::handle(transport_packet& packet)
 }
 
 /// There is one for packets with nothing but payload, no unit start and no table.
-void CBaseMpegParser::look_for_short_way(const transport_packet& packet, packet_run& run)
+void CBaseMpegParser::look_for_short_way(const transport_packet& packet, std::uint32_t header)
 {
-    run.looked_for = true;
     const PID_route& route = m_routes[packet.PID];
     if (packet.adaptation_field_control != 1 || packet.payload_unit_start_indicator != 0 || m_PAT.valid == 0 ||
         packet.PID == null_packet_PID || packet.PID <= last_table_PID || route.carries_PMT)
         return;
-    run.state = &m_PIDs[packet.PID];
-    run.route = &route;
-    std::memcpy(run.fields.data(), &packet, run.fields.size());
+    m_short_way.header = header;
+    m_short_way.collects = m_units_are_seen || reports_units();
+    m_short_way.state = &m_PIDs[packet.PID];
+    m_short_way.route = &route;
+    std::memcpy(m_short_way.fields.data(), &packet, m_short_way.fields.size());
 }
 
 bool CBaseMpegParser::handle_adaptation_field(transport_packet& packet)
@@ -374,6 +387,7 @@ void CBaseMpegParser::parse_table(section_reader& reader)
     auto& wrapper = this->*Wrapper;
     if (wrapper.Parser(reader) == 0)
         return;
+    m_short_way = {};
     update_routes(m_routes, *wrapper.current);
     (this->*Callback)(wrapper.current);
 }

@@ -123,26 +123,32 @@ public:
 protected:
     /// The part of Clear that leaves the PIDs as they are.
     void clear_tables();
+    /// Payload units of elementary streams may be left out where the class does not override the form of OnPES that
+    /// takes them. For a subclass that keeps m_PIDs to itself: there they are missing, too.
+    void collect_only_what_is_reported() { m_units_are_seen = false; }
 
 private:
     struct table_row;
-    /// A run of packets with the same header, continuity_counter apart.
-    struct packet_run
+    /// What was found out for packets with one header (continuity_counter apart), which mostly come in a row, for as
+    /// long as no table but a PMT changes.
+    struct short_way
     {
         std::uint32_t header = 0;
-        bool looked_for = false;   ///< the short way, with the second packet
-        CBasePID* state = nullptr; ///< null: there is none
+        bool collects = true;      ///< the payload units
+        CBasePID* state = nullptr; ///< null: nothing was found
         const PID_route* route = nullptr;
         std::array<unsigned char, 8> fields{}; ///< of their records, sync_byte to adaptation_field_control
     };
     static const table_row table_rows[14];
 
+    bool reports_units();
     unsigned long process_packets(unsigned char* data, unsigned long size, unsigned long end);
-    void process_packet(unsigned char* data, packet_run& run);
+    void process_packet(unsigned char* data);
+    unsigned long process_run(unsigned char* data, unsigned long position, unsigned long end);
     void append_to_carry(const unsigned char* data, std::size_t size);
     void carry_over(const unsigned char* data, std::size_t size);
 
-    void look_for_short_way(const transport_packet& packet, packet_run& run);
+    void look_for_short_way(const transport_packet& packet, std::uint32_t header);
     bool handle(transport_packet& packet);
     bool handle_adaptation_field(transport_packet& packet);
     static const table_row* first_row(unsigned short PID);
@@ -154,11 +160,14 @@ private:
     void report(const PID_route& route, transport_packet& packet, CDataAccumulator* unit);
     void report_without_stream(const program_route& route, transport_packet& packet);
 
+    bool m_units_are_seen = true;
     payload_unit_budget m_unit_budget;
     PIDRoutes m_routes;
     std::size_t m_PMTs_size = 0; ///< bytes of the sections that the current PMTs were read from
     transport_packet
         m_record{}; ///< of the packet being handled; clearing one for each call would cost more than the rest
     bool m_record_has_field = false;
+    std::uint32_t m_last_header = 0; ///< of the last packet that went the long way
+    short_way m_short_way;
 };
 } // namespace mpegcore

@@ -80,6 +80,13 @@ public:
         if (started != 0 && make_room(packet.payload_size))
             append(packet);
     }
+    /// Forgets the unit being collected; collecting begins afresh with the next unit start.
+    void drop_unit()
+    {
+        started = 0;
+        if (collecting != nullptr)
+            collecting->size = 0;
+    }
     /// Growth of this PID's buffers is taken from `shared_budget`, which must outlive the PID; null: only
     /// max_unit_size limits. To be set before the first packet.
     void set_budget(payload_unit_budget* shared_budget) { budget = shared_budget; }

@@ -44,7 +44,10 @@ bool read_bbheader(bit_reader& reader, T2MIBBFrame& frame)
 
 CT2MIToTS::CT2MIToTS(bool use_carry)
     : CBaseMpegParser(use_carry), m_buffer(new unsigned char[buffer_size]), m_carries(new carry[carry_count])
-{}
+{
+    // No subclass can look at m_PIDs.
+    collect_only_what_is_reported();
+}
 
 unsigned long CT2MIToTS::Process(unsigned char* data, unsigned long size)
 {

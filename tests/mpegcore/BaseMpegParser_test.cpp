@@ -149,6 +149,31 @@ Bytes PMT(unsigned number, unsigned PCR_PID, std::initializer_list<unsigned> str
     return section_of(0x02, body);
 }
 
+/// Handles packet by packet from records filled here.
+template <class P>
+void walk(P& parser, Bytes& data)
+{
+    for (std::size_t at = 0; at < data.size(); at += mpegcore::ts_packet_size) {
+        unsigned char* const bytes = data.data() + at;
+        transport_packet packet{};
+        packet.sync_byte = bytes[0];
+        packet.transport_error_indicator = bytes[1] >> 7;
+        packet.payload_unit_start_indicator = bytes[1] >> 6 & 1;
+        packet.transport_priority = bytes[1] >> 5 & 1;
+        packet.PID = static_cast<unsigned short>((bytes[1] & 0x1F) << 8 | bytes[2]);
+        packet.transport_scrambling_control = bytes[3] >> 6;
+        packet.adaptation_field_control = bytes[3] >> 4 & 3;
+        packet.continuity_counter = bytes[3] & 0xF;
+        packet.packet = bytes;
+        packet.packet_size = 188;
+        packet.payload = bytes + 4;
+        packet.payload_size = 184;
+        parser.OnPreProcess(0, packet);
+        parser.ParserData(packet);
+        parser.OnProcess(0, packet);
+    }
+}
+
 class Parser : public testing::Test
 {
 protected:
@@ -558,32 +583,33 @@ TEST_F(Parser, GivesTheSameWhetherOrNotPacketsComeInRowsThatLookAlike)
     stream.section(0, PAT({{1, 0x100}})).section(0x100, PMT(1, 0x1FFE, {0x101, 0x102}, CA(0x103)));
     constexpr unsigned PIDs[] = {0x0000, 0x0012, 0x0013, 0x0100, 0x0101, 0x0102, 0x0103, 0x0104, 0x1FFF};
     Bytes header = {0x47, 0x01, 0x01, 0x10};
-    for (int count = 0; count < 4000; ++count) {
+    for (int count = 0; count < 6000; ++count) {
         if (random() % 5 == 0) {
             const unsigned PID = PIDs[random() % std::size(PIDs)];
             header[1] = static_cast<unsigned char>((random() % 8 == 0 ? random() & 0xE0 : 0) | PID >> 8);
             header[2] = static_cast<unsigned char>(PID);
             header[3] = static_cast<unsigned char>(random() % 4 == 0 ? random() & 0xF0 : 0x10);
         }
+        if (random() % 50 == 0) // a stream becomes a PMT, or one again, in the middle of a unit
+            stream.section(0, PAT({{1, 0x100}, {2, random() % 2 == 0 ? 0x101 : 0x200}}));
         header[3] = static_cast<unsigned char>((header[3] & 0xF0U) | (random() & 0x0FU));
         stream.data.insert(stream.data.end(), header.begin(), header.end());
+        if (random() % 8 == 0)
+            *(stream.data.end() - 3) |= 0x40;
         std::generate_n(std::back_inserter(stream.data), 184,
                         [&] { return static_cast<unsigned char>(random() % 190); });
     }
-    Journal at_once(true);
-    RecordJournal rows(true), singles(true);
-    at_once.Process(stream.data.data(), stream.data.size());
+    Journal rows(true), singles(true);
+    RecordJournal row_records(true), single_records(true);
     rows.Process(stream.data.data(), stream.data.size());
-    Journal one_by_one(true);
-    for (std::size_t at = 0; at < stream.data.size(); at += 188) {
-        one_by_one.Process(stream.data.data() + at, 188);
-        singles.Process(stream.data.data() + at, 188);
-    }
-    EXPECT_EQ(at_once.lines, one_by_one.lines);
-    EXPECT_EQ(rows.records, singles.records);
+    row_records.Process(stream.data.data(), stream.data.size());
+    walk(singles, stream.data);
+    walk(single_records, stream.data);
+    EXPECT_EQ(rows.lines, singles.lines);
+    EXPECT_EQ(row_records.records, single_records.records);
     for (const unsigned PID : PIDs) {
-        const auto& a = rows.m_PIDs[PID];
-        const auto& b = singles.m_PIDs[PID];
+        const auto& a = row_records.m_PIDs[PID];
+        const auto& b = single_records.m_PIDs[PID];
         EXPECT_EQ(a.continuity_counter, b.continuity_counter) << PID;
         EXPECT_EQ(a.bytes, b.bytes) << PID;
         if (PID != 0x1FFF) {

@@ -129,6 +129,10 @@ public:
             case 9:
                 out.packet(PID(), start(), Bytes{});
                 break;
+            case 10:
+            case 11:
+                row(out, PID(), below(5) + 1);
+                break;
             default:
                 out.packet(PID(), start(), Bytes(below(184) + 1, static_cast<unsigned char>(step)));
             }
@@ -137,6 +141,11 @@ public:
 
 private:
     unsigned below(unsigned limit) { return static_cast<unsigned>(random_() % limit); }
+    static void row(Stream& out, unsigned PID, unsigned packets)
+    {
+        while (packets-- != 0)
+            out.packet(PID, Stream::goes_on, Bytes(184, 0xAB));
+    }
     unsigned PID() { return 0x20 + below(24); }
     Stream::start start() { return below(3) == 0 ? Stream::begins : Stream::goes_on; }
     Bytes PID_bytes() { return {0xE0, static_cast<unsigned char>(PID())}; }

@@ -222,6 +222,33 @@ TEST(T2MIPackets, ComeFromTheDirectCallToo)
     EXPECT_THAT(decapsulator.packets, SizeIs(1));
 }
 
+// Nobody else could see the units of the T2-MI stream, so without such a subclass they need not be collected.
+TEST(T2MIPackets, ReachASubclassAsPayloadUnitsToo)
+{
+    class UnitDecapsulator : public RecordingDecapsulator
+    {
+    public:
+        using RecordingDecapsulator::OnPES;
+        void OnPES(unsigned short, mpegcore::CBaseStreamTypeMap*, unsigned char* data, unsigned long size) override
+        {
+            units.emplace_back(data, data + size);
+        }
+        std::vector<Bytes> units;
+    } decapsulator;
+    Stream stream = known_stream();
+    std::vector<Bytes> payload_units;
+    for (unsigned seed = 0; seed < 3; ++seed) {
+        const Bytes packet = Frame{0, 0, pattern(187 * 5, seed)}.packet();
+        put(stream, packet);
+        payload_units.push_back(Bytes{0} + packet);
+    }
+    end(stream);
+    decapsulator.feed(stream.data);
+    EXPECT_EQ(decapsulator.units, payload_units);
+    EXPECT_EQ(decapsulator.packets, fed(stream).packets);
+    EXPECT_THAT(decapsulator.packets, SizeIs(15));
+}
+
 // 65 535 bytes are one too many: 356 payloads of 184 bytes and one of 30, behind the 11 of the start.
 TEST(T2MIPackets, OfUpTo65534BytesAreGathered)
 {
