@@ -157,20 +157,26 @@ private:
         next_ += n;
     }
 
+    // Compilers turn these into one load with a byte swap.
+    std::uint64_t byte(std::uint64_t at) const { return static_cast<unsigned char>(next_[at]); }
+    std::uint64_t halfWord(std::uint64_t at) const
+    {
+        return byte(at) << 24 | byte(at + 1) << 16 | byte(at + 2) << 8 | byte(at + 3);
+    }
     std::uint64_t wholeWord() const
     {
-        // Compilers turn this into one load with a byte swap.
-        const auto byte = [this](unsigned at) { return std::uint64_t{static_cast<unsigned char>(next_[at])}; };
         return byte(0) << 56 | byte(1) << 48 | byte(2) << 40 | byte(3) << 32 | byte(4) << 24 | byte(5) << 16 |
                byte(6) << 8 | byte(7);
     }
 
+    /// n < 8 bytes without a loop: their first and last ones, which may be the same.
     std::uint64_t fewBytes(std::uint64_t n) const
     {
-        std::uint64_t word = 0;
-        for (std::uint64_t at = 0; at < n; ++at)
-            word = word << 8 | static_cast<unsigned char>(next_[at]);
-        return word;
+        if (n >= 4)
+            return halfWord(0) << 8 * (n - 4) | halfWord(n - 4);
+        if (n == 0)
+            return 0;
+        return byte(0) << 8 * (n - 1) | byte(n / 2) << 8 * (n - 1 - n / 2) | byte(n - 1);
     }
 
     std::uint64_t cache_ = 0;     // unread bits on the right
