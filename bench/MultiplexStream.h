@@ -13,7 +13,11 @@ class MultiplexStream
 public:
     /// `packets_per_second` counts those of the whole multiplex.
     MultiplexStream(unsigned programmes, unsigned packets_per_second)
-        : programmes_(programmes), second_(packets_per_second), mux_(programmes), streams_(programmes * 3)
+        : programmes_(programmes),
+          second_(packets_per_second),
+          picture_(packets_per_second * 18 / 20 / programmes / 25 * mpegcore::ts_payload_size),
+          mux_(programmes),
+          streams_(programmes * 3)
     {
         for (unsigned at = 0; at < programmes; ++at) {
             streams_[3 * at].PID = zqtest::Multiplex::video_PID(at);
@@ -53,8 +57,8 @@ private:
         const bool video = stream.stream_id == 0xE0;
         if (stream.sent == stream.PES.size()) {
             const std::uint64_t now = out_.packets() * std::uint64_t{90000} / second_;
-            stream.PES =
-                mux_.PES(stream.stream_id, now + 9000, video ? 15000 + mux_.below(30000) : 1500 + mux_.below(1500));
+            stream.PES = mux_.PES(stream.stream_id, now + 9000,
+                                  video ? picture_ / 2 + mux_.below(picture_) : 1500 + mux_.below(1500));
             stream.sent = 0;
             if (video) {
                 const zqtest::Bytes first(stream.PES.begin(), stream.PES.begin() + 176);
@@ -94,6 +98,7 @@ private:
 
     unsigned programmes_;
     unsigned second_;
+    unsigned picture_; ///< mean bytes of a video PES packet, 25 a second
     zqtest::Multiplex mux_;
     zqtest::Stream out_;
     std::vector<elementary_stream> streams_;

@@ -108,7 +108,7 @@ public:
         table.last_section_number = table.segment_last_section_number = static_cast<std::uint8_t>(last_section);
         table.last_table_id = table_id;
         for (unsigned at = 0; at < events; ++at)
-            table.events.push_back(event(section * 16 + at));
+            table.events.push_back(event(section * 16 + at, programme + 1 + 100 * version));
         return rendered(table);
     }
 
@@ -195,14 +195,15 @@ private:
         table.services[service->service_id] = service;
     }
 
-    std::shared_ptr<mpegcore::CEventInfo> event(unsigned number)
+    /// Events of the same number and story are the same.
+    static std::shared_ptr<mpegcore::CEventInfo> event(unsigned number, unsigned story)
     {
         auto info = std::make_shared<mpegcore::CEventInfo>();
         info->event_id = static_cast<std::uint16_t>(number);
         info->start_time = mpegcore::CEventInfo::time_t_to_start_time(1700000000 + 1800 * static_cast<long>(number));
         info->duration = mpegcore::CEventInfo::sec_to_duration(1800);
         info->running_status = 1;
-        const std::string name = "Event " + std::to_string(number), about(60 + below(120), 'x');
+        const std::string name = "Event " + std::to_string(number), about(60 + story * (number + 7) % 120, 'x');
         auto brief = std::make_shared<mpegcore::short_event_descriptor>();
         brief->ISO_639_language_code = {'e', 'n', 'g'};
         brief->event_name_length = static_cast<std::uint8_t>(name.size());
