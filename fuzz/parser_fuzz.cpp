@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The input is a row of records, of which the parser's stream is made: packets of chosen PIDs with the bytes of the
-// record, sections with their CRC_32 put right, raw bytes. The parser gets it in pieces; it is one parser for all
-// inputs, cleared in between.
+// record, sections with their CRC_32 put right, once or several times, raw bytes. Two parsers get it in pieces, the
+// same ones for all inputs and cleared in between: what one keeps of sections that come again, the other reads anew.
 #include "mpegcore/BaseMpegParser.h"
 #include "mpegcore/CRC.h"
 
@@ -28,7 +28,7 @@ void require(bool held)
 class Parser : public CBaseMpegParser
 {
 public:
-    Parser() : CBaseMpegParser(true) {}
+    explicit Parser(bool editable_tables) : CBaseMpegParser(true) { m_editableTables = editable_tables; }
 
     void OnPreProcess(unsigned int, const transport_packet& p) override
     {
@@ -52,7 +52,12 @@ public:
     void OnCAT(CCAT* t) override { sum += t->calc_section_length(); }
     void OnTSDT(CTSDT* t) override { sum += t->calc_section_length(); }
     void OnSDT(CSDT* t) override { sum += t->calc_section_length(); }
-    void OnEIT(CEIT* t) override { sum += t->calc_section_length(); }
+    void OnEIT(CEIT* t) override
+    {
+        sum += t->calc_section_length() + t->service_id;
+        for (const auto& event : t->events)
+            sum += 31UL * event->event_id + event->descriptors.size();
+    }
     void OnNIT(CNIT* t) override { sum += t->calc_section_length(); }
     void OnBAT(CBAT* t) override { sum += t->calc_section_length(); }
     void OnTOT(CTOT* t) override { sum += t->calc_section_length(); }
@@ -81,7 +86,7 @@ public:
             m_PIDs[PID].clear();
         used.clear();
         measured.clear();
-        begun = ended = 0;
+        begun = ended = sum = 0;
     }
 
     void touch(const unsigned char* data, unsigned long size)
@@ -126,7 +131,8 @@ private:
         else if (kind < 8)
             packet(PID, flags, bytes, size);
         else
-            section(PID, flags, bytes, size);
+            for (unsigned count = flags >> 5; count < 8; ++count)
+                section(PID, flags, bytes, size);
     }
 
     unsigned char* append(unsigned PID, unsigned start, unsigned adaptation_field_control)
@@ -183,22 +189,26 @@ private:
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static auto* const parser = new Parser;
+    static auto* const parser = new Parser(false);
+    static auto* const anew = new Parser(true);
     static const bool silent = std::freopen("/dev/null", "w", stdout) != nullptr;
     static_cast<void>(silent);
     if (size < 2 || size > 4096)
         return 0;
     const std::size_t piece = data[0] == 0 ? 100000 : 16U * data[0] + 1;
     const Maker made(data + 1, size - 1);
-    parser->reset();
-    unsigned long consumed = 0;
-    for (std::size_t at = 0; at < made.stream.size(); at += piece) {
-        const std::size_t count = std::min(piece, made.stream.size() - at);
-        const std::unique_ptr<unsigned char[]> block(new unsigned char[count]);
-        std::copy_n(made.stream.begin() + static_cast<std::ptrdiff_t>(at), count, block.get());
-        consumed += parser->Process(block.get(), count);
+    for (Parser* const each : {parser, anew}) {
+        each->reset();
+        unsigned long consumed = 0;
+        for (std::size_t at = 0; at < made.stream.size(); at += piece) {
+            const std::size_t count = std::min(piece, made.stream.size() - at);
+            const std::unique_ptr<unsigned char[]> block(new unsigned char[count]);
+            std::copy_n(made.stream.begin() + static_cast<std::ptrdiff_t>(at), count, block.get());
+            consumed += each->Process(block.get(), count);
+        }
+        require(consumed + each->m_carry == made.stream.size());
+        require(each->begun == each->ended && 188 * each->begun <= consumed);
     }
-    require(consumed + parser->m_carry == made.stream.size());
-    require(parser->begun == parser->ended && 188 * parser->begun <= consumed);
+    require(parser->sum == anew->sum);
     return 0;
 }

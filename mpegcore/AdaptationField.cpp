@@ -26,12 +26,25 @@ bool clock_reference(SyntaxReader& io, std::uint64_t& base, std::uint8_t& reserv
     return field(io, 33, base) && field(io, 6, reserved) && field(io, 9, extension);
 }
 
+void set_flags(field_record& f, unsigned char byte)
+{
+    f.discontinuity_indicator = byte >> 7;
+    f.random_access_indicator = byte >> 6 & 1U;
+    f.elementary_stream_priority_indicator = byte >> 5 & 1U;
+    f.PCR_flag = byte >> 4 & 1U;
+    f.OPCR_flag = byte >> 3 & 1U;
+    f.splicing_point_flag = byte >> 2 & 1U;
+    f.transport_private_data_flag = byte >> 1 & 1U;
+    f.adaptation_field_extension_flag = byte & 1U;
+}
+
 bool flags(SyntaxReader& io, field_record& f)
 {
-    return field(io, 1, f.discontinuity_indicator) && field(io, 1, f.random_access_indicator) &&
-           field(io, 1, f.elementary_stream_priority_indicator) && field(io, 1, f.PCR_flag) &&
-           field(io, 1, f.OPCR_flag) && field(io, 1, f.splicing_point_flag) &&
-           field(io, 1, f.transport_private_data_flag) && field(io, 1, f.adaptation_field_extension_flag);
+    unsigned char byte = 0;
+    if (!io.bits(8, byte))
+        return false;
+    set_flags(f, byte);
+    return true;
 }
 
 bool private_data(SyntaxReader& io, field_record& f)
@@ -87,15 +100,41 @@ bool read_fields(SyntaxReader& io, field_record& f)
         static_cast<void>(extension(io, f));
     return true;
 }
+
+/// Most fields hold a PCR or nothing behind the flags; these need no reader. False: it is another one.
+bool read_usual_fields(const unsigned char* data, std::size_t size, field_record& f)
+{
+    constexpr unsigned with_PCR = 0x10, optional_fields = 0x1F;
+    constexpr std::size_t PCR_field = 8;
+    if (size < PCR_field || data[0] == 0 || data[0] > longest_adaptation_field ||
+        (data[1] & optional_fields & ~with_PCR) != 0)
+        return false;
+    f.adaptation_field_length = data[0];
+    set_flags(f, data[1]);
+    if ((data[1] & with_PCR) == 0)
+        return true;
+    f.program_clock_reference_base = std::uint64_t{data[2]} << 25 | std::uint64_t{data[3]} << 17 |
+                                     std::uint64_t{data[4]} << 9 | std::uint64_t{data[5]} << 1 | data[6] >> 7;
+    f.reserved = data[6] >> 1 & 0x3FU;
+    f.program_clock_reference_extension = static_cast<std::uint16_t>((data[6] & 1U) << 8 | data[7]);
+    return true;
+}
 } // namespace
 
 // Deliberately, the fields are not held against adaptation_field_length: only the packet bounds them.
-bool CBaseMpegParser::ParserAdaptationField(transport_packet& packet)
+bool CBaseMpegParser::read_adaptation_field(const transport_packet& packet, adaptation_field_record& cleared)
 {
+    if (read_usual_fields(packet.payload, packet.payload_size, cleared))
+        return true;
     ZQSDK::ZQBSReaderT<unsigned char*> reader(packet.payload, packet.payload_size);
     SyntaxReader io(reader);
+    return read_fields(io, cleared);
+}
+
+bool CBaseMpegParser::ParserAdaptationField(transport_packet& packet)
+{
     adaptation_field_record record{};
-    if (!read_fields(io, record))
+    if (!read_adaptation_field(packet, record))
         return false;
     packet.adaptation_field = record;
     return true;

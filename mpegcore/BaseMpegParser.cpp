@@ -17,6 +17,7 @@ constexpr std::size_t longest_partial_packet = ts_packet_size - 1;
 constexpr unsigned long carry_alignment = 8;
 constexpr unsigned short EIT_PID = 0x0012;
 constexpr unsigned short last_table_PID = 0x0014;
+constexpr unsigned long farthest_fetched = 6;
 constexpr std::size_t section_header_size = 3;
 constexpr std::size_t pointer_field_size = 1;
 constexpr std::size_t shortest_section_unit = 3;
@@ -115,9 +116,13 @@ void clear_wrapper(CPacketWrapper<Table>& wrapper)
     wrapper.valid = 0;
 }
 
-void update_routes(PIDRoutes& routes, const CPAT& pat) { routes.set_PAT(pat); }
-void update_routes(PIDRoutes& routes, const CCAT& cat) { routes.set_CAT(cat); }
-void update_routes(PIDRoutes&, const CBaseMpegTable&) {}
+template <class Table>
+void clear_wrapper(CPacketWrapper<Table>& wrapper, known_tables<Table>& known)
+{
+    known.forget();
+    clear_wrapper(wrapper);
+}
+
 } // namespace
 
 struct CBaseMpegParser::table_row
@@ -126,26 +131,27 @@ struct CBaseMpegParser::table_row
     unsigned char first_table_id;
     unsigned char last_table_id;
     bool needs_announced_length; ///< the table is never read before section_length bytes are there
-    void (CBaseMpegParser::*parse)(section_reader&);
+    void (CBaseMpegParser::*parse)(unsigned char* section, std::size_t size);
 };
+
+using self = CBaseMpegParser;
 
 // Ascending by PID.
 const CBaseMpegParser::table_row CBaseMpegParser::table_rows[] = {
-    {0x0000, 0x00, 0xFF, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_PAT, &CBaseMpegParser::OnPAT>},
-    {0x0001, 0x00, 0xFF, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_CAT, &CBaseMpegParser::OnCAT>},
-    {0x0002, 0x00, 0xFF, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_TSDT, &CBaseMpegParser::OnTSDT>},
-    {0x0010, 0x40, 0x40, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_NITActual, &CBaseMpegParser::OnNIT>},
-    {0x0010, 0x41, 0x41, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_NITOther, &CBaseMpegParser::OnNIT>},
-    {0x0011, 0x42, 0x42, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_SDTActual, &CBaseMpegParser::OnSDT>},
-    {0x0011, 0x46, 0x46, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_SDTOther, &CBaseMpegParser::OnSDT>},
-    {0x0011, 0x4A, 0x4A, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_BAT, &CBaseMpegParser::OnBAT>},
-    {0x0012, 0x4E, 0x4E, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_EITpfActual, &CBaseMpegParser::OnEIT>},
-    {0x0012, 0x4F, 0x4F, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_EITpfOther, &CBaseMpegParser::OnEIT>},
-    {0x0012, 0x50, 0x5F, true,
-     &CBaseMpegParser::parse_table<&CBaseMpegParser::m_EITschActual, &CBaseMpegParser::OnEIT>},
-    {0x0012, 0x60, 0x6F, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_EITschOther, &CBaseMpegParser::OnEIT>},
-    {0x0014, 0x70, 0x70, false, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_TDT, &CBaseMpegParser::OnTDT>},
-    {0x0014, 0x73, 0x73, true, &CBaseMpegParser::parse_table<&CBaseMpegParser::m_TOT, &CBaseMpegParser::OnTOT>},
+    {0x0000, 0x00, 0xFF, true, &self::parse_table<&self::m_PAT, &self::m_knownPAT, &self::OnPAT>},
+    {0x0001, 0x00, 0xFF, true, &self::parse_table<&self::m_CAT, &self::m_knownCAT, &self::OnCAT>},
+    {0x0002, 0x00, 0xFF, true, &self::parse_table<&self::m_TSDT, &self::m_knownTSDT, &self::OnTSDT>},
+    {0x0010, 0x40, 0x40, true, &self::parse_table<&self::m_NITActual, &self::m_knownNITActual, &self::OnNIT>},
+    {0x0010, 0x41, 0x41, true, &self::parse_table<&self::m_NITOther, &self::m_knownNITOther, &self::OnNIT>},
+    {0x0011, 0x42, 0x42, true, &self::parse_table<&self::m_SDTActual, &self::m_knownSDTActual, &self::OnSDT>},
+    {0x0011, 0x46, 0x46, true, &self::parse_table<&self::m_SDTOther, &self::m_knownSDTOther, &self::OnSDT>},
+    {0x0011, 0x4A, 0x4A, true, &self::parse_table<&self::m_BAT, &self::m_knownBAT, &self::OnBAT>},
+    {0x0012, 0x4E, 0x4E, true, &self::parse_table<&self::m_EITpfActual, &self::m_knownEITpfActual, &self::OnEIT>},
+    {0x0012, 0x4F, 0x4F, true, &self::parse_table<&self::m_EITpfOther, &self::m_knownEITpfOther, &self::OnEIT>},
+    {0x0012, 0x50, 0x5F, true, &self::parse_table<&self::m_EITschActual, &self::m_knownEITschActual, &self::OnEIT>},
+    {0x0012, 0x60, 0x6F, true, &self::parse_table<&self::m_EITschOther, &self::m_knownEITschOther, &self::OnEIT>},
+    {0x0014, 0x70, 0x70, false, &self::parse_anew<&self::m_TDT, &self::OnTDT>},
+    {0x0014, 0x73, 0x73, true, &self::parse_anew<&self::m_TOT, &self::OnTOT>},
 };
 
 /// The first row of a PID up to last_table_PID, or null for one that carries no table.
@@ -181,18 +187,18 @@ void CBaseMpegParser::Clear()
 
 void CBaseMpegParser::clear_tables()
 {
-    clear_wrapper(m_PAT);
-    clear_wrapper(m_CAT);
-    clear_wrapper(m_TSDT);
-    clear_wrapper(m_EITpfActual);
-    clear_wrapper(m_EITpfOther);
-    clear_wrapper(m_EITschActual);
-    clear_wrapper(m_EITschOther);
-    clear_wrapper(m_SDTActual);
-    clear_wrapper(m_SDTOther);
-    clear_wrapper(m_BAT);
-    clear_wrapper(m_NITActual);
-    clear_wrapper(m_NITOther);
+    clear_wrapper(m_PAT, m_knownPAT);
+    clear_wrapper(m_CAT, m_knownCAT);
+    clear_wrapper(m_TSDT, m_knownTSDT);
+    clear_wrapper(m_EITpfActual, m_knownEITpfActual);
+    clear_wrapper(m_EITpfOther, m_knownEITpfOther);
+    clear_wrapper(m_EITschActual, m_knownEITschActual);
+    clear_wrapper(m_EITschOther, m_knownEITschOther);
+    clear_wrapper(m_SDTActual, m_knownSDTActual);
+    clear_wrapper(m_SDTOther, m_knownSDTOther);
+    clear_wrapper(m_BAT, m_knownBAT);
+    clear_wrapper(m_NITActual, m_knownNITActual);
+    clear_wrapper(m_NITOther, m_knownNITOther);
     clear_wrapper(m_TDT);
     clear_wrapper(m_TOT);
     m_short_way = {};
@@ -230,6 +236,47 @@ unsigned long CBaseMpegParser::Process(unsigned char* data, unsigned long size)
     return carried + consumed;
 }
 
+[[gnu::always_inline]] inline void CBaseMpegParser::route_packet(transport_packet& packet, CDataAccumulator* unit)
+{
+    const PID_route& route = m_routes[packet.PID];
+    if (route.carries_PMT) {
+        auto& programs = m_PAT.current->programs;
+        const auto program = programs.find(packet.PID);
+        if (program != programs.end())
+            return parse_PMT(packet.PID, program->second);
+    }
+    report(route, packet, unit);
+}
+
+inline void CBaseMpegParser::report(const PID_route& route, transport_packet& packet, CDataAccumulator* unit)
+{
+    for (const program_route& program : route.programs) {
+        CBaseStreamTypeMap* const stream = program.stream.get();
+        if (stream == nullptr) {
+            report_without_stream(program, packet);
+            continue;
+        }
+        if (unit != nullptr && unit->size != 0)
+            OnPES(program.pmt_PID, stream, unit->data, unit->size);
+        OnPES(program.pmt_PID, stream, &packet);
+        OnPES(program.pmt_PID, program.program_number, stream, &packet);
+    }
+    for (std::uint32_t count = route.EMM_count; count != 0; --count)
+        OnEMM(&packet);
+    onOtherPid(&packet);
+}
+
+[[gnu::always_inline]] inline void CBaseMpegParser::handle_payload(transport_packet& packet)
+{
+    CDataAccumulator* unit = m_PIDs[packet.PID].CBasePID::putPacket(packet);
+    if (packet.PID == null_packet_PID)
+        OnNULL(&packet);
+    else if (const table_row* const rows = packet.PID <= last_table_PID ? first_row(packet.PID) : nullptr)
+        parse_section(packet.PID, rows);
+    else if (m_PAT.valid != 0)
+        route_packet(packet, unit);
+}
+
 /// Handles one packet the long way.
 inline void CBaseMpegParser::process_packet(unsigned char* data)
 {
@@ -244,7 +291,12 @@ inline void CBaseMpegParser::process_packet(unsigned char* data)
         look_for_short_way(packet, header);
     m_last_header = header;
     OnPreProcess(0, packet);
-    handle(packet);
+    if (!m_record_has_field)
+        handle_payload(packet);
+    else if (!read_adaptation_field(packet, packet.adaptation_field))
+        packet.adaptation_field = adaptation_field_record{};
+    else if (pass_adaptation_field(packet))
+        handle_payload(packet);
     OnProcess(0, packet);
 }
 
@@ -268,6 +320,21 @@ inline unsigned long CBaseMpegParser::process_run(unsigned char* data, unsigned 
     return position;
 }
 
+/// Packets of a multiplex come in no order of PIDs: what the next ones need is seldom at hand, and each step of the way
+/// to it takes as long as a packet.
+[[gnu::always_inline]] inline void CBaseMpegParser::fetch_ahead(const unsigned char* data) const
+{
+    const unsigned short third = PID_at(data + farthest_fetched * ts_packet_size);
+    __builtin_prefetch(&m_PIDs[third], 1);
+    __builtin_prefetch(&m_routes[third]);
+    const unsigned short second = PID_at(data + 4 * ts_packet_size);
+    __builtin_prefetch(m_PIDs[second].collecting, 1);
+    __builtin_prefetch(m_routes[second].programs.data());
+    if (const CDataAccumulator* const first = m_PIDs[PID_at(data + 2 * ts_packet_size)].collecting)
+        for (std::size_t at = 0; at < ts_payload_size; at += 64)
+            __builtin_prefetch(first->data + first->size + at, 1);
+}
+
 /// Handles the packets that begin in front of `end`; returns where the first byte not consumed is.
 unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned long size, unsigned long end)
 {
@@ -281,6 +348,8 @@ unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned lon
             continue;
         }
         if (data[position] == ts_sync_byte) {
+            if (end - position > farthest_fetched * ts_packet_size)
+                fetch_ahead(data + position);
             process_packet(data + position);
             position += ts_packet_size;
             continue;
@@ -311,21 +380,14 @@ void CBaseMpegParser::carry_over(const unsigned char* data, std::size_t size)
     m_carry = size;
 }
 
-bool CBaseMpegParser::ParserData(transport_packet& packet) { return handle(packet); }
-
-inline bool CBaseMpegParser::handle(transport_packet& packet)
+bool CBaseMpegParser::ParserData(transport_packet& packet)
 {
     if (packet.PID >= pid_count)
         return false;
-    if ((packet.adaptation_field_control & 2U) != 0 && !handle_adaptation_field(packet))
+    if ((packet.adaptation_field_control & 2U) != 0 &&
+        !(ParserAdaptationField(packet) && pass_adaptation_field(packet)))
         return false;
-    CDataAccumulator* unit = m_PIDs[packet.PID].CBasePID::putPacket(packet);
-    if (packet.PID == null_packet_PID)
-        OnNULL(&packet);
-    else if (const table_row* const rows = packet.PID <= last_table_PID ? first_row(packet.PID) : nullptr)
-        parse_section(packet.PID, rows);
-    else if (m_PAT.valid != 0)
-        route_packet(packet, unit);
+    handle_payload(packet);
     return true;
 }
 
@@ -343,10 +405,9 @@ void CBaseMpegParser::look_for_short_way(const transport_packet& packet, std::ui
     std::memcpy(m_short_way.fields.data(), &packet, m_short_way.fields.size());
 }
 
-bool CBaseMpegParser::handle_adaptation_field(transport_packet& packet)
+/// What comes behind reading it.
+bool CBaseMpegParser::pass_adaptation_field(transport_packet& packet)
 {
-    if (!ParserAdaptationField(packet))
-        return false;
     const unsigned long field_size = packet.adaptation_field.adaptation_field_length + 1UL;
     if (packet.adaptation_field_control == 3) {
         if (field_size > packet.payload_size) // not of a packet that Process found
@@ -358,6 +419,14 @@ bool CBaseMpegParser::handle_adaptation_field(transport_packet& packet)
         OnPCR(&packet);
     return true;
 }
+
+void CBaseMpegParser::follow(const CPAT& pat)
+{
+    m_short_way = {};
+    m_routes.set_PAT(pat);
+}
+
+void CBaseMpegParser::follow(const CCAT& cat) { m_routes.set_CAT(cat); }
 
 void CBaseMpegParser::parse_section(unsigned short PID, const table_row* row)
 {
@@ -375,21 +444,33 @@ void CBaseMpegParser::parse_section(unsigned short PID, const table_row* row)
             continue;
         if (row->needs_announced_length && !holds_announced_section(section, size))
             return;
-        section_reader reader(section, size);
-        (this->*row->parse)(reader);
+        (this->*row->parse)(section, size);
         return;
     }
 }
 
 template <auto Wrapper, auto Callback>
-void CBaseMpegParser::parse_table(section_reader& reader)
+void CBaseMpegParser::parse_anew(unsigned char* section, std::size_t size)
 {
     auto& wrapper = this->*Wrapper;
+    section_reader reader(section, size);
     if (wrapper.Parser(reader) == 0)
         return;
-    m_short_way = {};
-    update_routes(m_routes, *wrapper.current);
+    follow(*wrapper.current);
     (this->*Callback)(wrapper.current);
+}
+
+template <auto Wrapper, auto Known, auto Callback>
+void CBaseMpegParser::parse_table(unsigned char* section, std::size_t size)
+{
+    if (m_editableTables) // read past it, Known notices
+        return parse_anew<Wrapper, Callback>(section, size);
+    auto& wrapper = this->*Wrapper;
+    const section_reading result = (this->*Known).read(section, section_size(section));
+    if (result == section_reading::fresh)
+        follow(*wrapper.current);
+    if (result != section_reading::failed)
+        (this->*Callback)(wrapper.current);
 }
 
 void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
@@ -409,7 +490,8 @@ void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
     }
     // PMTs come again and again; reading the same bytes would give the same table.
     auto& known = route.PMT_section;
-    if (known.empty() || known.size() > size || std::memcmp(known.data(), section, known.size()) != 0) {
+    if (m_editableTables || known.empty() || known.size() > size ||
+        std::memcmp(known.data(), section, known.size()) != 0) {
         const std::size_t PMTs_size = m_PMTs_size - known.size() + section_size(section);
         section_reader reader(section, size);
         if (PMTs_size > PMT_limit || route.pmt->Parser(reader) == 0)
@@ -419,36 +501,6 @@ void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
         m_routes.set_PMT(PID, *route.pmt->current);
     }
     OnPMT(&program, route.pmt->current);
-}
-
-void CBaseMpegParser::route_packet(transport_packet& packet, CDataAccumulator* unit)
-{
-    const PID_route& route = m_routes[packet.PID];
-    if (route.carries_PMT) {
-        auto& programs = m_PAT.current->programs;
-        const auto program = programs.find(packet.PID);
-        if (program != programs.end())
-            return parse_PMT(packet.PID, program->second);
-    }
-    report(route, packet, unit);
-}
-
-inline void CBaseMpegParser::report(const PID_route& route, transport_packet& packet, CDataAccumulator* unit)
-{
-    for (const program_route& program : route.programs) {
-        CBaseStreamTypeMap* const stream = program.stream.get();
-        if (stream == nullptr) {
-            report_without_stream(program, packet);
-            continue;
-        }
-        if (unit != nullptr && unit->size != 0)
-            OnPES(program.pmt_PID, stream, unit->data, unit->size);
-        OnPES(program.pmt_PID, stream, &packet);
-        OnPES(program.pmt_PID, program.program_number, stream, &packet);
-    }
-    for (std::uint32_t count = route.EMM_count; count != 0; --count)
-        OnEMM(&packet);
-    onOtherPid(&packet);
 }
 
 void CBaseMpegParser::report_without_stream(const program_route& route, transport_packet& packet)

@@ -4,6 +4,7 @@
 #include "mpegcore/BasePID.h"
 #include "mpegcore/CAT.h"
 #include "mpegcore/EIT.h"
+#include "mpegcore/KnownTables.h"
 #include "mpegcore/NIT.h"
 #include "mpegcore/PAT.h"
 #include "mpegcore/PIDRoutes.h"
@@ -28,24 +29,27 @@ namespace mpegcore
 /// units of every PID, reads the PSI/SI tables and reports all of it through the callbacks, which a subclass
 /// overrides and which run inside Process, on its thread.
 ///
-/// Rules for callbacks: they must not call Process or Clear, must not change the tables they are given or write to the
-/// adaptation field of a packet's record, and must not throw. Packet pointers hold during the call. Table pointers hold
-/// until the next section of the same kind (for a PMT: on the same PID) was read, or until Clear; they are never the
-/// callback's to delete.
+/// Rules for callbacks: they must not call Process or Clear, must not change the tables they are given (unless
+/// `m_editableTables`) or write to the adaptation field of a packet's record, and must not throw. Packet pointers hold
+/// during the call. Table pointers hold until the next section of the same kind (for a PMT: on the same PID) was read,
+/// or until Clear; they are never the callback's to delete.
 ///
 /// By design there is no filter for versions or repetitions, and no check of continuity_counter,
 /// transport_error_indicator or transport_scrambling_control. The section is taken to begin right behind the
 /// pointer_field, whatever its value; one section is read from each payload unit, and it is reported again for every
-/// further packet of that unit.
+/// further packet of that unit. A section with the same bytes as before is reported like any other, though mostly
+/// without reading it again.
 ///
 /// Memory: a parser's payload units together take at most `unit_memory_limit`, one unit at most
 /// CBasePID::max_unit_size; what would pass a limit is discarded up to the PID's next unit start. The sections of its
-/// PMTs together have at most `PMT_limit` bytes; one that would pass it is not read.
+/// PMTs together have at most `PMT_limit` bytes; one that would pass it is not read. Tables that are kept because their
+/// sections come again and again take about `known_tables_limit` at most.
 class CBaseMpegParser
 {
 public:
     static constexpr std::size_t unit_memory_limit = std::size_t{256} << 20;
     static constexpr std::size_t PMT_limit = std::size_t{1} << 20;
+    static constexpr std::size_t known_tables_limit = std::size_t{32} << 20;
 
     /// With `use_carry` the bytes of an incomplete packet at the end of the data are put in front of the next call's
     /// data; without it they are dropped.
@@ -119,6 +123,9 @@ public:
     ZQSDK::ZQAlignMemory<unsigned char> m_carryBuffer;
     std::size_t m_carry = 0; ///< bytes held in m_carryBuffer
     bool m_useCarry;
+    /// True lets callbacks change the tables they are given, for the price of reading every section anew. Packets still
+    /// go the ways of the tables as they were read.
+    bool m_editableTables = false;
 
 protected:
     /// The part of Clear that leaves the PIDs as they are.
@@ -143,23 +150,43 @@ private:
 
     bool reports_units();
     unsigned long process_packets(unsigned char* data, unsigned long size, unsigned long end);
+    void fetch_ahead(const unsigned char* data) const;
     void process_packet(unsigned char* data);
     unsigned long process_run(unsigned char* data, unsigned long position, unsigned long end);
     void append_to_carry(const unsigned char* data, std::size_t size);
     void carry_over(const unsigned char* data, std::size_t size);
 
     void look_for_short_way(const transport_packet& packet, std::uint32_t header);
-    bool handle(transport_packet& packet);
-    bool handle_adaptation_field(transport_packet& packet);
+    void handle_payload(transport_packet& packet);
+    static bool read_adaptation_field(const transport_packet& packet, adaptation_field_record& cleared);
+    bool pass_adaptation_field(transport_packet& packet);
     static const table_row* first_row(unsigned short PID);
+    void follow(const CPAT& pat);
+    void follow(const CCAT& cat);
+    void follow(const CBaseMpegTable&) {}
     void parse_section(unsigned short PID, const table_row* row);
     template <auto Wrapper, auto Callback>
-    void parse_table(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
+    void parse_anew(unsigned char* section, std::size_t size);
+    template <auto Wrapper, auto Known, auto Callback>
+    void parse_table(unsigned char* section, std::size_t size);
     void parse_PMT(unsigned short PID, CBaseMpegProgram& program);
     void route_packet(transport_packet& packet, CDataAccumulator* unit);
     void report(const PID_route& route, transport_packet& packet, CDataAccumulator* unit);
     void report_without_stream(const program_route& route, transport_packet& packet);
 
+    table_budget m_known_budget{known_tables_limit};
+    known_tables<CPAT> m_knownPAT{m_PAT, m_known_budget};
+    known_tables<CCAT> m_knownCAT{m_CAT, m_known_budget};
+    known_tables<CTSDT> m_knownTSDT{m_TSDT, m_known_budget};
+    known_tables<CEIT> m_knownEITpfActual{m_EITpfActual, m_known_budget};
+    known_tables<CEIT> m_knownEITpfOther{m_EITpfOther, m_known_budget};
+    known_tables<CEIT> m_knownEITschActual{m_EITschActual, m_known_budget};
+    known_tables<CEIT> m_knownEITschOther{m_EITschOther, m_known_budget};
+    known_tables<CSDT> m_knownSDTActual{m_SDTActual, m_known_budget};
+    known_tables<CSDT> m_knownSDTOther{m_SDTOther, m_known_budget};
+    known_tables<CBAT> m_knownBAT{m_BAT, m_known_budget};
+    known_tables<CNIT> m_knownNITActual{m_NITActual, m_known_budget};
+    known_tables<CNIT> m_knownNITOther{m_NITOther, m_known_budget};
     bool m_units_are_seen = true;
     payload_unit_budget m_unit_budget;
     PIDRoutes m_routes;

@@ -33,6 +33,7 @@ struct shelf
 struct shelves
 {
     std::array<shelf, largest / step + 1> by_size;
+    std::size_t bytes;
     bool closed;
 };
 thread_local shelves kept;
@@ -64,6 +65,7 @@ std::size_t index_of(std::size_t size) { return (size + step - 1) / step; }
 
 void* take_block(std::size_t size)
 {
+    kept.bytes += size;
     if (!keeps_blocks || size > largest)
         return ::operator new(size);
     shelf& blocks = kept.by_size[index_of(size)];
@@ -77,6 +79,7 @@ void* take_block(std::size_t size)
 
 void give_block(void* block, std::size_t size) noexcept
 {
+    kept.bytes -= size;
     if (!keeps_blocks || size > largest || size == 0 || kept.closed) {
         ::operator delete(block);
         return;
@@ -91,4 +94,6 @@ void give_block(void* block, std::size_t size) noexcept
     blocks.first = new (block) free_block{blocks.first};
     ++blocks.count;
 }
+
+std::size_t block_bytes() noexcept { return kept.bytes; }
 } // namespace mpegcore

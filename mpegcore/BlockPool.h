@@ -13,6 +13,9 @@ void* take_block(std::size_t size);
 /// Gives back what take_block returned for the same size, on any thread.
 void give_block(void* block, std::size_t size) noexcept;
 
+/// Bytes taken on this thread less those given back on it; only differences mean something.
+std::size_t block_bytes() noexcept;
+
 /// take_block and give_block for containers and std::allocate_shared.
 template <class T>
 class block_allocator

@@ -44,6 +44,7 @@ public:
     PIDRoutes() : m_routes(pid_count) {}
 
     PID_route& operator[](unsigned short PID) { return m_routes[PID]; }
+    const PID_route& operator[](unsigned short PID) const { return m_routes[PID]; }
 
     void set_PAT(const CPAT& pat);
     void set_CAT(const CCAT& cat);

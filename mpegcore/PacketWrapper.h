@@ -10,6 +10,9 @@ namespace mpegcore
 class CBAT;
 class CEIT;
 
+template <class T>
+class known_tables;
+
 /// Bytes of the section buffer of each instance in a CPacketWrapper.
 template <class T>
 inline constexpr unsigned long section_buffer_size = 1024;
@@ -41,16 +44,10 @@ public:
     /// cleared and the next `work`. 0 otherwise: `current` and `valid` are as they were.
     int Parser(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
     {
-        // A section that failed half-way may have left entries behind.
-        if (work_was_read)
-            work->Clear();
-        work_was_read = true;
-        if (!work->read(reader))
+        clear_work();
+        if (!read_work(reader))
             return 0;
-        std::swap(work, current);
-        work->Clear();
-        work_was_read = false;
-        valid = 1;
+        exchange();
         return 1;
     }
 
@@ -59,6 +56,32 @@ public:
     T* current = nullptr; ///< owned; the last good section
 
 private:
+    friend class known_tables<T>;
+
+    // A section that failed half-way may have left entries behind.
+    void clear_work()
+    {
+        if (work_was_read)
+            work->Clear();
+        work_was_read = false;
+    }
+
+    bool read_work(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
+    {
+        work_was_read = true;
+        return work->read(reader);
+    }
+
+    void exchange()
+    {
+        std::swap(work, current);
+        work->Clear();
+        work_was_read = false;
+        valid = 1;
+        ++exchanges;
+    }
+
     bool work_was_read = false; ///< since it was cleared
+    unsigned exchanges = 0;
 };
 } // namespace mpegcore

@@ -112,7 +112,7 @@ bool ZQDescriptorList::read_with(const dictionary& tags, ZQSDK::ZQBSReaderT<unsi
 
 bool ZQDescriptorList::add_generic(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
 {
-    auto descriptor = std::make_shared<base_descriptor>();
+    auto descriptor = std::allocate_shared<base_descriptor>(block_allocator<base_descriptor>());
     if (!descriptor->base_descriptor::read(reader))
         return false;
     SyntaxReader io(reader);

@@ -4,7 +4,10 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstring>
+#include <memory>
+#include <random>
 
 using mpegcore::adaptation_field_record;
 using mpegcore::transport_packet;
@@ -141,6 +144,46 @@ TEST_F(AdaptationField, HoldsThePartsOfItsExtensionThatTheFlagsName)
     EXPECT_EQ(field().reserved4, 3);
     EXPECT_EQ(field().piecewise_rate, 1U);
     EXPECT_EQ(field().splice_type, 0);
+}
+
+// A PCR alone is read in another way.
+TEST_F(AdaptationField, HasTheSamePCRWithAndWithoutAnOriginalOne)
+{
+    std::mt19937 random(3);
+    for (int count = 0; count < 10000; ++count) {
+        Bytes bytes(14);
+        std::generate(bytes.begin(), bytes.end(), [&random] { return static_cast<unsigned char>(random()); });
+        bytes[0] = static_cast<unsigned char>(1 + bytes[0] % 183);
+        bytes[1] = (bytes[1] & 0xE0U) | 0x18U;
+        ASSERT_TRUE(parse(bytes));
+        adaptation_field_record with_original = field();
+        EXPECT_EQ(with_original.OPCR_flag, 1);
+        with_original.OPCR_flag = 0;
+        with_original.original_program_clock_reference_base = 0;
+        with_original.reserved2 = 0;
+        with_original.original_program_clock_reference_extension = 0;
+        bytes[1] &= 0xF7U;
+        ASSERT_TRUE(parse(bytes));
+        EXPECT_EQ(std::memcmp(&field(), &with_original, sizeof with_original), 0);
+    }
+}
+
+TEST_F(AdaptationField, OfAShortPayloadHasThePCRFieldsThatAreWhole)
+{
+    Bytes bytes{7, 0x10, 0x00, 0x00, 0x00, 0x01, 0xFE, 0x05};
+    for (std::size_t size = 0; size <= bytes.size(); ++size) {
+        const std::unique_ptr<unsigned char[]> block(new unsigned char[size]);
+        std::copy_n(bytes.begin(), size, block.get());
+        packet = transport_packet{};
+        packet.payload = block.get();
+        packet.payload_size = size;
+        EXPECT_TRUE(mpegcore::CBaseMpegParser::ParserAdaptationField(packet));
+        EXPECT_EQ(field().adaptation_field_length, size >= 1 ? 7 : 0);
+        EXPECT_EQ(field().PCR_flag, size >= 2 ? 1 : 0);
+        EXPECT_EQ(field().program_clock_reference_base, size >= 7 ? 3U : 0U) << size;
+        EXPECT_EQ(field().reserved, size >= 7 ? 0x3F : 0) << size;
+        EXPECT_EQ(field().program_clock_reference_extension, size >= 8 ? 5 : 0) << size;
+    }
 }
 
 TEST_F(AdaptationField, IsNotHeldAgainstItsLength)

@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "mpegcore/BlockPool.h"
+#include "mpegcore/PacketWrapper.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace mpegcore
+{
+/// What became of a section that was to be read.
+enum class section_reading
+{
+    failed,   ///< the current table stays
+    repeated, ///< the current table was read from the same bytes
+    fresh,    ///< the current table is another now
+};
+
+/// Bytes that the tables of several known_tables may take together. What they take in a section says little: an empty
+/// descriptor of 2 bytes can become an object of 400.
+class table_budget
+{
+public:
+    explicit table_budget(std::size_t bytes) : m_left(bytes) {}
+
+    [[nodiscard]] bool take(std::size_t bytes)
+    {
+        if (bytes > m_left)
+            return false;
+        m_left -= bytes;
+        return true;
+    }
+    void give_back(std::size_t bytes) { m_left += bytes; }
+
+private:
+    std::size_t m_left;
+};
+
+/// Reads sections for a CPacketWrapper and keeps the tables of those that come again, so that the sections of a
+/// carousel are read when they change and otherwise only compared. What the budget has no room for is read each time.
+///
+/// The wrapper's `current` is on loan from here while its section is known; it goes back when another takes its place.
+template <class T>
+class known_tables
+{
+public:
+    /// Both must outlive it.
+    known_tables(CPacketWrapper<T>& wrapper, table_budget& budget) : m_wrapper(wrapper), m_budget(budget) {}
+    ~known_tables() { forget(); }
+    known_tables(const known_tables&) = delete;
+    known_tables& operator=(const known_tables&) = delete;
+
+    /// What CPacketWrapper::Parser does, for a whole section of `size` bytes.
+    section_reading read(unsigned char* section, std::size_t size)
+    {
+        if (m_shown != nullptr && m_wrapper.exchanges != m_exchanges) // read past us, the table on loan is cleared
+            forget();
+        if (m_shown != nullptr && m_shown->is_of(section, size)) {
+            m_wrapper.valid = 1;
+            return section_reading::repeated;
+        }
+        const std::uint64_t key = key_of(section, size);
+        const auto found = m_known.find(key);
+        if (found != m_known.end() && found->second.is_of(section, size)) {
+            show(found->second);
+            return section_reading::fresh;
+        }
+        ZQSDK::ZQBSReaderT<unsigned char*> reader(section, size);
+        m_wrapper.clear_work();
+        const std::size_t blocks = block_bytes();
+        if (!m_wrapper.read_work(reader))
+            return section_reading::failed;
+        const std::size_t cost = block_bytes() - blocks + size * bytes_per_byte + section_buffer_size<T>;
+        exchange();
+        if (found != m_known.end())
+            came_again(found->second, section, size, cost);
+        else if (has_room(cost_of_noting))
+            m_known[key].CRC_32 = CRC_32_of(section, size);
+        return section_reading::fresh;
+    }
+
+    /// The wrapper's tables stay as they are.
+    void forget()
+    {
+        m_budget.give_back(m_taken);
+        m_taken = 0;
+        m_shown = nullptr;
+        m_known.clear();
+    }
+
+private:
+    struct known
+    {
+        bool is_of(const unsigned char* bytes, std::size_t size) const
+        {
+            return section.size() == size && std::memcmp(section.data(), bytes, size) == 0;
+        }
+
+        std::uint32_t CRC_32 = 0;           ///< of the section that came last
+        unsigned repetitions = 0;           ///< of that one
+        std::vector<unsigned char> section; ///< empty until it is worth keeping
+        std::size_t cost = 0;               ///< of keeping it
+        std::unique_ptr<T> table;           ///< of `section`; null: it is the wrapper's current one
+    };
+
+    /// Keeping costs about as much as reading, so it has to pay for itself also where contents change often.
+    static constexpr unsigned kept_after = 4;
+    static constexpr std::size_t cost_of_noting = 2 * sizeof(known);
+    /// Of a section: what a table takes outside of blocks, plain records and the nodes of maps.
+    static constexpr std::size_t bytes_per_byte = 16;
+    /// Sections that found no room until others are forgotten for them; far more than come again in a carousel.
+    static constexpr unsigned patience = 1U << 17;
+
+    /// What stays when a section gets new contents: table_id, its extension and section_number, and in an EIT
+    /// transport_stream_id and original_network_id. 0 for sections without them.
+    static std::uint64_t key_of(const unsigned char* section, std::size_t size)
+    {
+        const std::size_t network_ids = std::is_same_v<T, CEIT> ? 4 : 0;
+        if (size < 8 + network_ids)
+            return 0;
+        std::uint64_t key = std::uint64_t{section[0]} << 24 | section[3] << 16 | section[4] << 8 | section[6];
+        for (std::size_t at = 8; at < 8 + network_ids; ++at)
+            key = key << 8 | section[at];
+        return key;
+    }
+
+    static std::uint32_t CRC_32_of(const unsigned char* section, std::size_t size)
+    {
+        std::uint32_t crc = 0;
+        if (size >= sizeof crc)
+            std::memcpy(&crc, section + size - sizeof crc, sizeof crc);
+        return crc;
+    }
+
+    bool has_room(std::size_t bytes)
+    {
+        if (!m_budget.take(bytes)) {
+            if (++m_refused % patience == 0)
+                forget();
+            return false;
+        }
+        m_taken += bytes;
+        return true;
+    }
+
+    std::unique_ptr<T> empty_table()
+    {
+        return m_spare ? std::move(m_spare) : std::make_unique<T>(nullptr, section_buffer_size<T>);
+    }
+
+    void spare(std::unique_ptr<T> table)
+    {
+        table->Clear();
+        m_spare = std::move(table);
+    }
+
+    /// The current table, if it is on loan, goes back; whether it is.
+    bool take_back()
+    {
+        if (m_shown == nullptr)
+            return false;
+        m_shown->table.reset(m_wrapper.current);
+        m_shown = nullptr;
+        return true;
+    }
+
+    void show(known& one)
+    {
+        if (!take_back())
+            spare(std::unique_ptr<T>(m_wrapper.current));
+        m_wrapper.current = one.table.release();
+        m_wrapper.valid = 1;
+        set_shown(one);
+    }
+
+    void set_shown(known& one)
+    {
+        m_shown = &one;
+        m_exchanges = m_wrapper.exchanges;
+    }
+
+    /// The table just read becomes the current one.
+    void exchange()
+    {
+        if (m_shown == nullptr)
+            return m_wrapper.exchange();
+        auto next_work = empty_table();
+        take_back();
+        m_wrapper.current = std::exchange(m_wrapper.work, next_work.release());
+        m_wrapper.work_was_read = false;
+        m_wrapper.valid = 1;
+    }
+
+    /// With other bytes than those known.
+    void came_again(known& one, const unsigned char* section, std::size_t size, std::size_t cost)
+    {
+        if (!one.section.empty()) {
+            m_taken -= one.cost;
+            m_budget.give_back(one.cost);
+            one.section.clear();
+            spare(std::move(one.table));
+        }
+        const std::uint32_t CRC_32 = CRC_32_of(section, size);
+        if (std::exchange(one.CRC_32, CRC_32) != CRC_32)
+            one.repetitions = 0;
+        else if (one.repetitions < kept_after)
+            ++one.repetitions;
+        if (one.repetitions < kept_after || !has_room(cost))
+            return;
+        one.cost = cost;
+        one.section.assign(section, section + size);
+        set_shown(one);
+    }
+
+    CPacketWrapper<T>& m_wrapper;
+    table_budget& m_budget;
+    std::map<std::uint64_t, known> m_known; ///< no stream can make a map slow, as it can a hash table
+    known* m_shown = nullptr;               ///< that of the wrapper's current table
+    std::unique_ptr<T> m_spare;
+    unsigned m_exchanges = 0; ///< of the wrapper, when a table was shown last
+    unsigned m_refused = 0;
+    std::size_t m_taken = 0; ///< of the budget
+};
+} // namespace mpegcore

@@ -1,0 +1,227 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "mpegcore/KnownTables.h"
+
+#include "support/ByteTable.h"
+#include "support/Multiplex.h"
+#include "support/RecordingParser.h"
+#include "support/descriptor_loops.h"
+
+#include <gmock/gmock.h>
+
+#include <random>
+
+using mpegcore::section_reading;
+using zqtest::Bytes;
+using zqtest::operator+;
+
+namespace
+{
+constexpr std::size_t plenty = std::size_t{1} << 30;
+
+class KnownTables : public testing::Test
+{
+protected:
+    section_reading read(Bytes section) { return tables.read(section.data(), section.size()); }
+
+    void read_often(const Bytes& section)
+    {
+        for (int time = 0; time < 10; ++time)
+            EXPECT_NE(read(section), section_reading::failed);
+    }
+
+    /// What the current table renders to.
+    Bytes current()
+    {
+        EXPECT_TRUE(wrapper.current->RenderTable());
+        return {wrapper.current->buffer, wrapper.current->buffer + wrapper.current->used};
+    }
+
+    Bytes EIT(unsigned section, unsigned version = 0) { return mux.EIT(0, 0x50, section, 7, 4, version); }
+
+    zqtest::Multiplex mux{1};
+    mpegcore::CPacketWrapper<mpegcore::CEIT> wrapper;
+    mpegcore::table_budget budget{plenty};
+    mpegcore::known_tables<mpegcore::CEIT> tables{wrapper, budget};
+};
+} // namespace
+
+TEST_F(KnownTables, ReadASectionThatKeepsComingOnlySoManyTimes)
+{
+    const Bytes section = EIT(0);
+    for (int time = 0; time < 5; ++time)
+        EXPECT_EQ(read(section), section_reading::fresh) << time;
+    const auto* const kept = wrapper.current;
+    for (int time = 0; time < 5; ++time)
+        EXPECT_EQ(read(section), section_reading::repeated) << time;
+    EXPECT_EQ(wrapper.current, kept);
+    EXPECT_EQ(wrapper.valid, 1);
+    EXPECT_EQ(current(), section);
+}
+
+TEST_F(KnownTables, ShowTheSameTableWheneverItsSectionComesAgain)
+{
+    const Bytes first = EIT(0), second = EIT(1);
+    for (int time = 0; time < 5; ++time) {
+        read(first);
+        read(second);
+    }
+    EXPECT_EQ(read(first), section_reading::fresh);
+    const auto* const table = wrapper.current;
+    const auto* const event = table->events[0].get();
+    EXPECT_EQ(current(), first);
+    read(second);
+    EXPECT_EQ(current(), second);
+    read(first);
+    EXPECT_EQ(wrapper.current, table);
+    EXPECT_EQ(wrapper.current->events[0].get(), event);
+}
+
+TEST_F(KnownTables, ReadASectionThatChanged)
+{
+    read_often(EIT(0));
+    for (const unsigned version : {1U, 2U, 0U}) {
+        EXPECT_EQ(read(EIT(0, version)), section_reading::fresh);
+        EXPECT_EQ(current(), EIT(0, version));
+    }
+}
+
+TEST_F(KnownTables, KeepTheCurrentTableWhenASectionIsBad)
+{
+    for (const bool known : {false, true}) {
+        if (known)
+            read_often(EIT(0));
+        else
+            read(EIT(0));
+        const auto* const table = wrapper.current;
+        Bytes bad = EIT(1);
+        bad.back() ^= 1;
+        EXPECT_EQ(read(bad), section_reading::failed);
+        EXPECT_EQ(wrapper.current, table);
+        EXPECT_EQ(current(), EIT(0));
+    }
+}
+
+TEST_F(KnownTables, NoticeThatTheWrapperReadPastThem)
+{
+    read_often(EIT(0));
+    for (const unsigned section : {1U, 2U}) {
+        Bytes other = EIT(section);
+        mpegcore::CEIT::Reader reader(other.data(), other.size());
+        ASSERT_EQ(wrapper.Parser(reader), 1);
+        EXPECT_EQ(current(), other);
+    }
+    EXPECT_EQ(read(EIT(0)), section_reading::fresh);
+    EXPECT_EQ(current(), EIT(0));
+}
+
+TEST_F(KnownTables, AreReadAnewOnceForgotten)
+{
+    read_often(EIT(0));
+    tables.forget();
+    EXPECT_EQ(current(), EIT(0)) << "the wrapper keeps its table";
+    EXPECT_EQ(read(EIT(0)), section_reading::fresh);
+    EXPECT_EQ(current(), EIT(0));
+}
+
+TEST_F(KnownTables, GiveBackTheirShareOfTheBudgetWhenForgotten)
+{
+    for (unsigned section = 0; section < 8; ++section)
+        read_often(EIT(section));
+    EXPECT_FALSE(budget.take(plenty));
+    tables.forget();
+    EXPECT_TRUE(budget.take(plenty));
+}
+
+TEST(KnownTablesWithoutRoom, AreReadEachTime)
+{
+    zqtest::Multiplex mux(1);
+    mpegcore::CPacketWrapper<mpegcore::CEIT> wrapper;
+    mpegcore::table_budget budget(0);
+    mpegcore::known_tables<mpegcore::CEIT> tables(wrapper, budget);
+    Bytes section = mux.EIT(0, 0x50, 0, 0, 4);
+    for (int time = 0; time < 10; ++time) {
+        EXPECT_EQ(tables.read(section.data(), section.size()), section_reading::fresh);
+        EXPECT_EQ(wrapper.current->events.size(), 4U);
+    }
+}
+
+// Network name descriptors without a name take 200 times their 2 bytes.
+TEST(KnownTablesOfHostileSections, StayWithinTheBudget)
+{
+    constexpr std::size_t limit = 4 << 20;
+    mpegcore::CPacketWrapper<mpegcore::CEIT> wrapper;
+    mpegcore::table_budget budget(limit);
+    mpegcore::known_tables<mpegcore::CEIT> tables(wrapper, budget);
+    Bytes names;
+    for (int count = 0; count < 1000; ++count)
+        names.insert(names.end(), {0x40, 0});
+    const std::size_t before = mpegcore::block_bytes();
+    std::size_t most = 0;
+    for (unsigned service = 0; service < 200; ++service) {
+        const Bytes head{0, static_cast<unsigned char>(service), 0xC1, 0, 0, 0, 1, 0, 1, 0, 0x50};
+        const Bytes event{0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0x87, 0xD0};
+        Bytes section = zqtest::section_of(0x50, head + event + names);
+        for (int time = 0; time < 8; ++time)
+            ASSERT_NE(tables.read(section.data(), section.size()), section_reading::failed);
+        most = std::max(most, mpegcore::block_bytes() - before);
+    }
+    EXPECT_GT(most, limit / 2) << "some are kept";
+    EXPECT_LT(most, limit + (1 << 20)) << "and the table on loan to the wrapper";
+}
+
+TEST(KnownTablesOfAParser, AreReportedLikeTablesReadAnew)
+{
+    std::mt19937 random(5);
+    zqtest::Multiplex mux(4);
+    std::vector<unsigned> versions(64);
+    zqtest::Stream stream;
+    for (int count = 0; count < 3000; ++count) {
+        const unsigned which = random() % 24;
+        if (random() % 20 == 0)
+            ++versions[which];
+        const unsigned version = versions[which];
+        if (which == 0)
+            stream.section(0x0000, mux.PAT());
+        else if (which == 1)
+            stream.section(0x0010, mux.NIT());
+        else if (which < 4)
+            stream.section(0x0011, mux.SDT()[0]);
+        else
+            stream.section(0x0012, mux.EIT(which % 4, which < 12 ? 0x4E : 0x50, which / 4, 7, which % 5, version));
+    }
+    zqtest::RecordingParser keeping(true), anew(true);
+    anew.m_editableTables = true;
+    keeping.Process(stream.data.data(), stream.data.size());
+    anew.Process(stream.data.data(), stream.data.size());
+    EXPECT_EQ(keeping.lines, anew.lines);
+    EXPECT_EQ(keeping.count, anew.count);
+    EXPECT_GT(keeping.lines.size(), 2900U);
+}
+
+TEST(KnownTablesOfAParser, AreNotUsedWhereCallbacksChangeTables)
+{
+    class Editor : public mpegcore::CBaseMpegParser
+    {
+    public:
+        Editor() : CBaseMpegParser(true) { m_editableTables = true; }
+        void OnPMT(mpegcore::CBaseMpegProgram*, mpegcore::CPMT* pmt) override
+        {
+            streams.push_back(pmt->streams.size());
+            pmt->streams.clear();
+        }
+        void OnEIT(mpegcore::CEIT* eit) override
+        {
+            events.push_back(eit->events.size());
+            eit->events.clear();
+        }
+        std::vector<std::size_t> streams, events;
+    } editor;
+    zqtest::Multiplex mux(1);
+    zqtest::Stream stream;
+    stream.section(0x0000, mux.PAT());
+    for (int count = 0; count < 10; ++count)
+        stream.section(zqtest::Multiplex::PMT_PID(0), mux.PMT(0)).section(0x0012, mux.EIT(0, 0x50, 0, 0, 4));
+    editor.Process(stream.data.data(), stream.data.size());
+    EXPECT_EQ(editor.streams, std::vector<std::size_t>(10, 3));
+    EXPECT_EQ(editor.events, std::vector<std::size_t>(10, 4));
+}
