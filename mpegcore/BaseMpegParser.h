@@ -159,6 +159,7 @@ private:
     void look_for_short_way(const transport_packet& packet, std::uint32_t header);
     void handle_payload(transport_packet& packet);
     static bool read_adaptation_field(const transport_packet& packet, adaptation_field_record& cleared);
+    bool take_adaptation_field();
     bool pass_adaptation_field(transport_packet& packet);
     static const table_row* first_row(unsigned short PID);
     void follow(const CPAT& pat);

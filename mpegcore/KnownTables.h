@@ -149,11 +149,6 @@ private:
         return true;
     }
 
-    std::unique_ptr<T> empty_table()
-    {
-        return m_spare ? std::move(m_spare) : std::make_unique<T>(nullptr, section_buffer_size<T>);
-    }
-
     void spare(std::unique_ptr<T> table)
     {
         table->Clear();
@@ -190,9 +185,10 @@ private:
     {
         if (m_shown == nullptr)
             return m_wrapper.exchange();
-        auto next_work = empty_table();
+        if (!m_spare)
+            m_spare = std::make_unique<T>(nullptr, section_buffer_size<T>);
         take_back();
-        m_wrapper.current = std::exchange(m_wrapper.work, next_work.release());
+        m_wrapper.current = std::exchange(m_wrapper.work, m_spare.release());
         m_wrapper.work_was_read = false;
         m_wrapper.valid = 1;
     }
