@@ -42,38 +42,38 @@ public:
         require(p.payload >= p.packet + 4 && p.payload + p.payload_size <= p.packet + 188);
         touch(p.payload, p.payload_size);
     }
-    void OnPAT(CPAT* t) override { require(t == m_PAT.current && m_PAT.valid == 1); }
+    void OnPAT(CPAT* t) override
+    {
+        require(t == m_PAT.current && m_PAT.valid == 1);
+        table(*t);
+    }
     void OnPMT(CBaseMpegProgram* program, CPMT* t) override
     {
-        sum += program->PID + t->calc_section_length();
+        note(program->PID);
+        table(*t);
         for (const auto& stream : t->streams)
             measured.push_back(stream.first);
     }
-    void OnCAT(CCAT* t) override { sum += t->calc_section_length(); }
-    void OnTSDT(CTSDT* t) override { sum += t->calc_section_length(); }
-    void OnSDT(CSDT* t) override { sum += t->calc_section_length(); }
-    void OnEIT(CEIT* t) override
-    {
-        sum += t->calc_section_length() + t->service_id;
-        for (const auto& event : t->events)
-            sum += 31UL * event->event_id + event->descriptors.size();
-    }
-    void OnNIT(CNIT* t) override { sum += t->calc_section_length(); }
-    void OnBAT(CBAT* t) override { sum += t->calc_section_length(); }
-    void OnTOT(CTOT* t) override { sum += t->calc_section_length(); }
+    void OnCAT(CCAT* t) override { table(*t); }
+    void OnTSDT(CTSDT* t) override { table(*t); }
+    void OnSDT(CSDT* t) override { table(*t); }
+    void OnEIT(CEIT* t) override { table(*t); }
+    void OnNIT(CNIT* t) override { table(*t); }
+    void OnBAT(CBAT* t) override { table(*t); }
+    void OnTOT(CTOT* t) override { table(*t); }
     void OnPES(unsigned short, CBaseStreamTypeMap* stream, unsigned char* data, unsigned long size) override
     {
         require(size != 0);
-        sum += stream->elementary_PID;
+        note(stream->elementary_PID);
         touch(data, size);
     }
     void OnPES(unsigned short, const CBaseStreamTypeMap* stream, transport_packet*) override
     {
-        sum += stream != nullptr ? stream->stream_type : 1;
+        note(stream != nullptr ? stream->stream_type : 1);
     }
     void OnPES(unsigned short, unsigned short, const CBaseStreamTypeMap* stream, transport_packet*) override
     {
-        sum += stream->stream_type;
+        note(stream->stream_type);
     }
 
     /// Clear, but only for the PIDs of the last input: all 8192 would take most of the time.
@@ -89,17 +89,29 @@ public:
         begun = ended = sum = 0;
     }
 
+    void note(unsigned long value) { sum = 31 * sum + value; }
+
     void touch(const unsigned char* data, unsigned long size)
     {
         for (unsigned long at = 0; at < size; at += 16)
-            sum += data[at];
+            note(data[at]);
         if (size != 0)
-            sum += data[size - 1];
+            note(data[size - 1]);
+    }
+
+    template <class Table>
+    void table(Table& t)
+    {
+        note(t.section_length);
+        note(t.CRC_32);
+        note(t.used);
+        if (t.RenderTable())
+            touch(t.buffer, t.used);
     }
 
     std::vector<unsigned short> used, measured;
     unsigned long begun = 0, ended = 0;
-    volatile unsigned long sum = 0;
+    unsigned long sum = 0;
 };
 
 /// The few PIDs that the records choose from.

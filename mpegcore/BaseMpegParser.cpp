@@ -17,7 +17,8 @@ constexpr std::size_t longest_partial_packet = ts_packet_size - 1;
 constexpr unsigned long carry_alignment = 8;
 constexpr unsigned short EIT_PID = 0x0012;
 constexpr unsigned short last_table_PID = 0x0014;
-constexpr unsigned long farthest_fetched = 6;
+/// Packets ahead of which a thing is fetched: where a PID's state is, what that leads to, where the payload will go.
+constexpr unsigned long state_ahead = 6, links_ahead = 4, payload_ahead = 2;
 constexpr std::size_t section_header_size = 3;
 constexpr std::size_t pointer_field_size = 1;
 constexpr std::size_t shortest_section_unit = 3;
@@ -96,6 +97,9 @@ bool has_PCR(const transport_packet& packet)
     return (packet.adaptation_field_control & 2U) != 0 && field.adaptation_field_length >= 7 && field.PCR_flag == 1;
 }
 
+/// For the rows of tables.
+using self = CBaseMpegParser;
+
 /// Bytes that the section announces, its header included.
 std::size_t section_size(const unsigned char* section)
 {
@@ -133,8 +137,6 @@ struct CBaseMpegParser::table_row
     bool needs_announced_length; ///< the table is never read before section_length bytes are there
     void (CBaseMpegParser::*parse)(unsigned char* section, std::size_t size);
 };
-
-using self = CBaseMpegParser;
 
 // Ascending by PID.
 const CBaseMpegParser::table_row CBaseMpegParser::table_rows[] = {
@@ -321,15 +323,16 @@ inline unsigned long CBaseMpegParser::process_run(unsigned char* data, unsigned 
 /// leaves out the call.
 [[gnu::always_inline]] inline void CBaseMpegParser::fetch_ahead(const unsigned char* data) const
 {
-    const unsigned short third = PID_at(data + farthest_fetched * ts_packet_size);
-    __builtin_prefetch(&m_PIDs[third], 1);
-    __builtin_prefetch(&m_routes[third]);
-    const unsigned short second = PID_at(data + 4 * ts_packet_size);
-    __builtin_prefetch(m_PIDs[second].collecting, 1);
-    __builtin_prefetch(m_routes[second].programs.data());
-    if (const CDataAccumulator* const first = m_PIDs[PID_at(data + 2 * ts_packet_size)].collecting)
+    const unsigned short state_PID = PID_at(data + state_ahead * ts_packet_size);
+    __builtin_prefetch(&m_PIDs[state_PID], 1);
+    __builtin_prefetch(&m_routes[state_PID]);
+    const unsigned short links_PID = PID_at(data + links_ahead * ts_packet_size);
+    __builtin_prefetch(m_PIDs[links_PID].collecting, 1);
+    __builtin_prefetch(m_routes[links_PID].programs.data());
+    const CDataAccumulator* const unit = m_PIDs[PID_at(data + payload_ahead * ts_packet_size)].collecting;
+    if (unit != nullptr && unit->capacity - unit->size >= ts_payload_size)
         for (std::size_t at = 0; at < ts_payload_size; at += 64)
-            __builtin_prefetch(first->data + first->size + at, 1);
+            __builtin_prefetch(unit->data + unit->size + at, 1);
 }
 
 /// Handles the packets that begin in front of `end`; returns where the first byte not consumed is.
@@ -345,7 +348,7 @@ unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned lon
             continue;
         }
         if (data[position] == ts_sync_byte) {
-            if (end - position > farthest_fetched * ts_packet_size)
+            if (end - position > state_ahead * ts_packet_size)
                 fetch_ahead(data + position);
             process_packet(data + position);
             position += ts_packet_size;
@@ -396,7 +399,7 @@ void CBaseMpegParser::look_for_short_way(const transport_packet& packet, std::ui
         packet.PID == null_packet_PID || packet.PID <= last_table_PID || route.carries_PMT)
         return;
     m_short_way.header = header;
-    m_short_way.collects = m_units_are_seen || reports_units();
+    m_short_way.collects = m_units_are_seen || route.programs.empty() || reports_units();
     m_short_way.state = &m_PIDs[packet.PID];
     m_short_way.route = &route;
     std::memcpy(m_short_way.fields.data(), &packet, m_short_way.fields.size());
@@ -489,24 +492,32 @@ void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
     if (!holds_announced_section(section, size))
         return;
     PID_route& route = m_routes[PID];
-    if (route.pmt == nullptr) {
+    if (!route.pmt) {
         auto& wrapper = m_PMTs[PID];
         wrapper = std::make_unique<CPacketWrapper<CPMT>>();
-        route.pmt = wrapper.get();
+        route.pmt = std::make_unique<carried_PMT>();
+        route.pmt->wrapper = wrapper.get();
     }
+    carried_PMT& carried = *route.pmt;
+    auto& wrapper = *carried.wrapper;
     // PMTs come again and again; reading the same bytes would give the same table.
-    auto& known = route.PMT_section;
-    if (m_editableTables || known.empty() || known.size() > size ||
-        std::memcmp(known.data(), section, known.size()) != 0) {
+    auto& known = carried.section;
+    if (!carried.may_be_edited && !known.empty() && known.size() <= size &&
+        std::memcmp(known.data(), section, known.size()) == 0)
+    {
+        carried.as_read.restore(*wrapper.current);
+    } else {
         const std::size_t PMTs_size = m_PMTs_size - known.size() + section_size(section);
         section_reader reader(section, size);
-        if (PMTs_size > PMT_limit || route.pmt->Parser(reader) == 0)
+        if (PMTs_size > PMT_limit || wrapper.Parser(reader) == 0)
             return;
         known.assign(section, section + section_size(section));
+        carried.as_read.note(*wrapper.current);
         m_PMTs_size = PMTs_size;
-        m_routes.set_PMT(PID, *route.pmt->current);
+        m_routes.set_PMT(PID, *wrapper.current);
     }
-    OnPMT(&program, route.pmt->current);
+    carried.may_be_edited = m_editableTables;
+    OnPMT(&program, wrapper.current);
 }
 
 void CBaseMpegParser::report_without_stream(const program_route& route, transport_packet& packet)
@@ -514,7 +525,8 @@ void CBaseMpegParser::report_without_stream(const program_route& route, transpor
     // Deliberately, a PCR on a PID that is itself a stream of the program does not come this far.
     if (route.is_PCR_PID && has_PCR(packet)) {
         for (const auto& stream : route.pmt->streams)
-            m_PIDs[stream.first].putPCR(packet);
+            if (stream.first < pid_count) // an edited PMT may name others
+                m_PIDs[stream.first].putPCR(packet);
         OnPES(route.pmt_PID, nullptr, &packet);
         return;
     }

@@ -29,10 +29,11 @@ namespace mpegcore
 /// units of every PID, reads the PSI/SI tables and reports all of it through the callbacks, which a subclass
 /// overrides and which run inside Process, on its thread.
 ///
-/// Rules for callbacks: they must not call Process or Clear, must not change the tables they are given (unless
-/// `m_editableTables`) or write to the adaptation field of a packet's record, and must not throw. Packet pointers hold
-/// during the call. Table pointers hold until the next section of the same kind (for a PMT: on the same PID) was read,
-/// or until Clear; they are never the callback's to delete.
+/// Rules for callbacks: they must not call Process, ParserData or Clear, must not change the contents of the tables
+/// they are given (unless `m_editableTables`; RenderTable, AddData and SetValid are no such change) or write to the
+/// adaptation field of a packet's record, and must not throw. Packet pointers hold during the call. Table pointers hold
+/// until the next section of the same kind (for a PMT: on the same PID) was read, or until Clear; they are never the
+/// callback's to delete.
 ///
 /// By design there is no filter for versions or repetitions, and no check of continuity_counter,
 /// transport_error_indicator or transport_scrambling_control. The section is taken to begin right behind the
@@ -43,13 +44,15 @@ namespace mpegcore
 /// Memory: a parser's payload units together take at most `unit_memory_limit`, one unit at most
 /// CBasePID::max_unit_size; what would pass a limit is discarded up to the PID's next unit start. The sections of its
 /// PMTs together have at most `PMT_limit` bytes; one that would pass it is not read. Tables that are kept because their
-/// sections come again and again take about `known_tables_limit` at most.
+/// sections come again and again take about `known_tables_limit` at most for each of the members below, those of EIT
+/// schedules about `known_schedule_limit`.
 class CBaseMpegParser
 {
 public:
     static constexpr std::size_t unit_memory_limit = std::size_t{256} << 20;
     static constexpr std::size_t PMT_limit = std::size_t{1} << 20;
-    static constexpr std::size_t known_tables_limit = std::size_t{32} << 20;
+    static constexpr std::size_t known_tables_limit = std::size_t{1} << 20;
+    static constexpr std::size_t known_schedule_limit = std::size_t{11} << 20;
 
     /// With `use_carry` the bytes of an incomplete packet at the end of the data are put in front of the next call's
     /// data; without it they are dropped.
@@ -123,14 +126,14 @@ public:
     ZQSDK::ZQAlignMemory<unsigned char> m_carryBuffer;
     std::size_t m_carry = 0; ///< bytes held in m_carryBuffer
     bool m_useCarry;
-    /// True lets callbacks change the tables they are given, for the price of reading every section anew. Packets still
-    /// go the ways of the tables as they were read.
+    /// True lets callbacks change the tables they are given, for the price of reading every section anew. Packets of
+    /// elementary streams, ECMs and EMMs are still told apart by the tables as they were read.
     bool m_editableTables = false;
 
 protected:
     /// The part of Clear that leaves the PIDs as they are.
     void clear_tables();
-    /// Payload units of elementary streams may be left out where the class does not override the form of OnPES that
+    /// Payload units of PIDs that a PMT names may be left out where the class does not override the form of OnPES that
     /// takes them. For a subclass that keeps m_PIDs to itself: there they are missing, too.
     void collect_only_what_is_reported() { m_units_are_seen = false; }
 
@@ -175,19 +178,18 @@ private:
     void report(const PID_route& route, transport_packet& packet, CDataAccumulator* unit);
     void report_without_stream(const program_route& route, transport_packet& packet);
 
-    table_budget m_known_budget{known_tables_limit};
-    known_tables<CPAT> m_knownPAT{m_PAT, m_known_budget};
-    known_tables<CCAT> m_knownCAT{m_CAT, m_known_budget};
-    known_tables<CTSDT> m_knownTSDT{m_TSDT, m_known_budget};
-    known_tables<CEIT> m_knownEITpfActual{m_EITpfActual, m_known_budget};
-    known_tables<CEIT> m_knownEITpfOther{m_EITpfOther, m_known_budget};
-    known_tables<CEIT> m_knownEITschActual{m_EITschActual, m_known_budget};
-    known_tables<CEIT> m_knownEITschOther{m_EITschOther, m_known_budget};
-    known_tables<CSDT> m_knownSDTActual{m_SDTActual, m_known_budget};
-    known_tables<CSDT> m_knownSDTOther{m_SDTOther, m_known_budget};
-    known_tables<CBAT> m_knownBAT{m_BAT, m_known_budget};
-    known_tables<CNIT> m_knownNITActual{m_NITActual, m_known_budget};
-    known_tables<CNIT> m_knownNITOther{m_NITOther, m_known_budget};
+    known_tables<CPAT> m_knownPAT{m_PAT, known_tables_limit};
+    known_tables<CCAT> m_knownCAT{m_CAT, known_tables_limit};
+    known_tables<CTSDT> m_knownTSDT{m_TSDT, known_tables_limit};
+    known_tables<CEIT> m_knownEITpfActual{m_EITpfActual, known_tables_limit};
+    known_tables<CEIT> m_knownEITpfOther{m_EITpfOther, known_tables_limit};
+    known_tables<CEIT> m_knownEITschActual{m_EITschActual, known_schedule_limit};
+    known_tables<CEIT> m_knownEITschOther{m_EITschOther, known_schedule_limit};
+    known_tables<CSDT> m_knownSDTActual{m_SDTActual, known_tables_limit};
+    known_tables<CSDT> m_knownSDTOther{m_SDTOther, known_tables_limit};
+    known_tables<CBAT> m_knownBAT{m_BAT, known_tables_limit};
+    known_tables<CNIT> m_knownNITActual{m_NITActual, known_tables_limit};
+    known_tables<CNIT> m_knownNITOther{m_NITOther, known_tables_limit};
     bool m_units_are_seen = true;
     payload_unit_budget m_unit_budget;
     PIDRoutes m_routes;

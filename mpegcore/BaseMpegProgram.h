@@ -35,6 +35,6 @@ public:
     std::uint16_t program_number = 0;
     std::uint8_t reserved = 0;
     std::uint16_t PID = 0; ///< network_PID when program_number is 0, else program_map_PID
-    int valid = 1;         ///< the caller's own mark; reading leaves it alone
+    int valid = 1;         ///< the caller's own mark; 1 again with the next PAT
 };
 } // namespace mpegcore

@@ -22,24 +22,32 @@ enum class section_reading
     fresh,    ///< the current table is another now
 };
 
-/// Bytes that the tables of several known_tables may take together. What they take in a section says little: an empty
-/// descriptor of 2 bytes can become an object of 400.
-class table_budget
+/// Puts right what the caller of a table may have changed in it by RenderTable, AddData and SetValid.
+template <class T>
+class table_as_read
 {
 public:
-    explicit table_budget(std::size_t bytes) : m_left(bytes) {}
-
-    [[nodiscard]] bool take(std::size_t bytes)
+    void note(const T& table)
     {
-        if (bytes > m_left)
-            return false;
-        m_left -= bytes;
-        return true;
+        m_section_length = table.section_length;
+        m_CRC_32 = table.CRC_32;
     }
-    void give_back(std::size_t bytes) { m_left += bytes; }
+
+    void restore(T& table) const
+    {
+        if (table.used != 0)
+            table.CBaseMpegTable::Clear();
+        table.section_length = m_section_length;
+        table.CRC_32 = m_CRC_32;
+        if constexpr (std::is_same_v<T, CPAT>) {
+            for (auto& program : table.programs)
+                program.second.SetValid(1);
+        }
+    }
 
 private:
-    std::size_t m_left;
+    std::uint16_t m_section_length = 0;
+    std::uint32_t m_CRC_32 = 0;
 };
 
 /// Reads sections for a CPacketWrapper and keeps the tables of those that come again, so that the sections of a
@@ -50,9 +58,10 @@ template <class T>
 class known_tables
 {
 public:
-    /// Both must outlive it.
-    known_tables(CPacketWrapper<T>& wrapper, table_budget& budget) : m_wrapper(wrapper), m_budget(budget) {}
-    ~known_tables() { forget(); }
+    /// The wrapper must outlive it. `most_bytes` are all that is kept, tables and sections, by a generous estimate: an
+    /// empty descriptor of 2 bytes can become an object of 400.
+    known_tables(CPacketWrapper<T>& wrapper, std::size_t most_bytes) : m_wrapper(wrapper), m_most_bytes(most_bytes) {}
+    ~known_tables() = default;
     known_tables(const known_tables&) = delete;
     known_tables& operator=(const known_tables&) = delete;
 
@@ -62,6 +71,7 @@ public:
         if (m_shown != nullptr && m_wrapper.exchanges != m_exchanges) // read past us, the table on loan is cleared
             forget();
         if (m_shown != nullptr && m_shown->is_of(section, size)) {
+            m_shown->as_read.restore(*m_wrapper.current);
             m_wrapper.valid = 1;
             return section_reading::repeated;
         }
@@ -88,8 +98,7 @@ public:
     /// The wrapper's tables stay as they are.
     void forget()
     {
-        m_budget.give_back(m_taken);
-        m_taken = 0;
+        m_bytes = 0;
         m_shown = nullptr;
         m_known.clear();
     }
@@ -106,14 +115,15 @@ private:
         unsigned repetitions = 0;           ///< of that one
         std::vector<unsigned char> section; ///< empty until it is worth keeping
         std::size_t cost = 0;               ///< of keeping it
-        std::unique_ptr<T> table;           ///< of `section`; null: it is the wrapper's current one
+        table_as_read<T> as_read;
+        std::unique_ptr<T> table; ///< of `section`; null: it is the wrapper's current one
     };
 
     /// Keeping costs about as much as reading, so it has to pay for itself also where contents change often.
     static constexpr unsigned kept_after = 4;
     static constexpr std::size_t cost_of_noting = 2 * sizeof(known);
-    /// Of a section: what a table takes outside of blocks, plain records and the nodes of maps.
-    static constexpr std::size_t bytes_per_byte = 16;
+    /// Of a section: its copy, and what its table takes outside of blocks.
+    static constexpr std::size_t bytes_per_byte = 8;
     /// Sections that found no room until others are forgotten for them; far more than come again in a carousel.
     static constexpr unsigned patience = 1U << 17;
 
@@ -140,13 +150,13 @@ private:
 
     bool has_room(std::size_t bytes)
     {
-        if (!m_budget.take(bytes)) {
-            if (++m_refused % patience == 0)
-                forget();
-            return false;
+        if (bytes <= m_most_bytes - m_bytes) {
+            m_bytes += bytes;
+            return true;
         }
-        m_taken += bytes;
-        return true;
+        if (++m_refused % patience == 0)
+            forget();
+        return false;
     }
 
     void spare(std::unique_ptr<T> table)
@@ -171,6 +181,7 @@ private:
             spare(std::unique_ptr<T>(m_wrapper.current));
         m_wrapper.current = one.table.release();
         m_wrapper.valid = 1;
+        one.as_read.restore(*m_wrapper.current);
         set_shown(one);
     }
 
@@ -197,9 +208,8 @@ private:
     void came_again(known& one, const unsigned char* section, std::size_t size, std::size_t cost)
     {
         if (!one.section.empty()) {
-            m_taken -= one.cost;
-            m_budget.give_back(one.cost);
-            one.section.clear();
+            m_bytes -= one.cost;
+            std::vector<unsigned char>().swap(one.section); // clear() would keep the memory
             spare(std::move(one.table));
         }
         const std::uint32_t CRC_32 = CRC_32_of(section, size);
@@ -211,16 +221,17 @@ private:
             return;
         one.cost = cost;
         one.section.assign(section, section + size);
+        one.as_read.note(*m_wrapper.current);
         set_shown(one);
     }
 
     CPacketWrapper<T>& m_wrapper;
-    table_budget& m_budget;
+    const std::size_t m_most_bytes;
     std::map<std::uint64_t, known> m_known; ///< no stream can make a map slow, as it can a hash table
     known* m_shown = nullptr;               ///< that of the wrapper's current table
     std::unique_ptr<T> m_spare;
     unsigned m_exchanges = 0; ///< of the wrapper, when a table was shown last
     unsigned m_refused = 0;
-    std::size_t m_taken = 0; ///< of the budget
+    std::size_t m_bytes = 0;
 };
 } // namespace mpegcore

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/CAT.h"
+#include "mpegcore/KnownTables.h"
 #include "mpegcore/PAT.h"
 #include "mpegcore/PMT.h"
 #include "mpegcore/PacketWrapper.h"
@@ -24,6 +25,15 @@ struct program_route
     std::uint32_t CA_count = 0; ///< CA descriptors of the program loop that name the PID
 };
 
+/// What was read on a PID that carries a PMT.
+struct carried_PMT
+{
+    CPacketWrapper<CPMT>* wrapper = nullptr;
+    std::vector<unsigned char> section; ///< that wrapper->current was read from
+    table_as_read<CPMT> as_read;
+    bool may_be_edited = false; ///< since
+};
+
 /// What PAT, PMTs and CAT together say of one PID.
 struct alignas(64) PID_route
 {
@@ -31,9 +41,7 @@ struct alignas(64) PID_route
     bool carries_PMT = false;            ///< in the PAT
     std::uint32_t EMM_count = 0;         ///< CA descriptors of the CAT that name the PID
     std::vector<program_route> programs; ///< ascending by pmt_PID
-
-    CPacketWrapper<CPMT>* pmt = nullptr;    ///< what was read on the PID itself, if it ever was in the PAT
-    std::vector<unsigned char> PMT_section; ///< the section that pmt->current was read from
+    std::unique_ptr<carried_PMT> pmt;    ///< if the PID ever was in the PAT
 };
 
 /// The way from a PID to everything that the current tables say of it, kept up when a table changes so that no packet

@@ -9,6 +9,7 @@ namespace mpegcore
 {
 class CBAT;
 class CEIT;
+class CPAT;
 
 template <class T>
 class known_tables;
