@@ -61,7 +61,6 @@ public:
     /// The wrapper must outlive it. `most_bytes` are all that is kept, tables and sections, by a generous estimate: an
     /// empty descriptor of 2 bytes can become an object of 400.
     known_tables(CPacketWrapper<T>& wrapper, std::size_t most_bytes) : m_wrapper(wrapper), m_most_bytes(most_bytes) {}
-    ~known_tables() = default;
     known_tables(const known_tables&) = delete;
     known_tables& operator=(const known_tables&) = delete;
 
