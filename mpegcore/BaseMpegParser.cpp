@@ -289,7 +289,7 @@ inline void CBaseMpegParser::process_packet(unsigned char* data)
     fill(packet, data);
     m_record_has_field = (packet.adaptation_field_control & 2U) != 0;
     const std::uint32_t header = header_at(data);
-    if (header == m_last_header)
+    if (header == m_last_header && packet.PID != null_packet_PID)
         look_for_short_way(packet, header);
     m_last_header = header;
     OnPreProcess(0, packet);
@@ -348,7 +348,8 @@ unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned lon
             continue;
         }
         if (data[position] == ts_sync_byte) {
-            if (end - position > state_ahead * ts_packet_size)
+            // In a row of packets that look alike everything is at hand.
+            if (header_at(data + position) != m_last_header && end - position > state_ahead * ts_packet_size)
                 fetch_ahead(data + position);
             process_packet(data + position);
             position += ts_packet_size;
@@ -391,12 +392,12 @@ bool CBaseMpegParser::ParserData(transport_packet& packet)
     return true;
 }
 
-/// There is one for packets with nothing but payload, no unit start and no table.
+/// There is one for packets, null packets apart, with nothing but payload, no unit start and no table.
 void CBaseMpegParser::look_for_short_way(const transport_packet& packet, std::uint32_t header)
 {
     const PID_route& route = m_routes[packet.PID];
     if (packet.adaptation_field_control != 1 || packet.payload_unit_start_indicator != 0 || m_PAT.valid == 0 ||
-        packet.PID == null_packet_PID || packet.PID <= last_table_PID || route.carries_PMT)
+        packet.PID <= last_table_PID || route.carries_PMT)
         return;
     m_short_way.header = header;
     m_short_way.collects = m_units_are_seen || route.programs.empty() || reports_units();
