@@ -126,7 +126,6 @@ void clear_wrapper(CPacketWrapper<Table>& wrapper, known_tables<Table>& known)
     known.forget();
     clear_wrapper(wrapper);
 }
-
 } // namespace
 
 struct CBaseMpegParser::table_row
@@ -516,6 +515,7 @@ void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
         carried.as_read.note(*wrapper.current);
         m_PMTs_size = PMTs_size;
         m_routes.set_PMT(PID, *wrapper.current);
+        m_short_way = {}; // whether it collects units may be different now
     }
     carried.may_be_edited = m_editableTables;
     OnPMT(&program, wrapper.current);

@@ -140,7 +140,7 @@ protected:
 private:
     struct table_row;
     /// What was found out for packets with one header (continuity_counter apart), which mostly come in a row, for as
-    /// long as no table but a PMT changes.
+    /// long as no PAT or PMT changes.
     struct short_way
     {
         std::uint32_t header = 0;

@@ -712,6 +712,24 @@ TEST_F(Parser, LeavesOutTheUnitsThatNobodyTakesOnlyWhereToldTo)
     EXPECT_EQ(collected(Frugal(false), 0x101), 5 * 184U);
     EXPECT_EQ(collected(FrugalTaker(true), 0x101), 5 * 184U);
 }
+
+// As when a receiver joins: the stream is there before its PMT.
+TEST_F(Parser, LeavesOutTheUnitsOfAStreamFromItsPmtOn)
+{
+    class Frugal : public mpegcore::CBaseMpegParser
+    {
+    public:
+        Frugal() : CBaseMpegParser(true) { collect_only_what_is_reported(); }
+    } parser;
+    stream.section(0, PAT({{1, 0x100}})).packet(0x101, begins, payload);
+    for (int count = 0; count < 8; ++count) {
+        stream.packet(0x101, goes_on, payload);
+        if (count == 3)
+            stream.section(0x100, PMT(1, 0x1FFE, {0x101}));
+    }
+    parser.Process(stream.data.data(), stream.data.size());
+    EXPECT_EQ(parser.m_PIDs[0x101].collecting->size, 0U);
+}
 #endif
 
 TEST_F(Parser, HasTheBuffersThatItsTablesNeed)
