@@ -17,8 +17,10 @@ constexpr std::size_t longest_partial_packet = ts_packet_size - 1;
 constexpr unsigned long carry_alignment = 8;
 constexpr unsigned short EIT_PID = 0x0012;
 constexpr unsigned short last_table_PID = 0x0014;
+/// What is looked at once to tell whether it needs fetching.
+constexpr unsigned long fetch_block = 64 * ts_packet_size;
 /// Packets ahead of which a thing is fetched: where a PID's state is, what that leads to, where the payload will go.
-constexpr unsigned long state_ahead = 6, links_ahead = 4, payload_ahead = 2;
+constexpr unsigned long state_ahead = 8, links_ahead = 5, payload_ahead = 3;
 constexpr std::size_t section_header_size = 3;
 constexpr std::size_t pointer_field_size = 1;
 constexpr std::size_t shortest_section_unit = 3;
@@ -84,11 +86,22 @@ void fill(transport_packet& packet, unsigned char* data)
 }
 
 /// The same behind a packet with the same header, from whose record `fields` were taken.
-void fill_next(transport_packet& packet, unsigned char* data, const std::array<unsigned char, 8>& fields)
+void fill_same(transport_packet& packet, unsigned char* data, const std::array<unsigned char, 8>& fields)
 {
     static_assert(offsetof(transport_packet, adaptation_field_control) == 7);
     std::memcpy(reinterpret_cast<unsigned char*>(&packet), fields.data(), fields.size());
     fill_rest(packet, data);
+}
+
+/// Makes a field all zero again. Nothing behind the PCR is set without its flag.
+void clear_field(adaptation_field_record& field)
+{
+    constexpr std::size_t PCR_end = offsetof(adaptation_field_record, original_program_clock_reference_base);
+    if ((field.OPCR_flag | field.splicing_point_flag | field.transport_private_data_flag |
+         field.adaptation_field_extension_flag) != 0)
+        field = adaptation_field_record{};
+    else
+        std::memset(&field, 0, PCR_end);
 }
 
 bool has_PCR(const transport_packet& packet)
@@ -202,7 +215,6 @@ void CBaseMpegParser::clear_tables()
     clear_wrapper(m_NITOther, m_knownNITOther);
     clear_wrapper(m_TDT);
     clear_wrapper(m_TOT);
-    m_short_way = {};
     m_routes.clear();
     m_PMTs.clear();
     m_PMTs_size = 0;
@@ -278,43 +290,50 @@ inline void CBaseMpegParser::report(const PID_route& route, transport_packet& pa
         route_packet(packet, unit);
 }
 
-/// Handles one packet the long way.
-inline void CBaseMpegParser::process_packet(unsigned char* data)
+inline void CBaseMpegParser::collect_plain(const PID_route& route, CBasePID& state, const unsigned char* data)
+{
+    if (!route.collects)
+        state.drop_unit();
+    state.putPlainPacket(data);
+}
+
+/// Handles a packet that has its route's plain_header.
+[[gnu::always_inline]] inline void CBaseMpegParser::process_plain(const PID_route& route, CBasePID& state,
+                                                                  unsigned char* data)
 {
     transport_packet& packet = m_record;
-    // The adaptation field, most of the record and rarely there, is cleared only where there was one.
-    if (m_record_has_field)
-        packet.adaptation_field = adaptation_field_record{};
-    fill(packet, data);
-    m_record_has_field = (packet.adaptation_field_control & 2U) != 0;
-    const std::uint32_t header = header_at(data);
-    if (header == m_last_header && packet.PID != null_packet_PID)
-        look_for_short_way(packet, header);
-    m_last_header = header;
+    fill_same(packet, data, route.plain_fields);
     OnPreProcess(0, packet);
-    if (!m_record_has_field || take_adaptation_field())
-        handle_payload(packet);
+    if (CBaseStreamTypeMap* const stream = route.stream; stream != nullptr) {
+        const auto pmt_PID = route.pmt_PID;
+        const auto program_number = route.program_number;
+        collect_plain(route, state, data);
+        OnPES(pmt_PID, stream, &packet);
+        OnPES(pmt_PID, program_number, stream, &packet);
+        onOtherPid(&packet);
+    } else if (packet.PID == null_packet_PID) {
+        state.bytes += ts_payload_size;
+        OnNULL(&packet);
+    } else {
+        collect_plain(route, state, data);
+        report(route, packet, nullptr);
+    }
     OnProcess(0, packet);
 }
 
-/// Handles the packets from `position` on that can go the short way; returns where they end.
-inline unsigned long CBaseMpegParser::process_run(unsigned char* data, unsigned long position, unsigned long end)
+/// Handles any packet.
+inline void CBaseMpegParser::process_packet(unsigned char* data)
 {
     transport_packet& packet = m_record;
-    if (m_record_has_field)
-        packet.adaptation_field = adaptation_field_record{};
-    m_record_has_field = false;
-    const short_way way = m_short_way;
-    if (!way.collects)
-        way.state->drop_unit();
-    for (; position < end && header_at(data + position) == way.header; position += ts_packet_size) {
-        fill_next(packet, data + position, way.fields);
-        OnPreProcess(0, packet);
-        way.state->continues(packet);
-        report(*way.route, packet, nullptr);
-        OnProcess(0, packet);
-    }
-    return position;
+    fill(packet, data);
+    const bool has_field = (packet.adaptation_field_control & 2U) != 0;
+    note_if_plain(packet, header_at(data));
+    OnPreProcess(0, packet);
+    if (!has_field || take_adaptation_field())
+        handle_payload(packet);
+    OnProcess(0, packet);
+    if (has_field)
+        clear_field(packet.adaptation_field);
 }
 
 /// Packets of a multiplex come in no order of PIDs: what the next ones need is seldom at hand, and each step of the way
@@ -325,13 +344,20 @@ inline unsigned long CBaseMpegParser::process_run(unsigned char* data, unsigned 
     const unsigned short state_PID = PID_at(data + state_ahead * ts_packet_size);
     __builtin_prefetch(&m_PIDs[state_PID], 1);
     __builtin_prefetch(&m_routes[state_PID]);
-    const unsigned short links_PID = PID_at(data + links_ahead * ts_packet_size);
-    __builtin_prefetch(m_PIDs[links_PID].collecting, 1);
-    __builtin_prefetch(m_routes[links_PID].programs.data());
+    __builtin_prefetch(m_PIDs[PID_at(data + links_ahead * ts_packet_size)].collecting, 1);
     const CDataAccumulator* const unit = m_PIDs[PID_at(data + payload_ahead * ts_packet_size)].collecting;
     if (unit != nullptr && unit->capacity - unit->size >= ts_payload_size)
         for (std::size_t at = 0; at < ts_payload_size; at += 64)
             __builtin_prefetch(unit->data + unit->size + at, 1);
+}
+
+/// Whether the packets from here on change their PID more often than not; in a row of one PID everything is at hand.
+bool CBaseMpegParser::needs_fetching(const unsigned char* data)
+{
+    unsigned changes = 0;
+    for (unsigned at = 0; at < state_ahead; ++at)
+        changes += PID_at(data + at * ts_packet_size) != PID_at(data + (at + 1) * ts_packet_size);
+    return changes > state_ahead / 2;
 }
 
 /// Handles the packets that begin in front of `end`; returns where the first byte not consumed is.
@@ -342,20 +368,29 @@ unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned lon
     end = std::min(end, size - longest_partial_packet);
     unsigned long position = 0;
     while (position < end) {
-        if (m_short_way.state != nullptr && header_at(data + position) == m_short_way.header) {
-            position = process_run(data, position, end);
-            continue;
+        const unsigned long block_end = std::min(end, position + fetch_block);
+        unsigned long fetch_end = 0;
+        if (end - position > 2 * state_ahead * ts_packet_size && needs_fetching(data + position))
+            fetch_end = std::min(block_end, end - state_ahead * ts_packet_size);
+        while (position < block_end) {
+            unsigned char* const packet = data + position;
+            if (position < fetch_end)
+                fetch_ahead(packet);
+            const unsigned short PID = PID_at(packet);
+            const PID_route& route = m_routes[PID];
+            if (route.plain_header == header_at(packet)) {
+                process_plain(route, m_PIDs[PID], packet);
+                position += ts_packet_size;
+            } else if (*packet == ts_sync_byte) {
+                process_packet(packet);
+                position += ts_packet_size;
+            } else {
+                const void* sync = std::memchr(packet, ts_sync_byte, end - position);
+                if (sync == nullptr)
+                    return end;
+                position = static_cast<unsigned long>(static_cast<const unsigned char*>(sync) - data);
+            }
         }
-        if (data[position] == ts_sync_byte) {
-            // In a row of packets that look alike everything is at hand.
-            if (header_at(data + position) != m_last_header && end - position > state_ahead * ts_packet_size)
-                fetch_ahead(data + position);
-            process_packet(data + position);
-            position += ts_packet_size;
-            continue;
-        }
-        const void* sync = std::memchr(data + position, ts_sync_byte, end - position);
-        position = sync == nullptr ? end : static_cast<unsigned long>(static_cast<const unsigned char*>(sync) - data);
     }
     return position;
 }
@@ -391,18 +426,14 @@ bool CBaseMpegParser::ParserData(transport_packet& packet)
     return true;
 }
 
-/// There is one for packets, null packets apart, with nothing but payload, no unit start and no table.
-void CBaseMpegParser::look_for_short_way(const transport_packet& packet, std::uint32_t header)
+/// With a plain packet there is nothing to do but to collect and to report it: no field, unit start or table.
+inline void CBaseMpegParser::note_if_plain(const transport_packet& packet, std::uint32_t header)
 {
-    const PID_route& route = m_routes[packet.PID];
-    if (packet.adaptation_field_control != 1 || packet.payload_unit_start_indicator != 0 || m_PAT.valid == 0 ||
-        packet.PID <= last_table_PID || route.carries_PMT)
+    if (packet.adaptation_field_control != 1 || packet.payload_unit_start_indicator != 0)
         return;
-    m_short_way.header = header;
-    m_short_way.collects = m_units_are_seen || route.programs.empty() || reports_units();
-    m_short_way.state = &m_PIDs[packet.PID];
-    m_short_way.route = &route;
-    std::memcpy(m_short_way.fields.data(), &packet, m_short_way.fields.size());
+    const PID_route& route = m_routes[packet.PID];
+    if (packet.PID == null_packet_PID || (m_PAT.valid != 0 && packet.PID > last_table_PID && !route.carries_PMT))
+        m_routes.set_plain(packet.PID, header, m_units_are_seen || route.programs.empty() || reports_units(), packet);
 }
 
 /// That of m_record, which is still clear.
@@ -429,11 +460,7 @@ bool CBaseMpegParser::pass_adaptation_field(transport_packet& packet)
     return true;
 }
 
-void CBaseMpegParser::follow(const CPAT& pat)
-{
-    m_short_way = {};
-    m_routes.set_PAT(pat);
-}
+void CBaseMpegParser::follow(const CPAT& pat) { m_routes.set_PAT(pat); }
 
 void CBaseMpegParser::follow(const CCAT& cat) { m_routes.set_CAT(cat); }
 
@@ -515,7 +542,6 @@ void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
         carried.as_read.note(*wrapper.current);
         m_PMTs_size = PMTs_size;
         m_routes.set_PMT(PID, *wrapper.current);
-        m_short_way = {}; // whether it collects units may be different now
     }
     carried.may_be_edited = m_editableTables;
     OnPMT(&program, wrapper.current);

@@ -139,27 +139,19 @@ protected:
 
 private:
     struct table_row;
-    /// What was found out for packets with one header (continuity_counter apart), which mostly come in a row, for as
-    /// long as no PAT or PMT changes.
-    struct short_way
-    {
-        std::uint32_t header = 0;
-        bool collects = true;      ///< the payload units
-        CBasePID* state = nullptr; ///< null: nothing was found
-        const PID_route* route = nullptr;
-        std::array<unsigned char, 8> fields{}; ///< of their records, sync_byte to adaptation_field_control
-    };
     static const table_row table_rows[14];
 
     bool reports_units();
     unsigned long process_packets(unsigned char* data, unsigned long size, unsigned long end);
+    static bool needs_fetching(const unsigned char* data);
     void fetch_ahead(const unsigned char* data) const;
     void process_packet(unsigned char* data);
-    unsigned long process_run(unsigned char* data, unsigned long position, unsigned long end);
+    static void collect_plain(const PID_route& route, CBasePID& state, const unsigned char* data);
+    void process_plain(const PID_route& route, CBasePID& state, unsigned char* data);
     void append_to_carry(const unsigned char* data, std::size_t size);
     void carry_over(const unsigned char* data, std::size_t size);
 
-    void look_for_short_way(const transport_packet& packet, std::uint32_t header);
+    void note_if_plain(const transport_packet& packet, std::uint32_t header);
     void handle_payload(transport_packet& packet);
     static bool read_adaptation_field(const transport_packet& packet, adaptation_field_record& cleared);
     bool take_adaptation_field();
@@ -196,8 +188,5 @@ private:
     std::size_t m_PMTs_size = 0; ///< bytes of the sections that the current PMTs were read from
     transport_packet
         m_record{}; ///< of the packet being handled; clearing one for each call would cost more than the rest
-    bool m_record_has_field = false;
-    std::uint32_t m_last_header = 0; ///< of the last packet that went the long way
-    short_way m_short_way;
 };
 } // namespace mpegcore

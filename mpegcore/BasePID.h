@@ -71,21 +71,23 @@ public:
             append(packet);
         return result;
     }
-    /// putPacket for a packet with payload that starts no unit, behind another packet of the PID.
-    void continues(const transport_packet& packet)
+    /// putPacket for a packet with nothing but payload that starts no unit, behind another packet of the PID.
+    void putPlainPacket(const unsigned char* packet)
     {
-        bytes += packet.payload_size;
-        counter(packet);
+        bytes += ts_payload_size;
+        continuity_counter = packet[3] & 0x0FU;
         had_packet = 1;
-        if (started != 0 && make_room(packet.payload_size))
-            append(packet);
+        if (started == 0 || !make_room(ts_payload_size))
+            return;
+        std::memcpy(collecting->data + collecting->size, packet + ts_header_size, ts_payload_size);
+        collecting->size += ts_payload_size;
     }
     /// Forgets the unit being collected; collecting begins afresh with the next unit start.
     void drop_unit()
     {
-        started = 0;
-        if (collecting != nullptr)
+        if (started != 0 && collecting != nullptr)
             collecting->size = 0;
+        started = 0;
     }
     /// Growth of this PID's buffers is taken from `shared_budget`, which must outlive the PID; null: only
     /// max_unit_size limits. To be set before the first packet.

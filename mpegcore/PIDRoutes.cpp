@@ -3,6 +3,7 @@
 #include "mpegcore/zqdescriptorlist.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace mpegcore
 {
@@ -31,6 +32,7 @@ auto position_of(std::vector<program_route>& programs, unsigned short pmt_PID)
 
 void PIDRoutes::set_PAT(const CPAT& pat)
 {
+    forget_plain();
     for (const unsigned short PID : m_PMT_PIDs)
         m_routes[PID].carries_PMT = false;
     m_PMT_PIDs.clear();
@@ -42,6 +44,7 @@ void PIDRoutes::set_PAT(const CPAT& pat)
 
 void PIDRoutes::set_CAT(const CCAT& cat)
 {
+    forget_plain();
     for (const unsigned short PID : m_EMM_PIDs)
         m_routes[PID].EMM_count = 0;
     m_EMM_PIDs.clear();
@@ -53,6 +56,7 @@ void PIDRoutes::set_CAT(const CCAT& cat)
 
 void PIDRoutes::set_PMT(unsigned short pmt_PID, const CPMT& pmt)
 {
+    forget_plain();
     auto& PIDs = m_program_PIDs[pmt_PID];
     for (const unsigned short PID : PIDs)
         remove(PID, pmt_PID);
@@ -69,12 +73,37 @@ void PIDRoutes::set_PMT(unsigned short pmt_PID, const CPMT& pmt)
 
 void PIDRoutes::clear()
 {
+    forget_plain();
     for (const unsigned short PID : m_used)
         m_routes[PID] = PID_route{};
     m_used.clear();
     m_PMT_PIDs.clear();
     m_EMM_PIDs.clear();
     m_program_PIDs.clear();
+}
+
+void PIDRoutes::set_plain(unsigned short PID, std::uint32_t header, bool collects, const transport_packet& record)
+{
+    PID_route& route = m_routes[PID];
+    if (route.plain_header == no_plain_header)
+        m_plain.push_back(PID);
+    route.plain_header = header;
+    route.collects = collects;
+    std::memcpy(route.plain_fields.data(), &record, route.plain_fields.size());
+    route.stream = nullptr;
+    if (route.programs.size() != 1 || route.EMM_count != 0 || PID == null_packet_PID)
+        return;
+    const program_route& program = route.programs.front();
+    route.pmt_PID = program.pmt_PID;
+    route.program_number = program.program_number;
+    route.stream = program.stream.get();
+}
+
+void PIDRoutes::forget_plain()
+{
+    for (const unsigned short PID : m_plain)
+        m_routes[PID].plain_header = no_plain_header;
+    m_plain.clear();
 }
 
 PID_route& PIDRoutes::used(unsigned short PID)

@@ -7,6 +7,7 @@
 #include "mpegcore/PacketWrapper.h"
 #include "mpegcore/TransportPacket.h"
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -34,14 +35,26 @@ struct carried_PMT
     bool may_be_edited = false; ///< since
 };
 
-/// What PAT, PMTs and CAT together say of one PID.
+/// Before the first plain packet; with the bits of a continuity_counter set, it is no packet's.
+constexpr std::uint32_t no_plain_header = 0xFFFFFFFF;
+
+/// What PAT, PMTs and CAT together say of one PID. One cache line, which is all that a plain packet needs.
 struct alignas(64) PID_route
 {
     bool is_used = false;
     bool carries_PMT = false;            ///< in the PAT
+    bool collects = true;                ///< plain packets into payload units
     std::uint32_t EMM_count = 0;         ///< CA descriptors of the CAT that name the PID
     std::vector<program_route> programs; ///< ascending by pmt_PID
     std::unique_ptr<carried_PMT> pmt;    ///< if the PID ever was in the PAT
+    /// The header, continuity_counter apart, of the last plain packet, with which nothing is to be done but to collect
+    /// and to report it. What follows holds for those packets.
+    std::uint32_t plain_header = no_plain_header;
+    std::array<unsigned char, 8> plain_fields{}; ///< of their records, sync_byte to adaptation_field_control
+    // Of the one program that names the PID, if it lists it as a stream and no table else names it.
+    unsigned short pmt_PID = 0;
+    unsigned short program_number = 0;
+    CBaseStreamTypeMap* stream = nullptr; ///< null if it is not like that
 };
 
 /// The way from a PID to everything that the current tables say of it, kept up when a table changes so that no packet
@@ -58,6 +71,9 @@ public:
     void set_CAT(const CCAT& cat);
     /// Takes the place of what an earlier PMT on the same PID said.
     void set_PMT(unsigned short pmt_PID, const CPMT& pmt);
+    /// Notes what there is to do with packets that have this header (continuity_counter apart) and `record`; it holds
+    /// until one of the tables changes.
+    void set_plain(unsigned short PID, std::uint32_t header, bool collects, const transport_packet& record);
     void clear();
 
 private:
@@ -65,9 +81,11 @@ private:
     void remove(unsigned short PID, unsigned short pmt_PID);
 
     PID_route& used(unsigned short PID);
+    void forget_plain();
 
     std::vector<PID_route> m_routes;
-    std::vector<unsigned short> m_used; ///< what clear() has to look at
+    std::vector<unsigned short> m_used;  ///< what clear() has to look at
+    std::vector<unsigned short> m_plain; ///< PIDs with a plain_header
     // What to take back when the next table of the same kind comes.
     std::vector<unsigned short> m_PMT_PIDs;
     std::vector<unsigned short> m_EMM_PIDs;

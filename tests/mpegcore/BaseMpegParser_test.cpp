@@ -12,6 +12,7 @@
 using mpegcore::transport_packet;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 using zqtest::Bytes;
 using zqtest::RecordingParser;
 using zqtest::section_of;
@@ -425,6 +426,15 @@ TEST_F(Parser, ReportsNullPackets)
     stream.null().null();
     EXPECT_THAT(feed(), ElementsAre("NULL", "NULL"));
     EXPECT_EQ(journal.m_PIDs[0x1FFF].bytes, 2 * 184U);
+    EXPECT_EQ(journal.m_PIDs[0x1FFF].continuity_counter, 0xFF);
+    EXPECT_EQ(journal.m_PIDs[0x1FFF].collecting, nullptr);
+}
+
+TEST_F(Parser, ReportsNullPacketsAsSuchAlsoWhereAProgramListsThemAsAStream)
+{
+    program(0x1FFF, {0x1FFF});
+    stream.null().null().null();
+    EXPECT_THAT(feed(), ElementsAre("NULL", "NULL", "NULL"));
 }
 
 TEST_F(Parser, DropsAPacketWithABadAdaptationFieldBetweenItsFirstAndLastCallback)
@@ -478,10 +488,15 @@ TEST_F(Parser, LeavesThePayloadOfAPacketWithoutOneWhereItWas)
 
 TEST_F(Parser, BeginsEveryPacketWithAnEmptyAdaptationField)
 {
-    stream.PCR(0x100, 90000, 5).packet(0x100, goes_on, payload);
-    feed();
-    static const mpegcore::adaptation_field_record zero{};
-    EXPECT_EQ(std::memcmp(&journal.last.adaptation_field, &zero, sizeof zero), 0);
+    for (unsigned flags = 0; flags < 256; ++flags) {
+        Bytes packet{0x47, 0x01, 0x00, 0x30, 183, static_cast<unsigned char>(flags)};
+        packet.resize(188, 0x11);
+        stream.data = packet;
+        stream.packet(0x100, goes_on, payload);
+        feed();
+        static const mpegcore::adaptation_field_record zero{};
+        EXPECT_EQ(std::memcmp(&journal.last.adaptation_field, &zero, sizeof zero), 0) << flags;
+    }
 }
 
 TEST_F(Parser, CarriesAnIncompletePacketOverToTheNextCall)
@@ -669,12 +684,14 @@ TEST_F(Parser, ForgetsEverythingWhenCleared)
 TEST_F(Parser, ReportsNoStreamsOnceClearedUntilThereIsAPatAgain)
 {
     program(0x1FFE, {0x101});
-    for (int count = 0; count < 4; ++count)
-        stream.packet(0x101, goes_on, payload);
-    feed();
+    const auto packets = [this] {
+        for (int count = 0; count < 8; ++count)
+            stream.packet(count % 2 == 0 ? 0x101 : 0x104, goes_on, payload); // the second is in no table
+    };
+    packets();
+    EXPECT_THAT(feed(), SizeIs(4 * 3 + 4));
     journal.Clear();
-    for (int count = 0; count < 4; ++count)
-        stream.packet(0x101, goes_on, payload);
+    packets();
     EXPECT_THAT(feed(), IsEmpty());
 }
 

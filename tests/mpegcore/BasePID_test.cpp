@@ -219,16 +219,41 @@ TEST_F(Pid, DiscardsAUnitBeyondTheLimitAndBeginsAfreshWithTheNextStart)
     EXPECT_EQ(contents(pid.collecting), second);
 }
 
-TEST_F(Pid, DiscardsAUnitBeyondTheLimitAlsoWhereAPacketContinuesTheOneBefore)
+TEST_F(Pid, TakesAPlainPacketAsItTakesAnyOther)
 {
+    Bytes plain = {0x47, 0x01, 0x00, 0x1D};
+    plain.resize(188, 0x5A);
+    Bytes payload(plain.begin() + 4, plain.end());
+    CBasePID other;
+    for (const bool begun : {false, true}) {
+        pid.putPacket(packet(first, begun));
+        other.putPacket(packet(first, begun));
+        for (unsigned count = 0; count < 50; ++count) { // more than fit the first buffer
+            pid.putPlainPacket(plain.data());
+            auto record = packet(payload, false);
+            record.continuity_counter = 13;
+            EXPECT_EQ(other.putPacket(record), nullptr);
+        }
+        EXPECT_EQ(contents(pid.collecting), contents(other.collecting));
+        EXPECT_EQ(pid.collecting->size, begun ? 51U * 184 : 0U);
+        EXPECT_EQ(pid.bytes, other.bytes);
+        EXPECT_EQ(pid.continuity_counter, 13);
+        EXPECT_EQ(pid.had_packet, 1);
+    }
+}
+
+TEST_F(Pid, DiscardsAUnitBeyondTheLimitAlsoWhereAPlainPacketIsTheOneTooMany)
+{
+    Bytes plain = {0x47, 0x01, 0x00, 0x10};
+    plain.resize(188);
     pid.putPacket(packet(first, true));
     for (std::size_t count = 1; count < CBasePID::max_unit_size / 184; ++count)
-        pid.continues(packet(first, false));
+        pid.putPlainPacket(plain.data());
     EXPECT_EQ(pid.collecting->size, CBasePID::max_unit_size / 184 * 184);
-    pid.continues(packet(first, false));
+    pid.putPlainPacket(plain.data());
     EXPECT_EQ(pid.collecting->size, 0U);
     EXPECT_EQ(pid.started, 0);
-    pid.continues(packet(first, false));
+    pid.putPlainPacket(plain.data());
     EXPECT_EQ(pid.collecting->size, 0U);
     EXPECT_EQ(pid.bytes, (CBasePID::max_unit_size / 184 + 2) * 184) << "and counts on";
 }
