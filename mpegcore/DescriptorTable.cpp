@@ -50,10 +50,7 @@ void CDescriptorTable::copy_to(CDescriptorTable& target) const
         return;
     copy_header(target);
     target.reserved = reserved;
-    target.version_number = version_number;
-    target.current_next_indicator = current_next_indicator;
-    target.section_number = section_number;
-    target.last_section_number = last_section_number;
+    copy_version_and_sections(*this, target);
     replace_descriptors(descriptors, target.descriptors);
     target.CRC_32 = CRC_32;
     target.section_length = static_cast<std::uint16_t>(calc_section_length());

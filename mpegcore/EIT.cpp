@@ -76,10 +76,7 @@ void CEIT::copyTo(CEIT* target) const
     copy_header(*target);
     target->service_id = service_id;
     target->reserved = reserved;
-    target->version_number = version_number;
-    target->current_next_indicator = current_next_indicator;
-    target->section_number = section_number;
-    target->last_section_number = last_section_number;
+    copy_version_and_sections(*this, *target);
     target->transport_stream_id = transport_stream_id;
     target->original_network_id = original_network_id;
     target->segment_last_section_number = segment_last_section_number;

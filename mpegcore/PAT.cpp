@@ -57,10 +57,7 @@ void CPAT::copyTo(CPAT* target) const
     copy_header(*target);
     target->transport_stream_id = transport_stream_id;
     target->reserved = reserved;
-    target->version_number = version_number;
-    target->current_next_indicator = current_next_indicator;
-    target->section_number = section_number;
-    target->last_section_number = last_section_number;
+    copy_version_and_sections(*this, *target);
     target->programs.insert(programs.begin(), programs.end());
     target->CRC_32 = CRC_32;
     target->section_length = static_cast<std::uint16_t>(target->calc_section_length());

@@ -72,10 +72,7 @@ void CPMT::copyTo(CPMT* target) const
     copy_header(*target);
     target->program_number = program_number;
     target->reserved = reserved;
-    target->version_number = version_number;
-    target->current_next_indicator = current_next_indicator;
-    target->section_number = section_number;
-    target->last_section_number = last_section_number;
+    copy_version_and_sections(*this, *target);
     target->reserved2 = reserved2;
     target->PCR_PID = PCR_PID;
     target->reserved3 = reserved3;

@@ -69,10 +69,7 @@ void CSDT::copyTo(CSDT* target) const
     copy_header(*target);
     target->transport_stream_id = transport_stream_id;
     target->reserved = reserved;
-    target->version_number = version_number;
-    target->current_next_indicator = current_next_indicator;
-    target->section_number = section_number;
-    target->last_section_number = last_section_number;
+    copy_version_and_sections(*this, *target);
     target->original_network_id = original_network_id;
     target->reserved_future_use = reserved_future_use;
     copy_entries(services, target->services);

@@ -113,6 +113,15 @@ bool version_and_sections(Table& t, Io& io)
            io.bits(8, t.last_section_number);
 }
 
+template <class Table>
+void copy_version_and_sections(const Table& from, Table& to)
+{
+    to.version_number = from.version_number;
+    to.current_next_indicator = from.current_next_indicator;
+    to.section_number = from.section_number;
+    to.last_section_number = from.last_section_number;
+}
+
 /// Calls `walk(TableReader&)` with the body between section_length and CRC_32 of a section, and reads CRC_32 from the
 /// section's last 4 bytes.
 template <class Walk>

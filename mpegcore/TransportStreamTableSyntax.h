@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "mpegcore/TableSyntax.h"
+#include "mpegcore/TransportStreamTable.h"
+
+#include <cstdint>
+
+namespace mpegcore
+{
+constexpr std::uint32_t transport_stream_length = 6;
+
+template <class Table, class Entry>
+template <class Self, class Io>
+bool CTransportStreamTable<Table, Entry>::syntax(Self& t, Io& io)
+{
+    const auto stream = [&](auto& entry) {
+        return CTransportStreamEntry::syntax(entry, io, Table::template descriptors_of<Io>(t, entry));
+    };
+    auto& first_loop = t.*(Table::first_loop);
+    return io.bits(16, t.*(Table::id)) && io.bits(2, t.reserved) && version_and_sections(t, io) &&
+           io.bits(4, t.reserved_future_use) && io.length(12, t.*(Table::first_loop_length), first_loop.getSize()) &&
+           io.descriptors(t.*(Table::first_loop_length), first_loop) && io.bits(4, t.reserved_future_use2) &&
+           io.length(12, t.transport_stream_loop_length, t.calc_transport_stream_loop_length()) &&
+           io.within(t.transport_stream_loop_length,
+                     [&] { return io.loop(transport_stream_length, t.transport_streams, stream); });
+}
+
+template <class Table, class Entry>
+void CTransportStreamTable<Table, Entry>::Clear()
+{
+    (table().*(Table::first_loop)).clear();
+    transport_streams.clear();
+    CBaseMpegTable::Clear();
+}
+
+template <class Table, class Entry>
+bool CTransportStreamTable<Table, Entry>::read(Reader& reader)
+{
+    return read_section(reader, [this](Reader& section) {
+        return read_body(section, CRC_32, [this](TableReader& io) { return syntax(table(), io); });
+    });
+}
+
+template <class Table, class Entry>
+std::uint32_t CTransportStreamTable<Table, Entry>::calc_transport_stream_loop_length() const
+{
+    std::uint32_t length = 0;
+    for (const auto& stream : transport_streams)
+        if (stream)
+            length += transport_stream_length + Table::template descriptors_of<TableWriter>(table(), *stream).getSize();
+    return length;
+}
+
+template <class Table, class Entry>
+std::uint32_t CTransportStreamTable<Table, Entry>::calc_section_length() const
+{
+    constexpr std::uint32_t fixed_length = 13;
+    return fixed_length + (table().*(Table::first_loop)).getSize() + calc_transport_stream_loop_length();
+}
+
+template <class Table, class Entry>
+bool CTransportStreamTable<Table, Entry>::RenderTable()
+{
+    return render_section(CRC_32, [this](Writer& writer) {
+        TableWriter io(writer);
+        return syntax(table(), io);
+    });
+}
+
+template <class Table, class Entry>
+void CTransportStreamTable<Table, Entry>::copyTo(Table* target) const
+{
+    if (target == nullptr || target == &table())
+        return;
+    copy_header(*target);
+    target->*(Table::id) = table().*(Table::id);
+    target->reserved = reserved;
+    copy_version_and_sections(table(), *target);
+    target->reserved_future_use = reserved_future_use;
+    target->*(Table::first_loop_length) =
+        static_cast<std::uint16_t>(replace_descriptors(table().*(Table::first_loop), target->*(Table::first_loop)));
+    target->reserved_future_use2 = reserved_future_use2;
+    copy_entries(transport_streams, target->transport_streams);
+    target->transport_stream_loop_length = static_cast<std::uint16_t>(target->calc_transport_stream_loop_length());
+    target->CRC_32 = CRC_32;
+    target->section_length = static_cast<std::uint16_t>(target->calc_section_length());
+}
+} // namespace mpegcore
