@@ -45,7 +45,8 @@ public:
     /// cleared and the next `work`. 0 otherwise: `current` and `valid` are as they were.
     int Parser(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
     {
-        clear_work();
+        // Also what others than this class may have put there: `work` is public.
+        work->Clear();
         if (!read_work(reader))
             return 0;
         exchange();

@@ -82,4 +82,15 @@ TEST(PacketWrapper, DoesNotLetAGoodSectionInheritEntriesOfABadOne)
     EXPECT_THAT(wrapper.current->body, ElementsAre(3));
 }
 
+TEST(PacketWrapper, DoesNotLetAGoodSectionInheritWhatOthersLeftInWork)
+{
+    CPacketWrapper<ByteTable> wrapper;
+    auto bad = section_of(0x42, {1, 2, 0x80});
+    mpegcore::CBaseMpegTable::Reader reader(bad.data(), bad.size());
+    EXPECT_FALSE(wrapper.work->read(reader));
+    EXPECT_THAT(wrapper.work->body, ElementsAre(1, 2));
+    EXPECT_EQ(parse(wrapper, section_of(0x42, {3})), 1);
+    EXPECT_THAT(wrapper.current->body, ElementsAre(3));
+}
+
 TEST(PacketWrapper, IsNotCopyable) { EXPECT_FALSE(std::is_copy_constructible_v<CPacketWrapper<ByteTable>>); }
