@@ -125,6 +125,42 @@ TEST_P(EveryKernel, EqualsTheReferenceAtEveryAlignment)
                 << start << ' ' << size;
 }
 
+TEST_P(EveryKernel, EqualsTheReferenceForEveryLengthTo4096AtEveryAlignment)
+{
+    constexpr std::size_t longest = 4096;
+    const std::unique_ptr<unsigned char[]> block(new unsigned char[longest + 2 * 64]);
+    const std::size_t past_boundary = reinterpret_cast<std::uintptr_t>(block.get()) % 64;
+    const auto bytes = noise(longest);
+    std::mt19937 random(3);
+    for (std::size_t alignment = 0; alignment < 64; ++alignment) {
+        unsigned char* const data = block.get() + (64 - past_boundary) + alignment;
+        std::copy(bytes.begin(), bytes.end(), data);
+        const auto start = static_cast<std::uint32_t>(random());
+        // The reference goes on by the byte that a length has more than the one before.
+        std::uint32_t expected = start;
+        for (std::size_t size = 0; size <= longest; ++size) {
+            ASSERT_EQ(GetParam().run(data, size, start), expected) << alignment << ' ' << size;
+            if (size < longest)
+                expected = crc32_mpeg2_bytewise(data + size, 1, expected);
+        }
+    }
+}
+
+TEST_P(EveryKernel, EqualsTheReferenceFromEveryBitOfTheRegisterForEveryLengthTo4096)
+{
+    // The result is linear in the register too, so its 32 bits stand for every one, whatever the message.
+    const std::vector<unsigned char> zeros(4096);
+    for (int bit = 0; bit < 32; ++bit) {
+        const std::uint32_t start = std::uint32_t{1} << bit;
+        std::uint32_t expected = start;
+        for (std::size_t size = 0; size <= zeros.size(); ++size) {
+            ASSERT_EQ(GetParam().run(zeros.data(), size, start), expected) << bit << ' ' << size;
+            if (size < zeros.size())
+                expected = crc32_mpeg2_bytewise(zeros.data() + size, 1, expected);
+        }
+    }
+}
+
 TEST_P(EveryKernel, EqualsTheReferenceFromEveryStartingRegister)
 {
     const auto bytes = noise(600);
