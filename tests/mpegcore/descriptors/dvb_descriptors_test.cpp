@@ -187,13 +187,19 @@ TEST(Ac3Descriptor, KeepsTheFieldsThatItsFlagsAnnounce)
     EXPECT_EQ(d->additional_info, (Bytes{0xAA, 0xBB}));
 }
 
-TEST(Ac3Descriptor, KeepsMainIdAlone)
+TEST(Ac3Descriptor, KeepsEachFieldAlone)
 {
-    const auto d = golden_ts<ac3_descriptor>({0x6A, 0x02, 0x20, 0x07});
-    EXPECT_EQ(d->mainid_flag, 1);
-    EXPECT_EQ(d->mainid, 7);
-    EXPECT_EQ(d->component_type, 0);
-    EXPECT_TRUE(d->additional_info.empty());
+    using D = ac3_descriptor;
+    constexpr std::array flags{&D::component_type_flag, &D::bsid_flag, &D::mainid_flag, &D::asvc_flag};
+    constexpr std::array values{&D::component_type, &D::bsid, &D::mainid, &D::asvc};
+    for (std::size_t set = 0; set < flags.size(); ++set) {
+        const auto d = golden_ts<D>({0x6A, 0x02, static_cast<unsigned char>(0x80 >> set), 0x07});
+        for (std::size_t at = 0; at < flags.size(); ++at) {
+            EXPECT_EQ((*d).*flags.at(at), at == set ? 1 : 0) << set << ' ' << at;
+            EXPECT_EQ((*d).*values.at(at), at == set ? 7 : 0) << set << ' ' << at;
+        }
+        EXPECT_TRUE(d->additional_info.empty());
+    }
 }
 
 TEST(ExtensionDescriptor, KeepsItsSelectorBytes)
