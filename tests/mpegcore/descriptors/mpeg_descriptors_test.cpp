@@ -32,6 +32,17 @@ TEST(VideoStreamDescriptor, EndsAfterOneByteForMpeg1)
     EXPECT_EQ(d->profile_and_level_indication, 0);
 }
 
+TEST(VideoStreamDescriptor, KeepsConstrainedParametersOfMpeg2)
+{
+    const auto d = golden_ts<video_stream_descriptor>({0x02, 0x03, 0x02, 0x00, 0x20});
+    EXPECT_EQ(d->MPEG_1_only_flag, 0);
+    EXPECT_EQ(d->constrained_parameter_flag, 1);
+    EXPECT_EQ(d->still_picture_flag, 0);
+    EXPECT_EQ(d->chroma_format, 0);
+    EXPECT_EQ(d->frame_rate_extension_flag, 1);
+    EXPECT_EQ(d->reserved, 0);
+}
+
 TEST(AudioStreamDescriptor, KeepsItsFields)
 {
     const auto d = golden_ts<audio_stream_descriptor>({0x03, 0x01, 0x6F});
@@ -39,6 +50,16 @@ TEST(AudioStreamDescriptor, KeepsItsFields)
     EXPECT_EQ(d->ID, 1);
     EXPECT_EQ(d->layer, 2);
     EXPECT_EQ(d->variable_rate_audio_indicator, 1);
+    EXPECT_EQ(d->reserved, 7);
+}
+
+TEST(AudioStreamDescriptor, KeepsAConstantRateBesideReservedOnes)
+{
+    const auto d = golden_ts<audio_stream_descriptor>({0x03, 0x01, 0x97});
+    EXPECT_EQ(d->free_format_flag, 1);
+    EXPECT_EQ(d->ID, 0);
+    EXPECT_EQ(d->layer, 1);
+    EXPECT_EQ(d->variable_rate_audio_indicator, 0);
     EXPECT_EQ(d->reserved, 7);
 }
 
