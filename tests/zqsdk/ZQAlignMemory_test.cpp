@@ -27,6 +27,19 @@ TEST(AlignedMemory, KeepsItsBufferForASmallerRequestOfTheSameAlignment)
     EXPECT_EQ(memory.data()[49], 7);
 }
 
+TEST(AlignedMemory, GrowsBackWithinItsCapacity)
+{
+    Memory memory;
+    memory.alloc(100, 16);
+    memory.data()[99] = 7;
+    unsigned char* const before = memory.data();
+    memory.alloc(50, 16);
+    memory.alloc(100, 16);
+    EXPECT_EQ(memory.data(), before);
+    EXPECT_EQ(memory.size(), 100U);
+    EXPECT_EQ(memory.data()[99], 7);
+}
+
 TEST(AlignedMemory, ReallocatesForAnotherAlignment)
 {
     Memory memory;
