@@ -127,6 +127,22 @@ TEST(Scte35SegmentationDescriptor, FailsWhenTheSubSegmentsThatTheLengthLeavesOpe
     EXPECT_FALSE(scte35_segmentation_descriptor().read(reader));
 }
 
+TEST(Scte35SegmentationDescriptor, ReadsSubSegmentsBehindALengthThatEndsBeforeTheSegments)
+{
+    // Deliberate: only a rest of exactly 3 bytes does without them, not one of 2 or less.
+    for (const unsigned char length : {0, 12, 13, 14}) {
+        ExactBlock block(
+            Bytes{0x02, length, 0x43, 0x55, 0x45, 0x49, 0, 0, 0, 1, 0x7F, 0xBF, 0, 0, 0x34, 1, 2, 8, 9, 0x77});
+        auto reader = block.reader();
+        scte35_segmentation_descriptor d;
+        ASSERT_TRUE(d.read(reader));
+        EXPECT_EQ(d.segments_expected, 2);
+        EXPECT_EQ(d.sub_segment_num, 8);
+        EXPECT_EQ(d.sub_segments_expected, 9);
+        EXPECT_EQ(reader.availableBytes(), 1U);
+    }
+}
+
 TEST(CueIdentifierDescriptor, KeepsItsField)
 {
     EXPECT_EQ(golden_ts<cue_identifier_descriptor>({0x8A, 0x01, 0x03})->cue_stream_type, 3);
