@@ -1,184 +1,28 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/BaseMpegParser.h"
+#include "mpegcore/PacketRecord.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 
 namespace mpegcore
 {
 namespace
 {
-using section_reader = ZQSDK::ZQBSReaderT<unsigned char*>;
-
 constexpr std::size_t longest_partial_packet = ts_packet_size - 1;
 constexpr unsigned long carry_alignment = 8;
-constexpr unsigned short EIT_PID = 0x0012;
-constexpr unsigned short last_table_PID = 0x0014;
 /// What is looked at once to tell whether it needs fetching.
 constexpr unsigned long fetch_block = 64 * ts_packet_size;
 /// Packets ahead of which a thing is fetched: where a PID's state is, what that leads to, where the payload will go.
 constexpr unsigned long state_ahead = 8, links_ahead = 5, payload_ahead = 3;
-constexpr std::size_t section_header_size = 3;
-constexpr std::size_t pointer_field_size = 1;
-constexpr std::size_t shortest_section_unit = 3;
-
-/// The header of a packet without its continuity_counter, for comparison only.
-std::uint32_t header_at(const unsigned char* packet)
-{
-    constexpr unsigned char counted[4] = {0xFF, 0xFF, 0xFF, 0xF0};
-    std::uint32_t header = 0, mask = 0;
-    std::memcpy(&header, packet, sizeof(header));
-    std::memcpy(&mask, counted, sizeof(mask));
-    return header & mask;
-}
-
-unsigned short PID_at(const unsigned char* packet)
-{
-    return static_cast<unsigned short>((packet[1] & 0x1FU) << 8 | packet[2]);
-}
-
-/// The header fields that lie side by side in a record, for every value of the bits they come from.
-struct header_fields
-{
-    std::array<std::uint8_t, 4> first[8];   // sync_byte to transport_priority, by the top 3 bits of byte 1
-    std::array<std::uint8_t, 2> second[16]; // transport_scrambling_control and adaptation_field_control, by byte 3
-};
-static_assert(offsetof(transport_packet, sync_byte) == 0 && offsetof(transport_packet, transport_priority) == 3);
-static_assert(offsetof(transport_packet, adaptation_field_control) ==
-              offsetof(transport_packet, transport_scrambling_control) + 1);
-
-constexpr header_fields make_header_fields()
-{
-    header_fields fields{};
-    for (unsigned bits = 0; bits < 8; ++bits) {
-        fields.first[bits] = {ts_sync_byte, static_cast<std::uint8_t>(bits >> 2),
-                              static_cast<std::uint8_t>(bits >> 1 & 1U), static_cast<std::uint8_t>(bits & 1U)};
-    }
-    for (unsigned bits = 0; bits < 16; ++bits)
-        fields.second[bits] = {static_cast<std::uint8_t>(bits >> 2), static_cast<std::uint8_t>(bits & 3U)};
-    return fields;
-}
-
-constexpr header_fields known_fields = make_header_fields();
-
-/// The fields that differ from packet to packet, or that handling a packet changes.
-void fill_rest(transport_packet& packet, unsigned char* data)
-{
-    packet.continuity_counter = data[3] & 0x0FU;
-    packet.packet = data;
-    packet.packet_size = ts_packet_size;
-    packet.payload = data + ts_header_size;
-    packet.payload_size = ts_payload_size;
-}
-
-/// Makes `packet` the record of the one at `data`, but for the adaptation field. There is a sync byte.
-void fill(transport_packet& packet, unsigned char* data)
-{
-    auto* const record = reinterpret_cast<unsigned char*>(&packet);
-    std::memcpy(record, &known_fields.first[data[1] >> 5], 4);
-    packet.PID = PID_at(data);
-    std::memcpy(record + offsetof(transport_packet, transport_scrambling_control), &known_fields.second[data[3] >> 4],
-                2);
-    fill_rest(packet, data);
-}
-
-/// The same behind a packet with the same header, from whose record `fields` were taken.
-void fill_same(transport_packet& packet, unsigned char* data, const std::array<unsigned char, 8>& fields)
-{
-    static_assert(offsetof(transport_packet, adaptation_field_control) == 7);
-    std::memcpy(reinterpret_cast<unsigned char*>(&packet), fields.data(), fields.size());
-    fill_rest(packet, data);
-}
-
-/// Makes a field all zero again. Nothing behind the PCR is set without its flag.
-void clear_field(adaptation_field_record& field)
-{
-    constexpr std::size_t PCR_end = offsetof(adaptation_field_record, original_program_clock_reference_base);
-    if ((field.OPCR_flag | field.splicing_point_flag | field.transport_private_data_flag |
-         field.adaptation_field_extension_flag) != 0)
-        field = adaptation_field_record{};
-    else
-        std::memset(&field, 0, PCR_end);
-}
 
 bool has_PCR(const transport_packet& packet)
 {
     const auto& field = packet.adaptation_field;
     return (packet.adaptation_field_control & 2U) != 0 && field.adaptation_field_length >= 7 && field.PCR_flag == 1;
 }
-
-/// For the rows of tables.
-using self = CBaseMpegParser;
-
-/// Bytes that the section announces, its header included.
-std::size_t section_size(const unsigned char* section)
-{
-    return section_header_size + ((section[1] & 0x0FU) << 8 | section[2]);
-}
-
-// Saves reading a section over and over while its packets come in; read would find the same.
-bool holds_announced_section(const unsigned char* section, std::size_t size)
-{
-    return size >= section_header_size && size >= section_size(section);
-}
-
-template <class Table>
-void clear_wrapper(CPacketWrapper<Table>& wrapper)
-{
-    wrapper.work->Clear();
-    wrapper.current->Clear();
-    wrapper.valid = 0;
-}
-
-template <class Table>
-void clear_wrapper(CPacketWrapper<Table>& wrapper, known_tables<Table>& known)
-{
-    known.forget();
-    clear_wrapper(wrapper);
-}
 } // namespace
-
-struct CBaseMpegParser::table_row
-{
-    unsigned short PID;
-    unsigned char first_table_id;
-    unsigned char last_table_id;
-    bool needs_announced_length; ///< the table is never read before section_length bytes are there
-    void (CBaseMpegParser::*parse)(unsigned char* section, std::size_t size);
-};
-
-// Ascending by PID.
-const CBaseMpegParser::table_row CBaseMpegParser::table_rows[] = {
-    {0x0000, 0x00, 0xFF, true, &self::parse_table<&self::m_PAT, &self::m_knownPAT, &self::OnPAT>},
-    {0x0001, 0x00, 0xFF, true, &self::parse_table<&self::m_CAT, &self::m_knownCAT, &self::OnCAT>},
-    {0x0002, 0x00, 0xFF, true, &self::parse_table<&self::m_TSDT, &self::m_knownTSDT, &self::OnTSDT>},
-    {0x0010, 0x40, 0x40, true, &self::parse_table<&self::m_NITActual, &self::m_knownNITActual, &self::OnNIT>},
-    {0x0010, 0x41, 0x41, true, &self::parse_table<&self::m_NITOther, &self::m_knownNITOther, &self::OnNIT>},
-    {0x0011, 0x42, 0x42, true, &self::parse_table<&self::m_SDTActual, &self::m_knownSDTActual, &self::OnSDT>},
-    {0x0011, 0x46, 0x46, true, &self::parse_table<&self::m_SDTOther, &self::m_knownSDTOther, &self::OnSDT>},
-    {0x0011, 0x4A, 0x4A, true, &self::parse_table<&self::m_BAT, &self::m_knownBAT, &self::OnBAT>},
-    {0x0012, 0x4E, 0x4E, true, &self::parse_table<&self::m_EITpfActual, &self::m_knownEITpfActual, &self::OnEIT>},
-    {0x0012, 0x4F, 0x4F, true, &self::parse_table<&self::m_EITpfOther, &self::m_knownEITpfOther, &self::OnEIT>},
-    {0x0012, 0x50, 0x5F, true, &self::parse_table<&self::m_EITschActual, &self::m_knownEITschActual, &self::OnEIT>},
-    {0x0012, 0x60, 0x6F, true, &self::parse_table<&self::m_EITschOther, &self::m_knownEITschOther, &self::OnEIT>},
-    {0x0014, 0x70, 0x70, false, &self::parse_anew<&self::m_TDT, &self::OnTDT>},
-    {0x0014, 0x73, 0x73, true, &self::parse_anew<&self::m_TOT, &self::OnTOT>},
-};
-
-/// The first row of a PID up to last_table_PID, or null for one that carries no table.
-const CBaseMpegParser::table_row* CBaseMpegParser::first_row(unsigned short PID)
-{
-    static const auto rows = [] {
-        std::array<const table_row*, last_table_PID + 1> first{};
-        for (std::size_t at = std::size(table_rows); at-- > 0;)
-            first[table_rows[at].PID] = &table_rows[at];
-        return first;
-    }();
-    return rows[PID];
-}
 
 CBaseMpegParser::CBaseMpegParser(bool use_carry)
     : m_PIDs(new CBasePID[pid_count]),
@@ -197,29 +41,6 @@ void CBaseMpegParser::Clear()
     clear_tables();
     for (unsigned PID = 0; PID < pid_count; ++PID)
         m_PIDs[PID].clear();
-}
-
-void CBaseMpegParser::clear_tables()
-{
-    clear_wrapper(m_PAT, m_knownPAT);
-    clear_wrapper(m_CAT, m_knownCAT);
-    clear_wrapper(m_TSDT, m_knownTSDT);
-    clear_wrapper(m_EITpfActual, m_knownEITpfActual);
-    clear_wrapper(m_EITpfOther, m_knownEITpfOther);
-    clear_wrapper(m_EITschActual, m_knownEITschActual);
-    clear_wrapper(m_EITschOther, m_knownEITschOther);
-    clear_wrapper(m_SDTActual, m_knownSDTActual);
-    clear_wrapper(m_SDTOther, m_knownSDTOther);
-    clear_wrapper(m_BAT, m_knownBAT);
-    clear_wrapper(m_NITActual, m_knownNITActual);
-    clear_wrapper(m_NITOther, m_knownNITOther);
-    clear_wrapper(m_TDT);
-    clear_wrapper(m_TOT);
-    m_routes.clear();
-    m_PMTs.clear();
-    m_PMTs_size = 0;
-    m_carryBuffer = {};
-    m_carry = 0;
 }
 
 void CBaseMpegParser::OnPES(unsigned short, const CBaseStreamTypeMap*, transport_packet*) {}
@@ -458,93 +279,6 @@ bool CBaseMpegParser::pass_adaptation_field(transport_packet& packet)
     if (field_size > 1 && packet.adaptation_field.PCR_flag == 1)
         OnPCR(&packet);
     return true;
-}
-
-void CBaseMpegParser::follow(const CPAT& pat) { m_routes.set_PAT(pat); }
-
-void CBaseMpegParser::follow(const CCAT& cat) { m_routes.set_CAT(cat); }
-
-void CBaseMpegParser::parse_section(unsigned short PID, const table_row* row)
-{
-    const CDataAccumulator* unit = m_PIDs[PID].collecting;
-    if (unit == nullptr || unit->size < shortest_section_unit) {
-        if (PID == EIT_PID)
-            std::puts("mpegcore: eit pkt skip");
-        return;
-    }
-    unsigned char* const section = unit->data + pointer_field_size;
-    const std::size_t size = unit->size - pointer_field_size;
-    const unsigned char table_id = section[0];
-    for (; row != std::end(table_rows) && row->PID == PID; ++row) {
-        if (table_id < row->first_table_id || table_id > row->last_table_id)
-            continue;
-        if (row->needs_announced_length && !holds_announced_section(section, size))
-            return;
-        (this->*row->parse)(section, size);
-        return;
-    }
-}
-
-template <auto Wrapper, auto Callback>
-void CBaseMpegParser::parse_anew(unsigned char* section, std::size_t size)
-{
-    auto& wrapper = this->*Wrapper;
-    section_reader reader(section, size);
-    if (wrapper.Parser(reader) == 0)
-        return;
-    follow(*wrapper.current);
-    (this->*Callback)(wrapper.current);
-}
-
-template <auto Wrapper, auto Known, auto Callback>
-void CBaseMpegParser::parse_table(unsigned char* section, std::size_t size)
-{
-    if (m_editableTables) // read past it, Known notices
-        return parse_anew<Wrapper, Callback>(section, size);
-    auto& wrapper = this->*Wrapper;
-    const section_reading result = (this->*Known).read(section, section_size(section));
-    if (result == section_reading::fresh)
-        follow(*wrapper.current);
-    if (result != section_reading::failed)
-        (this->*Callback)(wrapper.current);
-}
-
-void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
-{
-    const CDataAccumulator* unit = m_PIDs[PID].collecting;
-    if (unit == nullptr || unit->size < shortest_section_unit)
-        return;
-    unsigned char* const section = unit->data + pointer_field_size;
-    const std::size_t size = unit->size - pointer_field_size;
-    if (!holds_announced_section(section, size))
-        return;
-    PID_route& route = m_routes[PID];
-    if (!route.pmt) {
-        auto& wrapper = m_PMTs[PID];
-        wrapper = std::make_unique<CPacketWrapper<CPMT>>();
-        route.pmt = std::make_unique<carried_PMT>();
-        route.pmt->wrapper = wrapper.get();
-    }
-    carried_PMT& carried = *route.pmt;
-    auto& wrapper = *carried.wrapper;
-    // PMTs come again and again; reading the same bytes would give the same table.
-    auto& known = carried.section;
-    if (!carried.may_be_edited && !known.empty() && known.size() <= size &&
-        std::memcmp(known.data(), section, known.size()) == 0)
-    {
-        carried.as_read.restore(*wrapper.current);
-    } else {
-        const std::size_t PMTs_size = m_PMTs_size - known.size() + section_size(section);
-        section_reader reader(section, size);
-        if (PMTs_size > PMT_limit || wrapper.Parser(reader) == 0)
-            return;
-        known.assign(section, section + section_size(section));
-        carried.as_read.note(*wrapper.current);
-        m_PMTs_size = PMTs_size;
-        m_routes.set_PMT(PID, *wrapper.current);
-    }
-    carried.may_be_edited = m_editableTables;
-    OnPMT(&program, wrapper.current);
 }
 
 void CBaseMpegParser::report_without_stream(const program_route& route, transport_packet& packet)

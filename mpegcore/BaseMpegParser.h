@@ -140,6 +140,7 @@ protected:
 private:
     struct table_row;
     static const table_row table_rows[14];
+    static constexpr unsigned short last_table_PID = 0x0014;
 
     bool reports_units();
     unsigned long process_packets(unsigned char* data, unsigned long size, unsigned long end);

@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// The part of the parser that reads sections.
+#include "mpegcore/BaseMpegParser.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+namespace mpegcore
+{
+namespace
+{
+using section_reader = ZQSDK::ZQBSReaderT<unsigned char*>;
+
+constexpr unsigned short EIT_PID = 0x0012;
+constexpr std::size_t section_header_size = 3;
+constexpr std::size_t pointer_field_size = 1;
+constexpr std::size_t shortest_section_unit = 3;
+
+/// For the rows of tables.
+using self = CBaseMpegParser;
+
+/// Bytes that the section announces, its header included.
+std::size_t section_size(const unsigned char* section)
+{
+    return section_header_size + ((section[1] & 0x0FU) << 8 | section[2]);
+}
+
+// Saves reading a section over and over while its packets come in; read would find the same.
+bool holds_announced_section(const unsigned char* section, std::size_t size)
+{
+    return size >= section_header_size && size >= section_size(section);
+}
+
+template <class Table>
+void clear_wrapper(CPacketWrapper<Table>& wrapper)
+{
+    wrapper.work->Clear();
+    wrapper.current->Clear();
+    wrapper.valid = 0;
+}
+
+template <class Table>
+void clear_wrapper(CPacketWrapper<Table>& wrapper, known_tables<Table>& known)
+{
+    known.forget();
+    clear_wrapper(wrapper);
+}
+} // namespace
+
+struct CBaseMpegParser::table_row
+{
+    unsigned short PID;
+    unsigned char first_table_id;
+    unsigned char last_table_id;
+    bool needs_announced_length; ///< the table is never read before section_length bytes are there
+    void (CBaseMpegParser::*parse)(unsigned char* section, std::size_t size);
+};
+
+// Ascending by PID.
+const CBaseMpegParser::table_row CBaseMpegParser::table_rows[] = {
+    {0x0000, 0x00, 0xFF, true, &self::parse_table<&self::m_PAT, &self::m_knownPAT, &self::OnPAT>},
+    {0x0001, 0x00, 0xFF, true, &self::parse_table<&self::m_CAT, &self::m_knownCAT, &self::OnCAT>},
+    {0x0002, 0x00, 0xFF, true, &self::parse_table<&self::m_TSDT, &self::m_knownTSDT, &self::OnTSDT>},
+    {0x0010, 0x40, 0x40, true, &self::parse_table<&self::m_NITActual, &self::m_knownNITActual, &self::OnNIT>},
+    {0x0010, 0x41, 0x41, true, &self::parse_table<&self::m_NITOther, &self::m_knownNITOther, &self::OnNIT>},
+    {0x0011, 0x42, 0x42, true, &self::parse_table<&self::m_SDTActual, &self::m_knownSDTActual, &self::OnSDT>},
+    {0x0011, 0x46, 0x46, true, &self::parse_table<&self::m_SDTOther, &self::m_knownSDTOther, &self::OnSDT>},
+    {0x0011, 0x4A, 0x4A, true, &self::parse_table<&self::m_BAT, &self::m_knownBAT, &self::OnBAT>},
+    {0x0012, 0x4E, 0x4E, true, &self::parse_table<&self::m_EITpfActual, &self::m_knownEITpfActual, &self::OnEIT>},
+    {0x0012, 0x4F, 0x4F, true, &self::parse_table<&self::m_EITpfOther, &self::m_knownEITpfOther, &self::OnEIT>},
+    {0x0012, 0x50, 0x5F, true, &self::parse_table<&self::m_EITschActual, &self::m_knownEITschActual, &self::OnEIT>},
+    {0x0012, 0x60, 0x6F, true, &self::parse_table<&self::m_EITschOther, &self::m_knownEITschOther, &self::OnEIT>},
+    {0x0014, 0x70, 0x70, false, &self::parse_anew<&self::m_TDT, &self::OnTDT>},
+    {0x0014, 0x73, 0x73, true, &self::parse_anew<&self::m_TOT, &self::OnTOT>},
+};
+
+/// The first row of a PID up to last_table_PID, or null for one that carries no table.
+const CBaseMpegParser::table_row* CBaseMpegParser::first_row(unsigned short PID)
+{
+    static const auto rows = [] {
+        std::array<const table_row*, last_table_PID + 1> first{};
+        for (std::size_t at = std::size(table_rows); at-- > 0;)
+            first[table_rows[at].PID] = &table_rows[at];
+        return first;
+    }();
+    return rows[PID];
+}
+void CBaseMpegParser::clear_tables()
+{
+    clear_wrapper(m_PAT, m_knownPAT);
+    clear_wrapper(m_CAT, m_knownCAT);
+    clear_wrapper(m_TSDT, m_knownTSDT);
+    clear_wrapper(m_EITpfActual, m_knownEITpfActual);
+    clear_wrapper(m_EITpfOther, m_knownEITpfOther);
+    clear_wrapper(m_EITschActual, m_knownEITschActual);
+    clear_wrapper(m_EITschOther, m_knownEITschOther);
+    clear_wrapper(m_SDTActual, m_knownSDTActual);
+    clear_wrapper(m_SDTOther, m_knownSDTOther);
+    clear_wrapper(m_BAT, m_knownBAT);
+    clear_wrapper(m_NITActual, m_knownNITActual);
+    clear_wrapper(m_NITOther, m_knownNITOther);
+    clear_wrapper(m_TDT);
+    clear_wrapper(m_TOT);
+    m_routes.clear();
+    m_PMTs.clear();
+    m_PMTs_size = 0;
+    m_carryBuffer = {};
+    m_carry = 0;
+}
+
+void CBaseMpegParser::follow(const CPAT& pat) { m_routes.set_PAT(pat); }
+
+void CBaseMpegParser::follow(const CCAT& cat) { m_routes.set_CAT(cat); }
+
+void CBaseMpegParser::parse_section(unsigned short PID, const table_row* row)
+{
+    const CDataAccumulator* unit = m_PIDs[PID].collecting;
+    if (unit == nullptr || unit->size < shortest_section_unit) {
+        if (PID == EIT_PID)
+            std::puts("mpegcore: eit pkt skip");
+        return;
+    }
+    unsigned char* const section = unit->data + pointer_field_size;
+    const std::size_t size = unit->size - pointer_field_size;
+    const unsigned char table_id = section[0];
+    for (; row != std::end(table_rows) && row->PID == PID; ++row) {
+        if (table_id < row->first_table_id || table_id > row->last_table_id)
+            continue;
+        if (row->needs_announced_length && !holds_announced_section(section, size))
+            return;
+        (this->*row->parse)(section, size);
+        return;
+    }
+}
+
+template <auto Wrapper, auto Callback>
+void CBaseMpegParser::parse_anew(unsigned char* section, std::size_t size)
+{
+    auto& wrapper = this->*Wrapper;
+    section_reader reader(section, size);
+    if (wrapper.Parser(reader) == 0)
+        return;
+    follow(*wrapper.current);
+    (this->*Callback)(wrapper.current);
+}
+
+template <auto Wrapper, auto Known, auto Callback>
+void CBaseMpegParser::parse_table(unsigned char* section, std::size_t size)
+{
+    if (m_editableTables) // read past it, Known notices
+        return parse_anew<Wrapper, Callback>(section, size);
+    auto& wrapper = this->*Wrapper;
+    const section_reading result = (this->*Known).read(section, section_size(section));
+    if (result == section_reading::fresh)
+        follow(*wrapper.current);
+    if (result != section_reading::failed)
+        (this->*Callback)(wrapper.current);
+}
+
+void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
+{
+    const CDataAccumulator* unit = m_PIDs[PID].collecting;
+    if (unit == nullptr || unit->size < shortest_section_unit)
+        return;
+    unsigned char* const section = unit->data + pointer_field_size;
+    const std::size_t size = unit->size - pointer_field_size;
+    if (!holds_announced_section(section, size))
+        return;
+    PID_route& route = m_routes[PID];
+    if (!route.pmt) {
+        auto& wrapper = m_PMTs[PID];
+        wrapper = std::make_unique<CPacketWrapper<CPMT>>();
+        route.pmt = std::make_unique<carried_PMT>();
+        route.pmt->wrapper = wrapper.get();
+    }
+    carried_PMT& carried = *route.pmt;
+    auto& wrapper = *carried.wrapper;
+    // PMTs come again and again; reading the same bytes would give the same table.
+    auto& known = carried.section;
+    if (!carried.may_be_edited && !known.empty() && known.size() <= size &&
+        std::memcmp(known.data(), section, known.size()) == 0)
+    {
+        carried.as_read.restore(*wrapper.current);
+    } else {
+        const std::size_t PMTs_size = m_PMTs_size - known.size() + section_size(section);
+        section_reader reader(section, size);
+        if (PMTs_size > PMT_limit || wrapper.Parser(reader) == 0)
+            return;
+        known.assign(section, section + section_size(section));
+        carried.as_read.note(*wrapper.current);
+        m_PMTs_size = PMTs_size;
+        m_routes.set_PMT(PID, *wrapper.current);
+    }
+    carried.may_be_edited = m_editableTables;
+    OnPMT(&program, wrapper.current);
+}
+
+} // namespace mpegcore
