@@ -43,9 +43,9 @@ namespace mpegcore
 ///
 /// Memory: a parser's payload units together take at most `unit_memory_limit`, one unit at most
 /// CBasePID::max_unit_size; what would pass a limit is discarded up to the PID's next unit start. The sections of its
-/// PMTs together have at most `PMT_limit` bytes; one that would pass it is not read. Tables that are kept because their
-/// sections come again and again take about `known_tables_limit` at most for each of the members below, those of EIT
-/// schedules about `known_schedule_limit`.
+/// PMTs together have at most `PMT_limit` bytes, which become descriptors of up to 200 times that size; one that would
+/// pass it is not read. Tables that are kept because their sections come again and again take about
+/// `known_tables_limit` at most for each of the members below, those of EIT schedules about `known_schedule_limit`.
 class CBaseMpegParser
 {
 public:
