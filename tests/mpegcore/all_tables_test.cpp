@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <random>
 
 using namespace mpegcore;
@@ -178,8 +179,9 @@ TYPED_TEST(AllTables, ReadInUnalignedMemory)
     }
 }
 
-TYPED_TEST(AllTables, SurviveShortSectionsWithAGoodCrc)
+TYPED_TEST(AllTables, TakeNoMoreFromAShortSectionWithAGoodCrcThanItHolds)
 {
+    const std::size_t empty = Roomy<TypeParam>{}.calc_section_length();
     for (std::size_t length = 0; length <= 20; ++length)
         for (const unsigned char filler : {0x00, 0x01, 0x0F, 0xFF}) {
             Bytes bytes(3 + length - (length < 4 ? 0 : 4), filler);
@@ -189,8 +191,10 @@ TYPED_TEST(AllTables, SurviveShortSectionsWithAGoodCrc)
             if (length >= 4)
                 bytes = zqtest::with_crc(bytes);
             Roomy<TypeParam> back;
-            static_cast<void>(zqtest::read(back, bytes));
-            EXPECT_LE(back.calc_section_length(), 2U * 4095) << length;
+            if (zqtest::read(back, bytes)) {
+                EXPECT_LE(back.calc_section_length(), std::max(length, empty)) << length;
+            }
+            EXPECT_EQ(back.section_length, length);
         }
 }
 
