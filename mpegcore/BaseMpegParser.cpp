@@ -166,10 +166,20 @@ inline void CBaseMpegParser::process_packet(unsigned char* data)
     __builtin_prefetch(&m_PIDs[state_PID], 1);
     __builtin_prefetch(&m_routes[state_PID]);
     __builtin_prefetch(m_PIDs[PID_at(data + links_ahead * ts_packet_size)].collecting, 1);
-    const CDataAccumulator* const unit = m_PIDs[PID_at(data + payload_ahead * ts_packet_size)].collecting;
-    if (unit != nullptr && unit->capacity - unit->size >= ts_payload_size)
-        for (std::size_t at = 0; at < ts_payload_size; at += 64)
-            __builtin_prefetch(unit->data + unit->size + at, 1);
+    const unsigned char* const next = data + payload_ahead * ts_packet_size;
+    const CBasePID& state = m_PIDs[PID_at(next)];
+    const bool begins = (next[1] & 0x40U) != 0;
+    const CDataAccumulator* const unit = begins ? state.completed : state.collecting;
+    if (unit == nullptr)
+        return;
+    const std::size_t at = begins ? 0 : unit->size;
+    if (unit->capacity - at < ts_payload_size)
+        return;
+    const unsigned char* const room = unit->data + at;
+    __builtin_prefetch(room, 1);
+    __builtin_prefetch(room + 64, 1);
+    __builtin_prefetch(room + 128, 1);
+    __builtin_prefetch(room + ts_payload_size - 1, 1);
 }
 
 /// Whether the packets from here on change their PID more often than not; in a row of one PID everything is at hand.
