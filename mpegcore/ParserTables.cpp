@@ -87,6 +87,7 @@ const CBaseMpegParser::table_row* CBaseMpegParser::first_row(unsigned short PID)
     }();
     return rows[PID];
 }
+
 void CBaseMpegParser::clear_tables()
 {
     clear_wrapper(m_PAT, m_knownPAT);
@@ -196,5 +197,4 @@ void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
     carried.may_be_edited = m_editableTables;
     OnPMT(&program, wrapper.current);
 }
-
 } // namespace mpegcore
