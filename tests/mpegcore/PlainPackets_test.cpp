@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
 #include <random>
 
 using mpegcore::transport_packet;
@@ -77,7 +78,6 @@ void walk(P& parser, Bytes& data)
         parser.OnProcess(0, packet);
     }
 }
-
 } // namespace
 
 TEST_F(PlainPackets, GivesTheSameWhetherOrNotPacketsComeInRowsThatLookAlike)
@@ -120,6 +120,31 @@ TEST_F(PlainPackets, GivesTheSameWhetherOrNotPacketsComeInRowsThatLookAlike)
                       Bytes(b.collecting->data, b.collecting->data + b.collecting->size))
                 << PID;
         }
+    }
+}
+
+TEST_F(PlainPackets, OfAMultiplexThatLosesSyncAreTheSameInOnePieceAsInMany)
+{
+    std::mt19937 random(11);
+    stream.section(0, PAT({{1, 0x100}})).section(0x100, PMT(1, 0x1FFE, {0x101, 0x102, 0x103}));
+    for (int count = 0; count < 3000; ++count) {
+        stream.packet(0x101 + random() % 5, random() % 9 == 0 ? begins : goes_on, payload);
+        if (random() % 40 == 0)
+            stream.data.insert(stream.data.end(), random() % 400, static_cast<unsigned char>(random() % 0x47));
+    }
+    // Nothing behind the data: what is fetched ahead must not be looked for there.
+    const auto data = std::make_unique<unsigned char[]>(stream.data.size());
+    std::copy(stream.data.begin(), stream.data.end(), data.get());
+    Journal whole(true);
+    const auto consumed = whole.Process(data.get(), stream.data.size());
+    EXPECT_EQ(whole.begun, 3002);
+    for (const std::size_t piece : {1UL, 188UL, 1316UL, 188 * 17UL, 188 * 70UL + 5}) {
+        Journal pieces(true);
+        std::size_t sum = 0;
+        for (std::size_t at = 0; at < stream.data.size(); at += piece)
+            sum += pieces.Process(data.get() + at, std::min(piece, stream.data.size() - at));
+        EXPECT_EQ(sum, consumed) << piece;
+        EXPECT_EQ(pieces.lines, whole.lines) << piece;
     }
 }
 
