@@ -2,6 +2,7 @@
 // The plugin as a user's program meets it: a file that GStreamer loads.
 #include "support/element.h"
 #include "support/net_sandbox.h"
+#include "support/threads.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
 
@@ -45,7 +46,9 @@ int launch_and_interrupt(std::vector<std::string> arguments, std::uint16_t port)
             ::execvp(argv[0], argv.data());
         ::_exit(127);
     }
-    std::this_thread::sleep_for(1500ms);
+    // By then the launcher has its handler for the interrupt; some more for data to flow.
+    support::eventually([&] { return support::receive_threads(std::to_string(child)) == 1; }, 60s);
+    std::this_thread::sleep_for(500ms);
     ::kill(child, SIGINT);
     int status = 0;
     const bool ended = support::eventually([&] { return ::waitpid(child, &status, WNOHANG) == child; }, 60s);

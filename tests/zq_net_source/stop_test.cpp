@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Stopping must never wait for downstream, whatever holds the receive thread.
 #include "support/element.h"
+#include "support/threads.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
 #include "zq_net_source/zq_net_buffer_pool.h"
@@ -10,51 +11,18 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <condition_variable>
 #include <cstdlib>
-#include <fstream>
 #include <mutex>
 
 using namespace std::chrono_literals;
 using support::eventually;
 using support::figure;
 using support::pattern;
+using support::receive_threads;
 
 namespace
 {
-/// What /proc/self/task/N/stat says of a thread: its name, and the seventh field behind it, the kernel's flags.
-struct thread_stat
-{
-    explicit thread_stat(const char* task)
-    {
-        std::ifstream file{std::string{"/proc/self/task/"} + task + "/stat"};
-        std::getline(file.ignore(INT_MAX, '('), name, ')');
-        std::string skipped;
-        for (int field = 1; field < 7; ++field)
-            file >> skipped;
-        file >> flags;
-    }
-    /// PF_EXITING of the kernel's sched.h: set before a join returns, while the thread is listed a moment longer.
-    bool exiting() const { return (flags & 4) != 0; }
-
-    std::string name;
-    unsigned flags = 0;
-};
-
-/// Threads of this process that receive for an element.
-int receive_threads()
-{
-    int count = 0;
-    GDir* tasks = g_dir_open("/proc/self/task", 0, nullptr);
-    while (const char* task = g_dir_read_name(tasks)) {
-        const thread_stat stat{task};
-        count += stat.name == "zqnetsource" && !stat.exiting() ? 1 : 0;
-    }
-    g_dir_close(tasks);
-    return count;
-}
-
 /// Cycles of PLAYING, PAUSED, PLAYING, NULL; fewer where everything takes longer (sanitizers).
 int cycles()
 {
