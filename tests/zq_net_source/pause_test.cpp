@@ -68,11 +68,11 @@ TEST(Element, LosesNoBufferToASynchronisedSinkAfterAPause)
     ASSERT_TRUE(stand.saw(before + 200));
     GstStructure* stats = nullptr;
     g_object_get(support::named(stand.pipeline, "sink").get(), "stats", &stats, nullptr);
-    guint64 rendered = 0;
+    guint64 rendered = 0; // since the pause, which sets it back
     gst_structure_get_uint64(stats, "rendered", &rendered);
     gst_structure_free(stats);
-    // A busy machine may make a few late; without the base every one after the pause would be.
-    EXPECT_GE(rendered, before + 100);
+    // The last may be on its way, and a busy machine may make a few late; without the base every one is.
+    EXPECT_GE(rendered, 190U);
 }
 
 TEST(Element, KeepsTheLastErrorOverAPause)
