@@ -7,6 +7,8 @@
 
 namespace mpegcore
 {
+static_assert(sizeof(CBasePID) == alignof(CBasePID), "every packet would need a second cache line");
+
 CBasePID::~CBasePID()
 {
     delete collecting;

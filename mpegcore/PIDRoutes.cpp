@@ -7,6 +7,8 @@
 
 namespace mpegcore
 {
+static_assert(sizeof(PID_route) == alignof(PID_route), "every packet would need a second cache line");
+
 namespace
 {
 constexpr unsigned char CA_descriptor_tag = 9;
