@@ -40,15 +40,15 @@ public:
     void push(unsigned char* packet)
     {
         const unsigned PID = (packet[1] & 0x1FU) << 8 | packet[2];
-        if (handles_[PID] != nullptr)
-            dvbpsi_packet_push(handles_[PID], packet);
+        if (m_handles[PID] != nullptr)
+            dvbpsi_packet_push(m_handles[PID], packet);
     }
 
     std::size_t tables = 0;
     std::size_t events = 0;
 
 private:
-    dvbpsi_t* open(unsigned PID) { return handles_[PID] = dvbpsi_new(nullptr, DVBPSI_MSG_NONE); }
+    dvbpsi_t* open(unsigned PID) { return m_handles[PID] = dvbpsi_new(nullptr, DVBPSI_MSG_NONE); }
 
     template <class Table, void (*Delete)(Table*)>
     static void on(void* opaque, Table* table)
@@ -69,7 +69,7 @@ private:
     {
         auto& peer = *static_cast<DvbpsiPeer*>(opaque);
         for (const auto* program = table->p_first_program; program != nullptr; program = program->p_next)
-            if (program->i_number != 0 && peer.handles_[program->i_pid] == nullptr)
+            if (program->i_number != 0 && peer.m_handles[program->i_pid] == nullptr)
                 dvbpsi_pmt_attach(peer.open(program->i_pid), program->i_number, on<dvbpsi_pmt_t, dvbpsi_pmt_delete>,
                                   opaque);
         on<dvbpsi_pat_t, dvbpsi_pat_delete>(opaque, table);
@@ -90,6 +90,6 @@ private:
     }
 
     // Left to the end of the program, as they are: the library takes its decoders down one by one.
-    std::array<dvbpsi_t*, 8192> handles_{};
+    std::array<dvbpsi_t*, 8192> m_handles{};
 };
 } // namespace zqbench

@@ -17,24 +17,24 @@ namespace zqbench
 class FFmpegPeer
 {
 public:
-    FFmpegPeer(const zqtest::Bytes& stream, int flags) : stream_(stream), packet_(av_packet_alloc())
+    FFmpegPeer(const zqtest::Bytes& stream, int flags) : m_stream(stream), m_packet(av_packet_alloc())
     {
         av_log_set_level(AV_LOG_QUIET);
         constexpr int buffer_size = 64 * 1024;
-        io_ = avio_alloc_context(static_cast<unsigned char*>(av_malloc(buffer_size)), buffer_size, 0, this, read,
-                                 nullptr, nullptr);
-        context_ = avformat_alloc_context();
-        context_->pb = io_;
-        context_->flags |= flags;
-        if (avformat_open_input(&context_, "memory", av_find_input_format("mpegts"), nullptr) < 0)
+        m_io = avio_alloc_context(static_cast<unsigned char*>(av_malloc(buffer_size)), buffer_size, 0, this, read,
+                                  nullptr, nullptr);
+        m_context = avformat_alloc_context();
+        m_context->pb = m_io;
+        m_context->flags |= flags;
+        if (avformat_open_input(&m_context, "memory", av_find_input_format("mpegts"), nullptr) < 0)
             throw std::runtime_error("FFmpeg does not open the stream");
     }
     ~FFmpegPeer()
     {
-        avformat_close_input(&context_);
-        av_freep(&io_->buffer);
-        avio_context_free(&io_);
-        av_packet_free(&packet_);
+        avformat_close_input(&m_context);
+        av_freep(&m_io->buffer);
+        avio_context_free(&m_io);
+        av_packet_free(&m_packet);
     }
     FFmpegPeer(const FFmpegPeer&) = delete;
     FFmpegPeer& operator=(const FFmpegPeer&) = delete;
@@ -42,34 +42,34 @@ public:
     /// Reads frames until another `bytes` bytes went in; returns how many did.
     std::size_t run(std::size_t bytes)
     {
-        const std::size_t begin = taken_;
-        while (taken_ - begin < bytes) {
-            if (av_read_frame(context_, packet_) < 0)
+        const std::size_t begin = m_taken;
+        while (m_taken - begin < bytes) {
+            if (av_read_frame(m_context, m_packet) < 0)
                 throw std::runtime_error("FFmpeg stops reading");
             ++frames;
-            av_packet_unref(packet_);
+            av_packet_unref(m_packet);
         }
-        return taken_ - begin;
+        return m_taken - begin;
     }
 
-    unsigned streams() const { return context_->nb_streams; }
+    unsigned streams() const { return m_context->nb_streams; }
     std::size_t frames = 0;
 
 private:
     static int read(void* opaque, std::uint8_t* out, int size)
     {
         auto& peer = *static_cast<FFmpegPeer*>(opaque);
-        const std::size_t at = peer.taken_ % peer.stream_.size();
-        const std::size_t count = std::min(static_cast<std::size_t>(size), peer.stream_.size() - at);
-        std::memcpy(out, peer.stream_.data() + at, count);
-        peer.taken_ += count;
+        const std::size_t at = peer.m_taken % peer.m_stream.size();
+        const std::size_t count = std::min(static_cast<std::size_t>(size), peer.m_stream.size() - at);
+        std::memcpy(out, peer.m_stream.data() + at, count);
+        peer.m_taken += count;
         return static_cast<int>(count);
     }
 
-    const zqtest::Bytes& stream_;
-    std::size_t taken_ = 0;
-    AVIOContext* io_ = nullptr;
-    AVFormatContext* context_ = nullptr;
-    AVPacket* packet_;
+    const zqtest::Bytes& m_stream;
+    std::size_t m_taken = 0;
+    AVIOContext* m_io = nullptr;
+    AVFormatContext* m_context = nullptr;
+    AVPacket* m_packet;
 };
 } // namespace zqbench

@@ -13,34 +13,34 @@ class MultiplexStream
 public:
     /// `packets_per_second` counts those of the whole multiplex.
     MultiplexStream(unsigned programmes, unsigned packets_per_second)
-        : programmes_(programmes),
-          second_(packets_per_second),
-          picture_(packets_per_second * 18 / 20 / programmes / 25 * mpegcore::ts_payload_size),
-          mux_(programmes),
-          streams_(programmes * 3)
+        : m_programmes(programmes),
+          m_second(packets_per_second),
+          m_picture(packets_per_second * 18 / 20 / programmes / 25 * mpegcore::ts_payload_size),
+          m_mux(programmes),
+          m_streams(programmes * 3)
     {
         for (unsigned at = 0; at < programmes; ++at) {
-            streams_[3 * at].PID = zqtest::Multiplex::video_PID(at);
-            streams_[3 * at].stream_id = 0xE0;
+            m_streams[3 * at].PID = zqtest::Multiplex::video_PID(at);
+            m_streams[3 * at].stream_id = 0xE0;
             for (unsigned track = 0; track < 2; ++track) {
-                streams_[3 * at + 1 + track].PID = zqtest::Multiplex::audio_PID(at, track);
-                streams_[3 * at + 1 + track].stream_id = static_cast<unsigned char>(0xC0 + track);
+                m_streams[3 * at + 1 + track].PID = zqtest::Multiplex::audio_PID(at, track);
+                m_streams[3 * at + 1 + track].stream_id = static_cast<unsigned char>(0xC0 + track);
             }
         }
     }
 
     zqtest::Bytes make(std::size_t packets)
     {
-        while (out_.packets() < packets) {
-            if (out_.packets() >= next_tables_) {
+        while (m_out.packets() < packets) {
+            if (m_out.packets() >= m_next_tables) {
                 tables();
-                next_tables_ += second_ / 10;
+                m_next_tables += m_second / 10;
             }
-            const unsigned programme = mux_.below(programmes_);
-            const unsigned weight = mux_.below(20);
-            elementary(streams_[3 * programme + (weight < 18 ? 0 : weight - 17)]);
+            const unsigned programme = m_mux.below(m_programmes);
+            const unsigned weight = m_mux.below(20);
+            elementary(m_streams[3 * programme + (weight < 18 ? 0 : weight - 17)]);
         }
-        return out_.data;
+        return m_out.data;
     }
 
 private:
@@ -56,54 +56,54 @@ private:
     {
         const bool video = stream.stream_id == 0xE0;
         if (stream.sent == stream.PES.size()) {
-            const std::uint64_t now = out_.packets() * std::uint64_t{90000} / second_;
-            stream.PES = mux_.PES(stream.stream_id, now + 9000,
-                                  video ? picture_ / 2 + mux_.below(picture_) : 1500 + mux_.below(1500));
+            const std::uint64_t now = m_out.packets() * std::uint64_t{90000} / m_second;
+            stream.PES = m_mux.PES(stream.stream_id, now + 9000,
+                                   video ? m_picture / 2 + m_mux.below(m_picture) : 1500 + m_mux.below(1500));
             stream.sent = 0;
             if (video) {
                 const zqtest::Bytes first(stream.PES.begin(), stream.PES.begin() + 176);
-                out_.PCR(stream.PID, now, 0, zqtest::Stream::begins, first);
+                m_out.PCR(stream.PID, now, 0, zqtest::Stream::begins, first);
                 stream.sent = 176;
                 return;
             }
         }
         const std::size_t size = std::min<std::size_t>(stream.PES.size() - stream.sent, mpegcore::ts_payload_size);
-        out_.packet(stream.PID, stream.sent == 0 ? zqtest::Stream::begins : zqtest::Stream::goes_on,
-                    stream.PES.data() + stream.sent, size);
+        m_out.packet(stream.PID, stream.sent == 0 ? zqtest::Stream::begins : zqtest::Stream::goes_on,
+                     stream.PES.data() + stream.sent, size);
         stream.sent += size;
     }
 
     /// A tenth of a second's worth.
     void tables()
     {
-        out_.section(0x0000, mux_.PAT());
-        for (unsigned at = 0; at < programmes_; ++at)
-            out_.section(zqtest::Multiplex::PMT_PID(at), mux_.PMT(at));
-        if (round_ % 10 == 0) {
-            out_.section(0x0010, mux_.NIT());
-            for (const auto& section : mux_.SDT())
-                out_.section(0x0011, section);
-            out_.section(0x0014, mux_.TDT());
+        m_out.section(0x0000, m_mux.PAT());
+        for (unsigned at = 0; at < m_programmes; ++at)
+            m_out.section(zqtest::Multiplex::PMT_PID(at), m_mux.PMT(at));
+        if (m_round % 10 == 0) {
+            m_out.section(0x0010, m_mux.NIT());
+            for (const auto& section : m_mux.SDT())
+                m_out.section(0x0011, section);
+            m_out.section(0x0014, m_mux.TDT());
         }
-        for (unsigned at = 0; at < programmes_; ++at) {
-            if ((at + round_) % 10 == 0) {
-                out_.section(0x0012, mux_.EIT(at, 0x4E, 0, 1, 1));
-                out_.section(0x0012, mux_.EIT(at, 0x4E, 1, 1, 1));
+        for (unsigned at = 0; at < m_programmes; ++at) {
+            if ((at + m_round) % 10 == 0) {
+                m_out.section(0x0012, m_mux.EIT(at, 0x4E, 0, 1, 1));
+                m_out.section(0x0012, m_mux.EIT(at, 0x4E, 1, 1, 1));
             }
-            if ((at + round_) % 20 == 0)
-                out_.section(0x0012, mux_.EIT(at, 0x50, round_ % 8, 7, 8));
+            if ((at + m_round) % 20 == 0)
+                m_out.section(0x0012, m_mux.EIT(at, 0x50, m_round % 8, 7, 8));
         }
-        ++round_;
+        ++m_round;
     }
 
-    unsigned programmes_;
-    unsigned second_;
-    unsigned picture_; ///< mean bytes of a video PES packet, 25 a second
-    zqtest::Multiplex mux_;
-    zqtest::Stream out_;
-    std::vector<elementary_stream> streams_;
-    std::size_t next_tables_ = 0;
-    unsigned round_ = 0;
+    unsigned m_programmes;
+    unsigned m_second;
+    unsigned m_picture; ///< mean bytes of a video PES packet, 25 a second
+    zqtest::Multiplex m_mux;
+    zqtest::Stream m_out;
+    std::vector<elementary_stream> m_streams;
+    std::size_t m_next_tables = 0;
+    unsigned m_round = 0;
 };
 
 /// Only PSI and SI: a PAT and PMTs now and then, an SDT and a NIT, and nine of ten packets event information. With

@@ -2,7 +2,7 @@
 // Bit reader and writer against a plain byte-wise pair, and the CRC-32 in every way this processor has.
 // tools/count-instructions counts the instructions of a row.
 #include "mpegcore/CRC.h"
-#include "mpegcore/CRCKernels.h"
+#include "mpegcore/crc/CRC32Kernel.h"
 #include "zqsdk/ZQBSReader.h"
 #include "zqsdk/ZQBSWriter.h"
 
@@ -42,19 +42,19 @@ benchmark::Counter per_field(const benchmark::State& state, std::int64_t fields_
 class BytewiseReader
 {
 public:
-    BytewiseReader(const unsigned char* data, std::size_t size) : data_(data), bits_(8 * size) {}
+    BytewiseReader(const unsigned char* data, std::size_t size) : m_data(data), m_bits(8 * size) {}
 
     template <unsigned N, class T>
     bool getBits(T& out)
     {
-        if (at_ + N > bits_)
+        if (m_at + N > m_bits)
             return false;
         std::uint64_t value = 0;
         for (unsigned needed = N; needed != 0;) {
-            const unsigned in_byte = 8 - at_ % 8;
+            const unsigned in_byte = 8 - m_at % 8;
             const unsigned taken = needed < in_byte ? needed : in_byte;
-            value = value << taken | (data_[at_ / 8] >> (in_byte - taken) & ((1U << taken) - 1));
-            at_ += taken;
+            value = value << taken | (m_data[m_at / 8] >> (in_byte - taken) & ((1U << taken) - 1));
+            m_at += taken;
             needed -= taken;
         }
         out = static_cast<T>(value);
@@ -62,38 +62,38 @@ public:
     }
 
 private:
-    const unsigned char* data_;
-    std::size_t bits_;
-    std::size_t at_ = 0;
+    const unsigned char* m_data;
+    std::size_t m_bits;
+    std::size_t m_at = 0;
 };
 
 class BytewiseWriter
 {
 public:
-    BytewiseWriter(unsigned char* data, std::size_t size) : data_(data), bits_(8 * size) {}
+    BytewiseWriter(unsigned char* data, std::size_t size) : m_data(data), m_bits(8 * size) {}
 
     template <unsigned N, class T>
     bool putBits(T field)
     {
-        if (at_ + N > bits_)
+        if (m_at + N > m_bits)
             return false;
         const std::uint64_t value = field;
         for (unsigned pending = N; pending != 0;) {
-            const unsigned in_byte = 8 - at_ % 8;
+            const unsigned in_byte = 8 - m_at % 8;
             const unsigned placed = pending < in_byte ? pending : in_byte;
             const auto mask = ((1U << placed) - 1) << (in_byte - placed);
             const auto bits = static_cast<unsigned>(value >> (pending - placed)) << (in_byte - placed);
-            data_[at_ / 8] = static_cast<unsigned char>((data_[at_ / 8] & ~mask) | (bits & mask));
-            at_ += placed;
+            m_data[m_at / 8] = static_cast<unsigned char>((m_data[m_at / 8] & ~mask) | (bits & mask));
+            m_at += placed;
             pending -= placed;
         }
         return true;
     }
 
 private:
-    unsigned char* data_;
-    std::size_t bits_;
-    std::size_t at_ = 0;
+    unsigned char* m_data;
+    std::size_t m_bits;
+    std::size_t m_at = 0;
 };
 
 /// The fields of a section entry: 3, 13, 4, 12 bits and so on, 8 fields in 8 bytes.
@@ -147,7 +147,7 @@ void write_fields(benchmark::State& state)
     state.counters["per_field"] = per_field(state, range_size / 8 * fields::count);
 }
 
-void crc(benchmark::State& state, mpegcore::detail::crc32_kernel::function run, std::size_t size)
+void crc(benchmark::State& state, mpegcore::detail::CRC32Kernel::function run, std::size_t size)
 {
     for (auto _ : state)
         benchmark::DoNotOptimize(run(noise.data(), size, 0xFFFFFFFF));
@@ -170,15 +170,15 @@ public:
             const std::string name = run.benchmark_name();
             const auto group = name.substr(0, name.rfind('/'));
             if (name == group + "/bytewise")
-                base_ = run.GetAdjustedCPUTime();
-            else if (run.run_type == Run::RT_Iteration && base_ > 0)
+                m_base = run.GetAdjustedCPUTime();
+            else if (run.run_type == Run::RT_Iteration && m_base > 0)
                 std::printf("%s takes 1/%.1f of the time of %s/bytewise\n", name.c_str(),
-                            base_ / run.GetAdjustedCPUTime(), group.c_str());
+                            m_base / run.GetAdjustedCPUTime(), group.c_str());
         }
     }
 
 private:
-    double base_ = 0;
+    double m_base = 0;
 };
 } // namespace
 

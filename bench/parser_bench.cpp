@@ -92,15 +92,15 @@ public:
     {
         ConsoleReporter::ReportRuns(runs);
         for (const auto& run : runs)
-            rates_[run.benchmark_name()] = run.counters.at("packets");
+            m_rates[run.benchmark_name()] = run.counters.at("packets");
     }
 
     void Finalize() override
     {
-        for (const auto& [name, rate] : rates_) {
-            const auto own = rates_.find(name.substr(0, name.find('/')) + "/parser");
+        for (const auto& [name, rate] : m_rates) {
+            const auto own = m_rates.find(name.substr(0, name.find('/')) + "/parser");
             std::printf("%-32s %8.2f million packets per second of CPU", name.c_str(), rate / 1e6);
-            if (own != rates_.end() && own->first != name)
+            if (own != m_rates.end() && own->first != name)
                 std::printf(", parser %.2f times as fast", own->second / rate);
             std::printf("\n");
         }
@@ -110,7 +110,7 @@ public:
     }
 
 private:
-    std::map<std::string, double> rates_;
+    std::map<std::string, double> m_rates;
 };
 
 long resident_kilobytes()

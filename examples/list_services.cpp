@@ -19,12 +19,12 @@ public:
     {
         for (const auto& [PID, entry] : table->programs)
             if (entry.program_number != 0)
-                programs_[entry.program_number].PMT_PID = PID;
+                m_programs[entry.program_number].PMT_PID = PID;
     }
 
     void OnPMT(mpegcore::CBaseMpegProgram*, mpegcore::CPMT* table) override
     {
-        auto& streams = programs_[table->program_number].streams;
+        auto& streams = m_programs[table->program_number].streams;
         streams.clear();
         for (const auto& [PID, stream] : table->streams)
             streams[PID] = stream->stream_type;
@@ -36,13 +36,13 @@ public:
             return;
         for (const auto& [service_id, service] : table->services)
             if (const auto names = service->descriptors.find<mpegcore::service_descriptor>())
-                programs_[service_id].name.assign(names->service_name.begin(),
-                                                  names->service_name.begin() + names->service_name_length);
+                m_programs[service_id].name.assign(names->service_name.begin(),
+                                                   names->service_name.begin() + names->service_name_length);
     }
 
     void print() const
     {
-        for (const auto& [number, program] : programs_) {
+        for (const auto& [number, program] : m_programs) {
             std::printf("program %u  PMT on PID %u  \"%s\"\n", number, program.PMT_PID, program.name.c_str());
             for (const auto& [PID, stream_type] : program.streams)
                 std::printf("    PID %u  stream_type 0x%02X\n", PID, stream_type);
@@ -56,7 +56,7 @@ private:
         std::string name; // as transmitted; plain Latin names need no conversion
         std::map<unsigned, unsigned> streams;
     };
-    std::map<unsigned, Program> programs_;
+    std::map<unsigned, Program> m_programs;
 };
 } // namespace
 

@@ -35,32 +35,32 @@ constexpr const char* group = "239.255.42.42";
 class datagram_sender
 {
 public:
-    datagram_sender(const char* address, std::uint16_t port) : socket_{::socket(AF_INET, SOCK_DGRAM, 0)}
+    datagram_sender(const char* address, std::uint16_t port) : m_socket{::socket(AF_INET, SOCK_DGRAM, 0)}
     {
-        target_.sin_family = AF_INET;
-        target_.sin_port = htons(port);
-        target_.sin_addr.s_addr = ::inet_addr(address);
+        m_target.sin_family = AF_INET;
+        m_target.sin_port = htons(port);
+        m_target.sin_addr.s_addr = ::inet_addr(address);
         const in_addr loopback{htonl(INADDR_LOOPBACK)};
-        ::setsockopt(socket_, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof(loopback));
+        ::setsockopt(m_socket, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof(loopback));
     }
-    ~datagram_sender() { ::close(socket_); }
+    ~datagram_sender() { ::close(m_socket); }
     datagram_sender(const datagram_sender&) = delete;
     datagram_sender& operator=(const datagram_sender&) = delete;
 
     void send(const unsigned char* packet)
     {
-        datagram_.insert(datagram_.end(), packet, packet + 188);
-        if (datagram_.size() < std::size_t{7} * 188)
+        m_datagram.insert(m_datagram.end(), packet, packet + 188);
+        if (m_datagram.size() < std::size_t{7} * 188)
             return;
-        ::sendto(socket_, datagram_.data(), datagram_.size(), 0, reinterpret_cast<const sockaddr*>(&target_),
-                 sizeof(target_));
-        datagram_.clear();
+        ::sendto(m_socket, m_datagram.data(), m_datagram.size(), 0, reinterpret_cast<const sockaddr*>(&m_target),
+                 sizeof(m_target));
+        m_datagram.clear();
     }
 
 private:
-    int socket_;
-    sockaddr_in target_{};
-    std::vector<unsigned char> datagram_;
+    int m_socket;
+    sockaddr_in m_target{};
+    std::vector<unsigned char> m_datagram;
 };
 
 std::uint16_t free_port()
@@ -82,23 +82,23 @@ public:
     explicit pipeline(const std::string& description)
     {
         GError* error = nullptr;
-        element_ = gst_parse_launch(description.c_str(), &error);
+        m_element = gst_parse_launch(description.c_str(), &error);
         if (error != nullptr)
             throw std::runtime_error(error->message);
     }
     ~pipeline()
     {
-        gst_element_set_state(element_, GST_STATE_NULL);
-        gst_object_unref(element_);
+        gst_element_set_state(m_element, GST_STATE_NULL);
+        gst_object_unref(m_element);
     }
     pipeline(const pipeline&) = delete;
     pipeline& operator=(const pipeline&) = delete;
 
-    void play() { gst_element_set_state(element_, GST_STATE_PLAYING); }
+    void play() { gst_element_set_state(m_element, GST_STATE_PLAYING); }
 
     GstElement* named(const char* name)
     {
-        GstElement* found = gst_bin_get_by_name(GST_BIN(element_), name);
+        GstElement* found = gst_bin_get_by_name(GST_BIN(m_element), name);
         gst_object_unref(found); // the pipeline holds it
         return found;
     }
@@ -106,8 +106,8 @@ public:
     /// Ends the stream and waits until the files are whole.
     void finish()
     {
-        gst_element_send_event(element_, gst_event_new_eos());
-        GstBus* bus = gst_element_get_bus(element_);
+        gst_element_send_event(m_element, gst_event_new_eos());
+        GstBus* bus = gst_element_get_bus(m_element);
         const auto wanted = static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR);
         if (GstMessage* message = gst_bus_timed_pop_filtered(bus, 5 * GST_SECOND, wanted))
             gst_message_unref(message);
@@ -115,7 +115,7 @@ public:
     }
 
 private:
-    GstElement* element_;
+    GstElement* m_element;
 };
 
 /// Both programmes' packets on their way out.
@@ -123,23 +123,23 @@ class transmitter
 {
 public:
     transmitter(std::uint16_t plain_port, std::uint16_t t2mi_port)
-        : plain_{"127.0.0.1", plain_port},
-          t2mi_{group, t2mi_port},
-          encapsulator_{options(), [this](const unsigned char* packet) { t2mi_.send(packet); }}
+        : m_plain{"127.0.0.1", plain_port},
+          m_t2mi{group, t2mi_port},
+          m_encapsulator{options(), [this](const unsigned char* packet) { m_t2mi.send(packet); }}
     {
-        if (!encapsulator_.add_plp(0) || !encapsulator_.add_plp(1))
+        if (!m_encapsulator.add_plp(0) || !m_encapsulator.add_plp(1))
             throw std::logic_error("PLP given twice");
     }
 
     void take(std::uint8_t plp, const unsigned char* packets, std::size_t size)
     {
-        const std::lock_guard lock{mutex_};
-        encapsulator_.advance(steady_clock::now() - start_);
+        const std::lock_guard lock{m_mutex};
+        m_encapsulator.advance(steady_clock::now() - m_start);
         for (std::size_t at = 0; at + 188 <= size; at += 188) {
-            if (!encapsulator_.push(plp, packets + at))
+            if (!m_encapsulator.push(plp, packets + at))
                 continue;
             if (plp == 0)
-                plain_.send(packets + at);
+                m_plain.send(packets + at);
         }
     }
 
@@ -151,10 +151,10 @@ private:
         return chosen;
     }
 
-    std::mutex mutex_;
-    steady_clock::time_point start_ = steady_clock::now();
-    datagram_sender plain_, t2mi_;
-    t2mi::t2mi_encapsulator encapsulator_;
+    std::mutex m_mutex;
+    steady_clock::time_point m_start = steady_clock::now();
+    datagram_sender m_plain, m_t2mi;
+    t2mi::t2mi_encapsulator m_encapsulator;
 };
 
 /// A live encoder whose transport packets go to the transmitter as one PLP.
@@ -162,15 +162,15 @@ class programme
 {
 public:
     programme(transmitter& out, std::uint8_t plp, const char* pattern)
-        : out_{out},
-          plp_{plp},
-          encoder_{std::string{"videotestsrc is-live=true pattern="} + pattern +
-                   " ! video/x-raw,format=I420,width=640,height=360,framerate=25/1 ! x264enc tune=zerolatency "
-                   "speed-preset=ultrafast bitrate=1500 key-int-max=25 ! mpegtsmux alignment=7 ! "
-                   "fakesink name=out sync=false signal-handoffs=true"}
+        : m_out{out},
+          m_plp{plp},
+          m_encoder{std::string{"videotestsrc is-live=true pattern="} + pattern +
+                    " ! video/x-raw,format=I420,width=640,height=360,framerate=25/1 ! x264enc tune=zerolatency "
+                    "speed-preset=ultrafast bitrate=1500 key-int-max=25 ! mpegtsmux alignment=7 ! "
+                    "fakesink name=out sync=false signal-handoffs=true"}
     {
-        g_signal_connect(encoder_.named("out"), "handoff", G_CALLBACK(on_buffer), this);
-        encoder_.play();
+        g_signal_connect(m_encoder.named("out"), "handoff", G_CALLBACK(on_buffer), this);
+        m_encoder.play();
     }
 
 private:
@@ -180,13 +180,13 @@ private:
         GstMapInfo map;
         if (!gst_buffer_map(buffer, &map, GST_MAP_READ))
             return;
-        sender.out_.take(sender.plp_, map.data, map.size);
+        sender.m_out.take(sender.m_plp, map.data, map.size);
         gst_buffer_unmap(buffer, &map);
     }
 
-    transmitter& out_;
-    std::uint8_t plp_;
-    pipeline encoder_;
+    transmitter& m_out;
+    std::uint8_t m_plp;
+    pipeline m_encoder;
 };
 
 /// `path` for multifilesink, which takes a percent sign for the place of a number.

@@ -2,8 +2,8 @@
 // Reader, writer, accumulator and CRC against naive models. The first byte picks the subject (low 2 bits) and the
 // distance of the memory from an 8-byte boundary (next 3 bits).
 #include "mpegcore/CRC.h"
-#include "mpegcore/CRCKernels.h"
 #include "mpegcore/DataAccumulator.h"
+#include "mpegcore/crc/CRC32Kernel.h"
 #include "support/BitModel.h"
 #include "zqsdk/ZQBSReader.h"
 #include "zqsdk/ZQBSWriter.h"

@@ -121,9 +121,9 @@ constexpr std::array<unsigned, 16> PIDs{0x0000, 0x0001, 0x0002, 0x0010, 0x0011, 
 class Maker
 {
 public:
-    Maker(const std::uint8_t* data, std::size_t size) : at_(data), end_(data + size)
+    Maker(const std::uint8_t* data, std::size_t size) : m_at(data), m_end(data + size)
     {
-        while (end_ - at_ >= 3)
+        while (m_end - m_at >= 3)
             record();
     }
 
@@ -132,12 +132,12 @@ public:
 private:
     void record()
     {
-        const unsigned kind = at_[0] >> 4;
-        const unsigned PID = PIDs[at_[0] & 0x0F];
-        const unsigned flags = at_[1];
-        const std::size_t size = std::min<std::size_t>(at_[2], static_cast<std::size_t>(end_ - at_) - 3);
-        const std::uint8_t* const bytes = at_ + 3;
-        at_ += 3 + size;
+        const unsigned kind = m_at[0] >> 4;
+        const unsigned PID = PIDs[m_at[0] & 0x0F];
+        const unsigned flags = m_at[1];
+        const std::size_t size = std::min<std::size_t>(m_at[2], static_cast<std::size_t>(m_end - m_at) - 3);
+        const std::uint8_t* const bytes = m_at + 3;
+        m_at += 3 + size;
         if (kind == 0)
             stream.insert(stream.end(), bytes, bytes + size);
         else if (kind < 8)
@@ -194,8 +194,8 @@ private:
         }
     }
 
-    const std::uint8_t* at_;
-    const std::uint8_t* end_;
+    const std::uint8_t* m_at;
+    const std::uint8_t* m_end;
 };
 } // namespace
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/BaseMpegParser.h"
-#include "mpegcore/PacketRecord.h"
+#include "mpegcore/parser/PacketRecord.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -72,7 +72,7 @@ unsigned long CBaseMpegParser::Process(unsigned char* data, unsigned long size)
 
 [[gnu::always_inline]] inline void CBaseMpegParser::route_packet(transport_packet& packet, CDataAccumulator* unit)
 {
-    const PID_route& route = m_routes[packet.PID];
+    const PIDRoute& route = m_routes[packet.PID];
     if (route.carries_PMT) {
         auto& programs = m_PAT.current->programs;
         const auto program = programs.find(packet.PID);
@@ -82,9 +82,9 @@ unsigned long CBaseMpegParser::Process(unsigned char* data, unsigned long size)
     report(route, packet, unit);
 }
 
-inline void CBaseMpegParser::report(const PID_route& route, transport_packet& packet, CDataAccumulator* unit)
+inline void CBaseMpegParser::report(const PIDRoute& route, transport_packet& packet, CDataAccumulator* unit)
 {
-    for (const program_route& program : route.programs) {
+    for (const ProgramRoute& program : route.programs) {
         CBaseStreamTypeMap* const stream = program.stream.get();
         if (stream == nullptr) {
             report_without_stream(program, packet);
@@ -105,13 +105,13 @@ inline void CBaseMpegParser::report(const PID_route& route, transport_packet& pa
     CDataAccumulator* unit = m_PIDs[packet.PID].CBasePID::putPacket(packet);
     if (packet.PID == null_packet_PID)
         OnNULL(&packet);
-    else if (const table_row* const rows = packet.PID <= last_table_PID ? first_row(packet.PID) : nullptr)
+    else if (const TableRow* const rows = packet.PID <= last_table_PID ? first_row(packet.PID) : nullptr)
         parse_section(packet.PID, rows);
     else if (m_PAT.valid != 0)
         route_packet(packet, unit);
 }
 
-inline void CBaseMpegParser::collect_plain(const PID_route& route, CBasePID& state, const unsigned char* data)
+inline void CBaseMpegParser::collect_plain(const PIDRoute& route, CBasePID& state, const unsigned char* data)
 {
     if (!route.collects)
         state.drop_unit();
@@ -119,7 +119,7 @@ inline void CBaseMpegParser::collect_plain(const PID_route& route, CBasePID& sta
 }
 
 /// Handles a packet that has its route's plain_header.
-[[gnu::always_inline]] inline void CBaseMpegParser::process_plain(const PID_route& route, CBasePID& state,
+[[gnu::always_inline]] inline void CBaseMpegParser::process_plain(const PIDRoute& route, CBasePID& state,
                                                                   unsigned char* data)
 {
     transport_packet& packet = m_record;
@@ -208,7 +208,7 @@ unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned lon
             if (position < fetch_end)
                 fetch_ahead(packet);
             const unsigned short PID = PID_at(packet);
-            const PID_route& route = m_routes[PID];
+            const PIDRoute& route = m_routes[PID];
             if (route.plain_header == header_at(packet)) {
                 process_plain(route, m_PIDs[PID], packet);
                 position += ts_packet_size;
@@ -262,7 +262,7 @@ inline void CBaseMpegParser::note_if_plain(const transport_packet& packet, std::
 {
     if (packet.adaptation_field_control != 1 || packet.payload_unit_start_indicator != 0)
         return;
-    const PID_route& route = m_routes[packet.PID];
+    const PIDRoute& route = m_routes[packet.PID];
     if (packet.PID == null_packet_PID || (m_PAT.valid != 0 && packet.PID > last_table_PID && !route.carries_PMT))
         m_routes.set_plain(packet.PID, header, m_units_are_seen || route.programs.empty() || reports_units(), packet);
 }
@@ -291,7 +291,7 @@ bool CBaseMpegParser::pass_adaptation_field(transport_packet& packet)
     return true;
 }
 
-void CBaseMpegParser::report_without_stream(const program_route& route, transport_packet& packet)
+void CBaseMpegParser::report_without_stream(const ProgramRoute& route, transport_packet& packet)
 {
     // Deliberately, a PCR on a PID that is itself a stream of the program does not come this far.
     if (route.is_PCR_PID && has_PCR(packet)) {

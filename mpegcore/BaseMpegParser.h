@@ -4,10 +4,8 @@
 #include "mpegcore/BasePID.h"
 #include "mpegcore/CAT.h"
 #include "mpegcore/EIT.h"
-#include "mpegcore/KnownTables.h"
 #include "mpegcore/NIT.h"
 #include "mpegcore/PAT.h"
-#include "mpegcore/PIDRoutes.h"
 #include "mpegcore/PMT.h"
 #include "mpegcore/PacketWrapper.h"
 #include "mpegcore/SDT.h"
@@ -15,6 +13,8 @@
 #include "mpegcore/TOT.h"
 #include "mpegcore/TSDT.h"
 #include "mpegcore/TransportPacket.h"
+#include "mpegcore/parser/KnownTables.h"
+#include "mpegcore/parser/PIDRoutes.h"
 #include "zqsdk/ZQAlignMemory.h"
 
 #include <array>
@@ -138,8 +138,8 @@ protected:
     void collect_only_what_is_reported() { m_units_are_seen = false; }
 
 private:
-    struct table_row;
-    static const table_row table_rows[14];
+    struct TableRow;
+    static const TableRow table_rows[14];
     static constexpr unsigned short last_table_PID = 0x0014;
 
     bool reports_units();
@@ -147,8 +147,8 @@ private:
     static bool needs_fetching(const unsigned char* data);
     void fetch_ahead(const unsigned char* data) const;
     void process_packet(unsigned char* data);
-    static void collect_plain(const PID_route& route, CBasePID& state, const unsigned char* data);
-    void process_plain(const PID_route& route, CBasePID& state, unsigned char* data);
+    static void collect_plain(const PIDRoute& route, CBasePID& state, const unsigned char* data);
+    void process_plain(const PIDRoute& route, CBasePID& state, unsigned char* data);
     void append_to_carry(const unsigned char* data, std::size_t size);
     void carry_over(const unsigned char* data, std::size_t size);
 
@@ -157,34 +157,34 @@ private:
     static bool read_adaptation_field(const transport_packet& packet, adaptation_field_record& cleared);
     bool take_adaptation_field();
     bool pass_adaptation_field(transport_packet& packet);
-    static const table_row* first_row(unsigned short PID);
+    static const TableRow* first_row(unsigned short PID);
     void follow(const CPAT& pat);
     void follow(const CCAT& cat);
     void follow(const CBaseMpegTable&) {}
-    void parse_section(unsigned short PID, const table_row* row);
+    void parse_section(unsigned short PID, const TableRow* row);
     template <auto Wrapper, auto Callback>
     void parse_anew(unsigned char* section, std::size_t size);
     template <auto Wrapper, auto Known, auto Callback>
     void parse_table(unsigned char* section, std::size_t size);
     void parse_PMT(unsigned short PID, CBaseMpegProgram& program);
     void route_packet(transport_packet& packet, CDataAccumulator* unit);
-    void report(const PID_route& route, transport_packet& packet, CDataAccumulator* unit);
-    void report_without_stream(const program_route& route, transport_packet& packet);
+    void report(const PIDRoute& route, transport_packet& packet, CDataAccumulator* unit);
+    void report_without_stream(const ProgramRoute& route, transport_packet& packet);
 
-    known_tables<CPAT> m_knownPAT{m_PAT, known_tables_limit};
-    known_tables<CCAT> m_knownCAT{m_CAT, known_tables_limit};
-    known_tables<CTSDT> m_knownTSDT{m_TSDT, known_tables_limit};
-    known_tables<CEIT> m_knownEITpfActual{m_EITpfActual, known_tables_limit};
-    known_tables<CEIT> m_knownEITpfOther{m_EITpfOther, known_tables_limit};
-    known_tables<CEIT> m_knownEITschActual{m_EITschActual, known_schedule_limit};
-    known_tables<CEIT> m_knownEITschOther{m_EITschOther, known_schedule_limit};
-    known_tables<CSDT> m_knownSDTActual{m_SDTActual, known_tables_limit};
-    known_tables<CSDT> m_knownSDTOther{m_SDTOther, known_tables_limit};
-    known_tables<CBAT> m_knownBAT{m_BAT, known_tables_limit};
-    known_tables<CNIT> m_knownNITActual{m_NITActual, known_tables_limit};
-    known_tables<CNIT> m_knownNITOther{m_NITOther, known_tables_limit};
+    KnownTables<CPAT> m_knownPAT{m_PAT, known_tables_limit};
+    KnownTables<CCAT> m_knownCAT{m_CAT, known_tables_limit};
+    KnownTables<CTSDT> m_knownTSDT{m_TSDT, known_tables_limit};
+    KnownTables<CEIT> m_knownEITpfActual{m_EITpfActual, known_tables_limit};
+    KnownTables<CEIT> m_knownEITpfOther{m_EITpfOther, known_tables_limit};
+    KnownTables<CEIT> m_knownEITschActual{m_EITschActual, known_schedule_limit};
+    KnownTables<CEIT> m_knownEITschOther{m_EITschOther, known_schedule_limit};
+    KnownTables<CSDT> m_knownSDTActual{m_SDTActual, known_tables_limit};
+    KnownTables<CSDT> m_knownSDTOther{m_SDTOther, known_tables_limit};
+    KnownTables<CBAT> m_knownBAT{m_BAT, known_tables_limit};
+    KnownTables<CNIT> m_knownNITActual{m_NITActual, known_tables_limit};
+    KnownTables<CNIT> m_knownNITOther{m_NITOther, known_tables_limit};
     bool m_units_are_seen = true;
-    payload_unit_budget m_unit_budget;
+    PayloadUnitBudget m_unit_budget;
     PIDRoutes m_routes;
     std::size_t m_PMTs_size = 0; ///< bytes of the sections that the current PMTs were read from
     transport_packet

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/DataAccumulator.h"
-#include "mpegcore/PayloadUnitBudget.h"
 #include "mpegcore/TransportPacket.h"
+#include "mpegcore/parser/PayloadUnitBudget.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -91,7 +91,7 @@ public:
     }
     /// Growth of this PID's buffers is taken from `shared_budget`, which must outlive the PID; null: only
     /// max_unit_size limits. To be set before the first packet.
-    void set_budget(payload_unit_budget* shared_budget) { budget = shared_budget; }
+    void set_budget(PayloadUnitBudget* shared_budget) { budget = shared_budget; }
     /// Shrinks to their first size the buffer of the unit completed last and, if empty, of the one being collected.
     void release_idle();
     /// Discards the unit being collected unless the PID had a packet since the last call.
@@ -127,6 +127,6 @@ private:
     bool discard_unit();
     void shrink(CDataAccumulator*& buffer);
 
-    payload_unit_budget* budget = nullptr;
+    PayloadUnitBudget* budget = nullptr;
 };
 } // namespace mpegcore

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/DescriptorTable.h"
 
-#include "mpegcore/TableSyntax.h"
+#include "mpegcore/syntax/TableSyntax.h"
 
 namespace mpegcore
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/NIT.h"
 
-#include "mpegcore/TransportStreamTableSyntax.h"
+#include "mpegcore/syntax/TransportStreamTableSyntax.h"
 
 namespace mpegcore
 {

@@ -12,7 +12,7 @@ class CEIT;
 class CPAT;
 
 template <class T>
-class known_tables;
+class KnownTables;
 
 /// Bytes of the section buffer of each instance in a CPacketWrapper.
 template <class T>
@@ -58,7 +58,7 @@ public:
     T* current = nullptr; ///< owned; the last good section
 
 private:
-    friend class known_tables<T>;
+    friend class KnownTables<T>;
 
     // A section that failed half-way may have left entries behind.
     void clear_work()

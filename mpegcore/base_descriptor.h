@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/Syntax.h"
+#include "mpegcore/syntax/Syntax.h"
 #include "zqsdk/ZQAlignMemory.h"
 #include "zqsdk/ZQBSReader.h"
 #include "zqsdk/ZQBSWriter.h"

@@ -25,16 +25,16 @@ public:
 
     constexpr dictionary(std::initializer_list<row> rows)
     {
-        for (auto& read : readers_)
+        for (auto& read : m_readers)
             read = &ZQDescriptorList::add_generic;
         for (const row& known : rows)
-            readers_[known.tag] = known.read;
+            m_readers[known.tag] = known.read;
     }
 
-    constexpr read_one operator[](unsigned char tag) const { return readers_[tag]; }
+    constexpr read_one operator[](unsigned char tag) const { return m_readers[tag]; }
 
 private:
-    std::array<read_one, 256> readers_{};
+    std::array<read_one, 256> m_readers{};
 };
 
 const ZQDescriptorList::dictionary& ZQDescriptorList::ts_dictionary()
@@ -84,7 +84,7 @@ const ZQDescriptorList::dictionary& ZQDescriptorList::scte35_dictionary()
 
 bool ZQDescriptorList::read(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
 {
-    switch (type_) {
+    switch (m_type) {
     case ZQDescriptorType::TS:
         return readTS(reader);
     case ZQDescriptorType::SCTE35:
@@ -112,7 +112,7 @@ bool ZQDescriptorList::read_with(const dictionary& tags, ZQSDK::ZQBSReaderT<unsi
 
 bool ZQDescriptorList::add_generic(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
 {
-    auto descriptor = std::allocate_shared<base_descriptor>(block_allocator<base_descriptor>());
+    auto descriptor = std::allocate_shared<base_descriptor>(BlockAllocator<base_descriptor>());
     if (!descriptor->base_descriptor::read(reader))
         return false;
     SyntaxReader io(reader);
@@ -135,28 +135,28 @@ void ZQDescriptorList::append(std::shared_ptr<base_descriptor> descriptor)
 {
     if (!descriptor)
         return;
-    if (descriptors_.capacity() == 0)
-        descriptors_.reserve(usual_loop);
-    descriptors_.push_back(std::move(descriptor));
+    if (m_descriptors.capacity() == 0)
+        m_descriptors.reserve(usual_loop);
+    m_descriptors.push_back(std::move(descriptor));
 }
 
 std::shared_ptr<base_descriptor> ZQDescriptorList::find(unsigned char tag) const
 {
-    const auto found = std::find_if(descriptors_.begin(), descriptors_.end(),
+    const auto found = std::find_if(m_descriptors.begin(), m_descriptors.end(),
                                     [tag](const auto& descriptor) { return descriptor->descriptor_tag == tag; });
-    return found == descriptors_.end() ? nullptr : *found;
+    return found == m_descriptors.end() ? nullptr : *found;
 }
 
 void ZQDescriptorList::write(ZQSDK::ZQBSWriterT<unsigned char*>& writer) const
 {
-    for (const auto& descriptor : descriptors_)
+    for (const auto& descriptor : m_descriptors)
         static_cast<void>(descriptor->write(writer));
 }
 
 std::uint32_t ZQDescriptorList::getSize() const
 {
     std::uint32_t size = 0;
-    for (const auto& descriptor : descriptors_)
+    for (const auto& descriptor : m_descriptors)
         size += 2U + descriptor->descriptor_length;
     return size;
 }
@@ -165,7 +165,7 @@ void ZQDescriptorList::copyTo(ZQDescriptorList& target) const
 {
     if (&target == this)
         return;
-    for (const auto& descriptor : descriptors_) {
+    for (const auto& descriptor : m_descriptors) {
         auto copy = descriptor->create();
         descriptor->copyTo(copy.get());
         target.append(std::move(copy));

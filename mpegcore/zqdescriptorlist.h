@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/BlockPool.h"
 #include "mpegcore/base_descriptor.h"
 #include "mpegcore/descriptors/CA_descriptor.h"
 #include "mpegcore/descriptors/ISO_639_language_descriptor.h"
@@ -29,6 +28,7 @@
 #include "mpegcore/descriptors/subtitling_descriptor.h"
 #include "mpegcore/descriptors/teletext_descriptor.h"
 #include "mpegcore/descriptors/video_stream_descriptor.h"
+#include "mpegcore/parser/BlockPool.h"
 #include "zqsdk/ZQBSReader.h"
 #include "zqsdk/ZQBSWriter.h"
 
@@ -51,9 +51,9 @@ enum class ZQDescriptorType
 class ZQDescriptorList
 {
 public:
-    using container = std::vector<std::shared_ptr<base_descriptor>, block_allocator<std::shared_ptr<base_descriptor>>>;
+    using container = std::vector<std::shared_ptr<base_descriptor>, BlockAllocator<std::shared_ptr<base_descriptor>>>;
 
-    explicit ZQDescriptorList(ZQDescriptorType type = ZQDescriptorType::TS) : type_(type) {}
+    explicit ZQDescriptorList(ZQDescriptorType type = ZQDescriptorType::TS) : m_type(type) {}
     virtual ~ZQDescriptorList() = default;
     ZQDescriptorList(const ZQDescriptorList&) = delete;
     ZQDescriptorList& operator=(const ZQDescriptorList&) = delete;
@@ -69,7 +69,7 @@ public:
     template <class T>
     [[nodiscard]] bool add(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
     {
-        auto descriptor = std::allocate_shared<T>(block_allocator<T>());
+        auto descriptor = std::allocate_shared<T>(BlockAllocator<T>());
         if (!descriptor->T::read(reader))
             return false;
         append(std::move(descriptor));
@@ -85,7 +85,7 @@ public:
     template <class T>
     std::shared_ptr<T> find() const
     {
-        for (const auto& descriptor : descriptors_)
+        for (const auto& descriptor : m_descriptors)
             if (auto found = std::dynamic_pointer_cast<T>(descriptor))
                 return found;
         return nullptr;
@@ -97,13 +97,13 @@ public:
     std::uint32_t getSize() const;
     /// Appends copies that share nothing with this list; `target` keeps its type. Onto itself it does nothing.
     void copyTo(ZQDescriptorList& target) const;
-    void clear() { descriptors_.clear(); }
+    void clear() { m_descriptors.clear(); }
 
-    ZQDescriptorType type() const { return type_; }
-    std::size_t size() const { return descriptors_.size(); }
-    bool empty() const { return descriptors_.empty(); }
-    container::const_iterator begin() const { return descriptors_.begin(); }
-    container::const_iterator end() const { return descriptors_.end(); }
+    ZQDescriptorType type() const { return m_type; }
+    std::size_t size() const { return m_descriptors.size(); }
+    bool empty() const { return m_descriptors.empty(); }
+    container::const_iterator begin() const { return m_descriptors.begin(); }
+    container::const_iterator end() const { return m_descriptors.end(); }
 
 private:
     using read_one = bool (ZQDescriptorList::*)(ZQSDK::ZQBSReaderT<unsigned char*>&);
@@ -115,7 +115,7 @@ private:
     bool add_generic(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     bool add_extension(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
 
-    container descriptors_;
-    const ZQDescriptorType type_;
+    container m_descriptors;
+    const ZQDescriptorType m_type;
 };
 } // namespace mpegcore

@@ -39,13 +39,13 @@ private:
     static constexpr std::uint64_t packets_per_buffer = 7;
     static constexpr std::uint64_t group_size = packets_per_buffer * packet_size;
 
-    zq_net_pad& pad_;
-    std::shared_ptr<GstBufferPool> pool_;
-    std::shared_ptr<GstBufferPool> reserve_; // made when the pool first runs dry
-    GstBuffer* buffer_ = nullptr;
-    bool mapped_ = false;
-    GstMapInfo map_{};
-    std::uint64_t fill_ = 0;
-    std::uint64_t next_offset_ = 0;
-    zq_net_statistics& statistics_;
+    zq_net_pad& m_pad;
+    std::shared_ptr<GstBufferPool> m_pool;
+    std::shared_ptr<GstBufferPool> m_reserve; // made when the pool first runs dry
+    GstBuffer* m_buffer = nullptr;
+    bool m_mapped = false;
+    GstMapInfo m_map{};
+    std::uint64_t m_fill = 0;
+    std::uint64_t m_next_offset = 0;
+    zq_net_statistics& m_statistics;
 };

@@ -8,41 +8,41 @@ using std::chrono::steady_clock;
 
 zq_net_run::zq_net_run(std::shared_ptr<zq_net_pad> pad, std::shared_ptr<zq_net_statistics> statistics,
                        zq_net_settings settings)
-    : pad_{std::move(pad)},
-      statistics_{std::move(statistics)},
-      settings_{std::move(settings)},
-      receiver_{[this](unsigned long timestamp, unsigned char* data, unsigned long size) {
-                    push_data(timestamp, data, size);
-                },
-                *statistics_, [this] { prepare(); }}
+    : m_pad{std::move(pad)},
+      m_statistics{std::move(statistics)},
+      m_settings{std::move(settings)},
+      m_receiver{[this](unsigned long timestamp, unsigned char* data, unsigned long size) {
+                     push_data(timestamp, data, size);
+                 },
+                 *m_statistics, [this] { prepare(); }}
 {}
 
 void zq_net_run::start(std::shared_ptr<zq_net_run> predecessor, std::chrono::milliseconds grace)
 {
-    predecessor_ = std::move(predecessor);
-    start_time_ = steady_clock::now();
-    if (receiver_.open(settings_.address, settings_.port, settings_.interface))
-        prepared_.get_future().wait_for(grace);
-    else if (!predecessor_ && zq_net_pad::isConnect(pad_->pad.get()))
+    m_predecessor = std::move(predecessor);
+    m_start_time = steady_clock::now();
+    if (m_receiver.open(m_settings.address, m_settings.port, m_settings.interface))
+        m_prepared.get_future().wait_for(grace);
+    else if (!m_predecessor && zq_net_pad::isConnect(m_pad->pad.get()))
         announce(); // and no allocation query, which may block: no data will come
 }
 
 void zq_net_run::prepare()
 {
-    if (predecessor_ && !wait_for_predecessor())
+    if (m_predecessor && !wait_for_predecessor())
         return;
     // On this thread, because the allocation query waits in a downstream queue until that has run empty.
     neogation();
     make_provider();
-    prepared_.set_value();
+    m_prepared.set_value();
 }
 
-bool zq_net_run::neogation() { return !zq_net_pad::isConnect(pad_->pad.get()) || net_neogation(); }
+bool zq_net_run::neogation() { return !zq_net_pad::isConnect(m_pad->pad.get()) || net_neogation(); }
 
 bool zq_net_run::announce()
 {
-    pad_->send_stream_start("asi");
-    if (pad_->set_pad_caps())
+    m_pad->send_stream_start("asi");
+    if (m_pad->set_pad_caps())
         return true;
     g_print("zqnetsource: Can't set asi caps.");
     return false;
@@ -52,61 +52,61 @@ bool zq_net_run::net_neogation()
 {
     if (!announce())
         return false;
-    auto pool = negotiate_buffer_pool(pad_->pad.get());
-    const std::lock_guard lock{pool_mutex_};
-    pool_ = std::move(pool);
+    auto pool = negotiate_buffer_pool(m_pad->pad.get());
+    const std::lock_guard lock{m_pool_mutex};
+    m_pool = std::move(pool);
     return true;
 }
 
 void zq_net_run::make_provider()
 {
-    if (settings_.input_type == 0)
-        provider_ = std::make_shared<zq_data_provider>(*pad_, pool_, *statistics_);
-    else if (settings_.input_type == 1)
-        provider_ = std::make_shared<zq_t2mi_provider>(*pad_, pool_, *statistics_, settings_.plp);
+    if (m_settings.input_type == 0)
+        m_provider = std::make_shared<zq_data_provider>(*m_pad, m_pool, *m_statistics);
+    else if (m_settings.input_type == 1)
+        m_provider = std::make_shared<zq_t2mi_provider>(*m_pad, m_pool, *m_statistics, m_settings.plp);
 }
 
 bool zq_net_run::stop(std::chrono::milliseconds grace)
 {
-    receiver_.ask_to_stop();
+    m_receiver.ask_to_stop();
     {
         // Wakes a thread that waits for a free buffer.
-        const std::lock_guard lock{pool_mutex_};
-        if (pool_)
-            gst_buffer_pool_set_flushing(pool_.get(), TRUE);
+        const std::lock_guard lock{m_pool_mutex};
+        if (m_pool)
+            gst_buffer_pool_set_flushing(m_pool.get(), TRUE);
     }
-    if (!receiver_.close_for(grace))
+    if (!m_receiver.close_for(grace))
         return false;
-    provider_.reset();
-    pool_.reset();
+    m_provider.reset();
+    m_pool.reset();
     return true;
 }
 
 void zq_net_run::abandon(std::shared_ptr<zq_net_run> run)
 {
-    zq_udp_source& receiver = run->receiver_;
+    zq_udp_source& receiver = run->m_receiver;
     receiver.abandon(std::move(run));
 }
 
 bool zq_net_run::push_data(std::uint64_t timestamp, unsigned char* data, std::uint64_t size)
 {
-    statistics_->set_system_time(receiver_.thread_start() + std::chrono::nanoseconds{timestamp} - start_time_);
-    if (!zq_net_pad::isConnect(pad_->pad.get()))
+    m_statistics->set_system_time(m_receiver.thread_start() + std::chrono::nanoseconds{timestamp} - m_start_time);
+    if (!zq_net_pad::isConnect(m_pad->pad.get()))
         return false;
-    if (segment_pending_)
+    if (m_segment_pending)
         send_segment(timestamp);
-    statistics_->add_data(size);
-    if (provider_)
-        provider_->push_data(timestamp, data, size, true);
+    m_statistics->add_data(size);
+    if (m_provider)
+        m_provider->push_data(timestamp, data, size, true);
     return true;
 }
 
 bool zq_net_run::wait_for_predecessor()
 {
-    while (!predecessor_->stop(std::chrono::milliseconds{20}))
-        if (receiver_.stopping())
+    while (!m_predecessor->stop(std::chrono::milliseconds{20}))
+        if (m_receiver.stopping())
             return false;
-    predecessor_.reset();
+    m_predecessor.reset();
     return true;
 }
 
@@ -118,11 +118,11 @@ void zq_net_run::send_segment(std::uint64_t start)
     segment->stop = GST_CLOCK_TIME_NONE;
     segment->duration = GST_CLOCK_TIME_NONE;
     // Without the base every buffer after a pause would be late by all the time played before.
-    if (const zq_element_pointer element{gst_pad_get_parent_element(pad_->pad.get())}) {
+    if (const zq_element_pointer element{gst_pad_get_parent_element(m_pad->pad.get())}) {
         const GstClockTime running_time = gst_element_get_current_running_time(element.get());
         if (GST_CLOCK_TIME_IS_VALID(running_time))
             segment->base = running_time;
     }
-    gst_pad_push_event(pad_->pad.get(), gst_event_new_segment(segment.get()));
-    segment_pending_ = false;
+    gst_pad_push_event(m_pad->pad.get(), gst_event_new_segment(segment.get()));
+    m_segment_pending = false;
 }

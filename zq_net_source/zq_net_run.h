@@ -43,7 +43,7 @@ public:
     [[nodiscard]] bool stop(std::chrono::milliseconds grace);
 
     /// The predecessor that this run still waited for when it was stopped, if any.
-    [[nodiscard]] std::shared_ptr<zq_net_run> take_predecessor() { return std::move(predecessor_); }
+    [[nodiscard]] std::shared_ptr<zq_net_run> take_predecessor() { return std::move(m_predecessor); }
 
     /// Leaves `run`, which stop() could not end, to its thread: it is destroyed when that ends.
     static void abandon(std::shared_ptr<zq_net_run> run);
@@ -58,16 +58,16 @@ private:
     void send_segment(std::uint64_t start);
     void make_provider();
 
-    std::shared_ptr<zq_net_pad> pad_;
-    std::shared_ptr<zq_net_statistics> statistics_;
-    zq_net_settings settings_;
-    std::shared_ptr<zq_net_run> predecessor_;
-    std::promise<void> prepared_;
-    bool segment_pending_ = true;
-    std::chrono::steady_clock::time_point start_time_{};
+    std::shared_ptr<zq_net_pad> m_pad;
+    std::shared_ptr<zq_net_statistics> m_statistics;
+    zq_net_settings m_settings;
+    std::shared_ptr<zq_net_run> m_predecessor;
+    std::promise<void> m_prepared;
+    bool m_segment_pending = true;
+    std::chrono::steady_clock::time_point m_start_time{};
     // Destroyed from the last to the first: the thread ends before what it uses.
-    std::mutex pool_mutex_; // for the pointer, which the receive thread sets while stop() may read it
-    std::shared_ptr<GstBufferPool> pool_;
-    std::shared_ptr<zq_data_provider> provider_;
-    zq_udp_source receiver_;
+    std::mutex m_pool_mutex; // for the pointer, which the receive thread sets while stop() may read it
+    std::shared_ptr<GstBufferPool> m_pool;
+    std::shared_ptr<zq_data_provider> m_provider;
+    zq_udp_source m_receiver;
 };

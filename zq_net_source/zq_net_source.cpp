@@ -40,21 +40,21 @@ void release_push_event(gpointer data)
 class object_lock
 {
 public:
-    explicit object_lock(GstElement* element) : element_{element} { GST_OBJECT_LOCK(element_); }
-    ~object_lock() { GST_OBJECT_UNLOCK(element_); }
+    explicit object_lock(GstElement* element) : m_element{element} { GST_OBJECT_LOCK(m_element); }
+    ~object_lock() { GST_OBJECT_UNLOCK(m_element); }
     object_lock(const object_lock&) = delete;
     object_lock& operator=(const object_lock&) = delete;
 
 private:
-    GstElement* element_;
+    GstElement* m_element;
 };
 } // namespace
 
 zq_net_source::zq_net_source(GstElement* element, GstElementClass* parent_class)
-    : element_{element},
-      parent_class_{parent_class},
-      statistics_{std::make_shared<zq_net_statistics>()},
-      pad_{std::make_shared<zq_net_pad>()}
+    : m_element{element},
+      m_parent_class{parent_class},
+      m_statistics{std::make_shared<zq_net_statistics>()},
+      m_pad{std::make_shared<zq_net_pad>()}
 {
     create_net_pad();
 }
@@ -62,54 +62,54 @@ zq_net_source::zq_net_source(GstElement* element, GstElementClass* parent_class)
 zq_net_source::~zq_net_source()
 {
     close();
-    if (aside_)
-        zq_net_run::abandon(std::move(aside_));
+    if (m_aside)
+        zq_net_run::abandon(std::move(m_aside));
 }
 
-bool zq_net_source::create_net_pad() { return pad_->create_net_pad(element_); }
+bool zq_net_source::create_net_pad() { return m_pad->create_net_pad(m_element); }
 
 void zq_net_source::set_property(guint id, const GValue* value, GParamSpec* param)
 {
     const auto set_text = [&](std::string& text) {
         const gchar* given = g_value_get_string(value);
         if (given == nullptr) {
-            GST_WARNING_OBJECT(element_, "NULL is no value for property %s", param->name);
+            GST_WARNING_OBJECT(m_element, "NULL is no value for property %s", param->name);
             return;
         }
         std::string copy{given};
-        const object_lock lock{element_};
+        const object_lock lock{m_element};
         text = std::move(copy);
     };
     switch (id) {
     case address:
-        return set_text(settings_.address);
+        return set_text(m_settings.address);
     case interface:
-        return set_text(settings_.interface);
+        return set_text(m_settings.interface);
     case port: {
-        const object_lock lock{element_};
-        settings_.port = static_cast<std::uint16_t>(g_value_get_uint(value));
+        const object_lock lock{m_element};
+        m_settings.port = static_cast<std::uint16_t>(g_value_get_uint(value));
         return;
     }
     case input_type: {
-        const object_lock lock{element_};
-        settings_.input_type = g_value_get_int(value);
+        const object_lock lock{m_element};
+        m_settings.input_type = g_value_get_int(value);
         return;
     }
     case plp: {
-        const object_lock lock{element_};
-        settings_.plp = static_cast<std::uint8_t>(g_value_get_int(value));
+        const object_lock lock{m_element};
+        m_settings.plp = static_cast<std::uint8_t>(g_value_get_int(value));
         return;
     }
     default:
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(element_, id, param);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(m_element, id, param);
     }
 }
 
 void zq_net_source::get_property(guint id, GValue* value, GParamSpec* param)
 {
     const auto settings = [this] {
-        const object_lock lock{element_};
-        return settings_;
+        const object_lock lock{m_element};
+        return m_settings;
     };
     switch (id) {
     case address:
@@ -125,19 +125,19 @@ void zq_net_source::get_property(guint id, GValue* value, GParamSpec* param)
     case statistics:
         return get_statistics(value);
     default:
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(element_, id, param);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(m_element, id, param);
     }
 }
 
 void zq_net_source::get_statistics(GValue* value)
 {
     if (value != nullptr)
-        g_value_set_pointer(value, statistics_.get());
+        g_value_set_pointer(value, m_statistics.get());
 }
 
 GstStateChangeReturn zq_net_source::change_state(GstStateChange transition)
 {
-    const auto chain_up = [&] { return parent_class_->change_state(element_, transition); };
+    const auto chain_up = [&] { return m_parent_class->change_state(m_element, transition); };
     if (transition == GST_STATE_CHANGE_NULL_TO_READY) {
         g_print("zq_net_source: NULL_TO_READY\n");
         return chain_up();
@@ -174,9 +174,9 @@ GstStateChangeReturn zq_net_source::change_state(GstStateChange transition)
 bool zq_net_source::send_event(GstEvent* event)
 {
     if (GST_EVENT_TYPE(event) != GST_EVENT_EOS)
-        return parent_class_->send_event(element_, event) != FALSE;
+        return m_parent_class->send_event(m_element, event) != FALSE;
     // On a thread of its own: the caller holds the state lock, which a sink that prerolls with this event needs.
-    gst_element_call_async(element_, run_push_event, new push_event_call{pad_, event}, release_push_event);
+    gst_element_call_async(m_element, run_push_event, new push_event_call{m_pad, event}, release_push_event);
     return true;
 }
 
@@ -185,12 +185,12 @@ bool zq_net_source::start()
     try {
         stop();
         collect(downstream_grace);
-        statistics_->reset();
+        m_statistics->reset();
         {
-            const object_lock lock{element_};
-            run_ = std::make_shared<zq_net_run>(pad_, statistics_, settings_);
+            const object_lock lock{m_element};
+            m_run = std::make_shared<zq_net_run>(m_pad, m_statistics, m_settings);
         }
-        run_->start(std::move(aside_), downstream_grace);
+        m_run->start(std::move(m_aside), downstream_grace);
     } catch (...) {
         note_exception();
     }
@@ -199,10 +199,10 @@ bool zq_net_source::start()
 
 void zq_net_source::stop()
 {
-    if (!run_)
+    if (!m_run)
         return;
-    const auto run = std::move(run_);
-    aside_ = run->stop(downstream_grace) ? run->take_predecessor() : run;
+    const auto run = std::move(m_run);
+    m_aside = run->stop(downstream_grace) ? run->take_predecessor() : run;
 }
 
 void zq_net_source::close()
@@ -213,11 +213,11 @@ void zq_net_source::close()
 
 void zq_net_source::collect(std::chrono::milliseconds grace)
 {
-    while (aside_ && aside_->stop(grace))
-        aside_ = aside_->take_predecessor();
+    while (m_aside && m_aside->stop(grace))
+        m_aside = m_aside->take_predecessor();
 }
 
-void zq_net_source::note_exception() noexcept { statistics_->note_exception(); }
+void zq_net_source::note_exception() noexcept { m_statistics->note_exception(); }
 
 std::string zq_net_source::pts_to_string(GstClockTime pts)
 {
@@ -226,10 +226,10 @@ std::string zq_net_source::pts_to_string(GstClockTime pts)
 
 void zq_net_source::shut_down()
 {
-    if (run_ || aside_)
-        gst_pad_set_active(pad_->pad.get(), FALSE);
+    if (m_run || m_aside)
+        gst_pad_set_active(m_pad->pad.get(), FALSE);
     close();
     // An element that is disposed of above NULL keeps its pads and would leak this one.
-    if (GST_OBJECT_PARENT(pad_->pad.get()) == GST_OBJECT_CAST(element_) && GST_STATE(element_) != GST_STATE_NULL)
-        gst_element_remove_pad(element_, pad_->pad.get());
+    if (GST_OBJECT_PARENT(m_pad->pad.get()) == GST_OBJECT_CAST(m_element) && GST_STATE(m_element) != GST_STATE_NULL)
+        gst_element_remove_pad(m_element, m_pad->pad.get());
 }

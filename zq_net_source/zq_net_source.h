@@ -63,11 +63,11 @@ private:
     bool create_net_pad();
     void collect(std::chrono::milliseconds grace);
 
-    GstElement* element_;
-    GstElementClass* parent_class_;
-    std::shared_ptr<zq_net_statistics> statistics_;
-    std::shared_ptr<zq_net_pad> pad_;
-    zq_net_settings settings_; // under the element's object lock
-    std::shared_ptr<zq_net_run> run_;
-    std::shared_ptr<zq_net_run> aside_; // stopped, but its thread still sits in a push
+    GstElement* m_element;
+    GstElementClass* m_parent_class;
+    std::shared_ptr<zq_net_statistics> m_statistics;
+    std::shared_ptr<zq_net_pad> m_pad;
+    zq_net_settings m_settings; // under the element's object lock
+    std::shared_ptr<zq_net_run> m_run;
+    std::shared_ptr<zq_net_run> m_aside; // stopped, but its thread still sits in a push
 };

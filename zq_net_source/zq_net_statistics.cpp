@@ -12,36 +12,36 @@ zq_base_statistics::items zq_net_statistics::get_items() const
 {
     std::string last_error;
     {
-        const std::lock_guard lock{last_error_mutex_};
-        last_error = last_error_;
+        const std::lock_guard lock{m_last_error_mutex};
+        last_error = m_last_error;
     }
     return {
-        {"System time", ZQSDK::toString("hhh:mm:ss.ccc", std::chrono::nanoseconds{system_time_ns_.load(relaxed)})},
-        {"Data counter [byte]", std::to_string(data_counter_.load(relaxed))},
-        {"Bit rate [bit/sec]", std::to_string(bit_rate_.load(relaxed))},
+        {"System time", ZQSDK::toString("hhh:mm:ss.ccc", std::chrono::nanoseconds{m_system_time_ns.load(relaxed)})},
+        {"Data counter [byte]", std::to_string(m_data_counter.load(relaxed))},
+        {"Bit rate [bit/sec]", std::to_string(m_bit_rate.load(relaxed))},
         {"Last error", std::move(last_error)},
     };
 }
 
 void zq_net_statistics::reset()
 {
-    data_counter_.store(0, relaxed);
-    bit_rate_.store(0, relaxed);
+    m_data_counter.store(0, relaxed);
+    m_bit_rate.store(0, relaxed);
 }
 
 void zq_net_statistics::set_system_time(std::chrono::nanoseconds since_start)
 {
-    system_time_ns_.store(since_start.count(), relaxed);
+    m_system_time_ns.store(since_start.count(), relaxed);
 }
 
-void zq_net_statistics::add_data(std::uint64_t bytes) { data_counter_.fetch_add(bytes, relaxed); }
+void zq_net_statistics::add_data(std::uint64_t bytes) { m_data_counter.fetch_add(bytes, relaxed); }
 
-void zq_net_statistics::set_bit_rate(std::uint64_t bits_per_second) { bit_rate_.store(bits_per_second, relaxed); }
+void zq_net_statistics::set_bit_rate(std::uint64_t bits_per_second) { m_bit_rate.store(bits_per_second, relaxed); }
 
 void zq_net_statistics::set_last_error(std::string text)
 {
-    const std::lock_guard lock{last_error_mutex_};
-    last_error_ = std::move(text);
+    const std::lock_guard lock{m_last_error_mutex};
+    m_last_error = std::move(text);
 }
 
 void zq_net_statistics::note_exception() noexcept

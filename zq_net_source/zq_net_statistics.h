@@ -43,9 +43,9 @@ public:
     void note_exception() noexcept;
 
 private:
-    std::atomic<std::int64_t> system_time_ns_{0};
-    std::atomic<std::uint64_t> data_counter_{0};
-    std::atomic<std::uint64_t> bit_rate_{0};
-    mutable std::mutex last_error_mutex_;
-    std::string last_error_;
+    std::atomic<std::int64_t> m_system_time_ns{0};
+    std::atomic<std::uint64_t> m_data_counter{0};
+    std::atomic<std::uint64_t> m_bit_rate{0};
+    mutable std::mutex m_last_error_mutex;
+    std::string m_last_error;
 };

@@ -3,14 +3,14 @@
 
 zq_t2mi_provider::zq_t2mi_provider(zq_net_pad& pad, std::shared_ptr<GstBufferPool> pool, zq_net_statistics& statistics,
                                    std::uint8_t plp)
-    : zq_data_provider{pad, std::move(pool), statistics}, CT2MIToTS{true}, plp_{plp}
+    : zq_data_provider{pad, std::move(pool), statistics}, CT2MIToTS{true}, m_plp{plp}
 {
     SetPLPID(plp);
 }
 
 bool zq_t2mi_provider::push_data(std::uint64_t timestamp, unsigned char* data, std::uint64_t size, bool)
 {
-    timestamp_ = timestamp;
+    m_timestamp = timestamp;
     Process(data, size);
     return true;
 }
@@ -18,6 +18,6 @@ bool zq_t2mi_provider::push_data(std::uint64_t timestamp, unsigned char* data, s
 void zq_t2mi_provider::OnTS(unsigned char plp_id, unsigned char* data, unsigned long size)
 {
     // The decapsulator chose by PLP already; checked again on purpose.
-    if (plp_id == plp_)
-        zq_data_provider::push_data(timestamp_, data, size, false);
+    if (plp_id == m_plp)
+        zq_data_provider::push_data(m_timestamp, data, size, false);
 }

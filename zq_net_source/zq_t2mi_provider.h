@@ -19,6 +19,6 @@ public:
     void OnTS(unsigned char plp_id, unsigned char* data, unsigned long size) override;
 
 private:
-    std::uint64_t timestamp_ = 0;
-    std::uint8_t plp_;
+    std::uint64_t m_timestamp = 0;
+    std::uint8_t m_plp;
 };

@@ -70,7 +70,7 @@ bool bind_to(int socket, in_addr_t address, std::uint16_t port)
 } // namespace
 
 zq_udp_source::zq_udp_source(callback on_datagram, zq_net_statistics& statistics, std::function<void()> before_first)
-    : callback_{std::move(on_datagram)}, statistics_{statistics}, before_first_{std::move(before_first)}
+    : m_callback{std::move(on_datagram)}, m_statistics{statistics}, m_before_first{std::move(before_first)}
 {}
 
 zq_udp_source::~zq_udp_source() { close(); }
@@ -85,21 +85,21 @@ bool zq_udp_source::isMulticast(const std::string& address)
 bool zq_udp_source::open(const std::string& address, std::uint32_t port, const std::string& interface)
 {
     close();
-    socket_ = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
-    if (socket_ < 0) {
+    m_socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
+    if (m_socket < 0) {
         std::puts("ZQReceiverUDP::open 0 > m_hSocket");
         return false;
     }
-    ::fcntl(socket_, F_SETFL, ::fcntl(socket_, F_GETFL) | O_NONBLOCK);
-    if (!set_option(socket_, SOL_SOCKET, SO_REUSEADDR, int{1})) {
+    ::fcntl(m_socket, F_SETFL, ::fcntl(m_socket, F_GETFL) | O_NONBLOCK);
+    if (!set_option(m_socket, SOL_SOCKET, SO_REUSEADDR, int{1})) {
         std::puts("::setsockopt(m_hSocket, SOL_SOCKET, SO_REUSEADDR, (char *)&nReuseAddr, sizeof(int)) < 0");
         return false;
     }
-    if (!set_option(socket_, SOL_SOCKET, SO_REUSEPORT, int{1})) {
+    if (!set_option(m_socket, SOL_SOCKET, SO_REUSEPORT, int{1})) {
         std::puts("::setsockopt(m_hSocket, SOL_SOCKET, SO_REUSEPORT, (char *)&nReusePort, sizeof(int)) < 0");
         return false;
     }
-    enlarge_receive_buffer(socket_);
+    enlarge_receive_buffer(m_socket);
     const auto port16 = static_cast<std::uint16_t>(port);
     if (!(isMulticast(address) ? bind_multicast(address, port16, interface) : bind_unicast(port16, interface)))
         return false;
@@ -114,12 +114,12 @@ bool zq_udp_source::bind_multicast(const std::string& address, std::uint16_t por
     membership.imr_interface.s_addr = address_or_any(interface);
 
     // Otherwise a socket bound to any address also gets the groups that others on this host joined on this port.
-    set_option(socket_, IPPROTO_IP, IP_MULTICAST_ALL, int{0});
-    if (!bind_to(socket_, interface.empty() ? htonl(INADDR_ANY) : membership.imr_multiaddr.s_addr, port)) {
+    set_option(m_socket, IPPROTO_IP, IP_MULTICAST_ALL, int{0});
+    if (!bind_to(m_socket, interface.empty() ? htonl(INADDR_ANY) : membership.imr_multiaddr.s_addr, port)) {
         std::puts("1: 0 > ::bind(m_hSocket, (struct sockaddr *) &addr, sizeof(addr))");
         return false;
     }
-    if (!set_option(socket_, IPPROTO_IP, IP_ADD_MEMBERSHIP, membership)) {
+    if (!set_option(m_socket, IPPROTO_IP, IP_ADD_MEMBERSHIP, membership)) {
         // This text and the one below carry no newline; that is meant.
         std::printf("::setsockopt(m_hSocket, IPPROTO_IP, IP_ADD_MEMBERSHIP, (char *)&mcast, sizeof(mcast)) < 0");
         return false;
@@ -129,7 +129,7 @@ bool zq_udp_source::bind_multicast(const std::string& address, std::uint16_t por
 
 bool zq_udp_source::bind_unicast(std::uint16_t port, const std::string& interface)
 {
-    if (!bind_to(socket_, address_or_any(interface), port)) {
+    if (!bind_to(m_socket, address_or_any(interface), port)) {
         std::printf("2: 0 > ::bind(m_hSocket, (struct sockaddr *) &addr, sizeof(addr))");
         return false;
     }
@@ -139,82 +139,82 @@ bool zq_udp_source::bind_unicast(std::uint16_t port, const std::string& interfac
 template <class Call>
 void zq_udp_source::call_out(const Call& call)
 {
-    in_callback_.store(true, std::memory_order_release);
+    m_in_callback.store(true, std::memory_order_release);
     try {
         call();
     } catch (...) {
-        statistics_.note_exception();
+        m_statistics.note_exception();
     }
-    in_callback_.store(false, std::memory_order_release);
+    m_in_callback.store(false, std::memory_order_release);
 }
 
 void zq_udp_source::start_thread()
 {
-    stop_promise_ = std::make_shared<std::promise<void>>();
-    stopping_ = false;
-    ended_ = false;
+    m_stop_promise = std::make_shared<std::promise<void>>();
+    m_stopping = false;
+    m_ended = false;
     try {
-        thread_ = std::thread([this] {
+        m_thread = std::thread([this] {
             ::pthread_setname_np(::pthread_self(), "zqnetsource");
             try {
-                if (before_first_)
-                    call_out(before_first_);
+                if (m_before_first)
+                    call_out(m_before_first);
                 // The request to stop ends the wait for data, which so needs no time-out: its timer costs CPU.
-                wait_ms_ = endless;
-                work_thread(stop_promise_->get_future());
+                m_wait_ms = endless;
+                work_thread(m_stop_promise->get_future());
             } catch (...) {
-                statistics_.note_exception();
+                m_statistics.note_exception();
             }
             // Held beyond the lock: dropping the owner may destroy this receiver, mutex included.
             std::shared_ptr<void> owner;
-            const std::lock_guard lock{end_mutex_};
-            ended_ = true;
-            owner = std::move(owner_);
-            end_changed_.notify_all();
+            const std::lock_guard lock{m_end_mutex};
+            m_ended = true;
+            owner = std::move(m_owner);
+            m_end_changed.notify_all();
         });
     } catch (...) {
-        ended_ = true;
+        m_ended = true;
         throw;
     }
 }
 
 void zq_udp_source::ask_to_stop()
 {
-    if (!thread_.joinable() || stopping_.exchange(true, std::memory_order_acq_rel))
+    if (!m_thread.joinable() || m_stopping.exchange(true, std::memory_order_acq_rel))
         return;
-    stop_promise_->set_value();
+    m_stop_promise->set_value();
     // Ends the wait for data at once. The call reports that the socket is not connected, and still does this.
-    ::shutdown(socket_, SHUT_RD);
+    ::shutdown(m_socket, SHUT_RD);
 }
 
 bool zq_udp_source::wait_ended(std::chrono::milliseconds callback_grace)
 {
     using namespace std::chrono_literals;
     const auto deadline = steady_clock::now() + callback_grace;
-    std::unique_lock lock{end_mutex_};
+    std::unique_lock lock{m_end_mutex};
     // After the request to stop no callback begins: one that runs at the deadline has run all the time.
-    while (!ended_) {
+    while (!m_ended) {
         const auto now = steady_clock::now();
-        if (now >= deadline && in_callback_)
+        if (now >= deadline && m_in_callback)
             return false;
-        end_changed_.wait_until(lock, now < deadline ? deadline : now + 10ms);
+        m_end_changed.wait_until(lock, now < deadline ? deadline : now + 10ms);
     }
     return true;
 }
 
 void zq_udp_source::close_socket()
 {
-    if (const int descriptor = socket_.exchange(-1); descriptor >= 0)
+    if (const int descriptor = m_socket.exchange(-1); descriptor >= 0)
         ::close(descriptor);
 }
 
 void zq_udp_source::close()
 {
     ask_to_stop();
-    if (thread_.joinable()) {
-        thread_.join();
-        stop_promise_.reset();
-        wait_ms_ = longest_wait_ms;
+    if (m_thread.joinable()) {
+        m_thread.join();
+        m_stop_promise.reset();
+        m_wait_ms = longest_wait_ms;
     }
     close_socket();
 }
@@ -222,7 +222,7 @@ void zq_udp_source::close()
 bool zq_udp_source::close_for(std::chrono::milliseconds callback_grace)
 {
     ask_to_stop();
-    if (thread_.get_id() == std::this_thread::get_id() || !wait_ended(callback_grace)) {
+    if (m_thread.get_id() == std::this_thread::get_id() || !wait_ended(callback_grace)) {
         close_socket();
         return false;
     }
@@ -232,33 +232,33 @@ bool zq_udp_source::close_for(std::chrono::milliseconds callback_grace)
 
 void zq_udp_source::abandon(std::shared_ptr<void> owner)
 {
-    const std::lock_guard lock{end_mutex_};
-    if (ended_)
+    const std::lock_guard lock{m_end_mutex};
+    if (m_ended)
         return;
-    owner_ = std::move(owner);
-    thread_.detach();
+    m_owner = std::move(owner);
+    m_thread.detach();
 }
 
 int zq_udp_source::read(unsigned char* buffer, unsigned long size) { return receive(buffer, size, longest_wait_ms); }
 
 int zq_udp_source::receive(unsigned char* buffer, unsigned long size, int wait_ms)
 {
-    const int descriptor = socket_;
+    const int descriptor = m_socket;
     if (descriptor < 0)
         return 0;
-    if (burst_.expects_more()) {
+    if (m_burst.expects_more()) {
         const auto received = ::recv(descriptor, buffer, size, 0);
         if (received >= 0 || errno != EAGAIN) {
-            burst_.got_more();
+            m_burst.got_more();
             return static_cast<int>(received);
         }
-        burst_.found_none();
+        m_burst.found_none();
     }
     // poll and not select: the same answer for one descriptor, and descriptors from FD_SETSIZE on work too.
     pollfd waited{descriptor, POLLIN, 0};
     if (::poll(&waited, 1, wait_ms) <= 0 || (waited.revents & POLLNVAL) != 0)
         return 0;
-    burst_.waited();
+    m_burst.waited();
     return static_cast<int>(::recv(descriptor, buffer, size, 0));
 }
 
@@ -266,7 +266,7 @@ void zq_udp_source::work_thread(std::future<void>&& stop)
 {
     using namespace std::chrono_literals;
     const std::unique_ptr<unsigned char[]> buffer{new unsigned char[max_datagram]};
-    thread_start_ = steady_clock::now();
+    m_thread_start = steady_clock::now();
     auto interval_start = steady_clock::now();
     std::uint64_t interval_bytes = 0;
 
@@ -274,27 +274,27 @@ void zq_udp_source::work_thread(std::future<void>&& stop)
     auto stop_wait = 1000ns;
     while (stop.wait_for(stop_wait) != std::future_status::ready) {
         stop_wait = 1000ns;
-        const int received = receive(buffer.get(), max_datagram, wait_ms_);
+        const int received = receive(buffer.get(), max_datagram, m_wait_ms);
         if (stopping())
             return;
         if (received == 0)
             continue;
         if (received < 0) {
             if (const char* text = std::strerror(errno))
-                statistics_.set_last_error(text);
+                m_statistics.set_last_error(text);
             continue;
         }
         const auto now = steady_clock::now();
         if (const auto elapsed = now - interval_start; elapsed > 1999999999ns) {
             // Whole seconds, so 2.9 s divide by 2; that is meant.
             const auto seconds = static_cast<std::uint64_t>(elapsed / 1s);
-            statistics_.set_bit_rate(interval_bytes * 8 / seconds);
+            m_statistics.set_bit_rate(interval_bytes * 8 / seconds);
             interval_start = now;
             interval_bytes = 0;
         }
         call_out([&] {
-            callback_(static_cast<unsigned long>((now - thread_start_) / 1ns), buffer.get(),
-                      static_cast<unsigned long>(received));
+            m_callback(static_cast<unsigned long>((now - m_thread_start) / 1ns), buffer.get(),
+                       static_cast<unsigned long>(received));
         });
         interval_bytes += static_cast<std::uint64_t>(received);
         stop_wait = 0ns;

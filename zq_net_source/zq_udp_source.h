@@ -56,14 +56,14 @@ public:
     void abandon(std::shared_ptr<void> owner);
 
     /// True once a stop was asked for. For the callback, to end a wait of its own.
-    [[nodiscard]] bool stopping() const { return stopping_.load(std::memory_order_acquire); }
+    [[nodiscard]] bool stopping() const { return m_stopping.load(std::memory_order_acquire); }
 
     /// Waits up to 1 s for a datagram and receives it. Its size, 0 when none came (or an empty one), or -1 with
     /// errno set when receiving failed. Not for use beside a running receive thread.
     int read(unsigned char* buffer, unsigned long size);
 
     /// What the callback's time stamps count from. For the receive thread only.
-    [[nodiscard]] std::chrono::steady_clock::time_point thread_start() const { return thread_start_; }
+    [[nodiscard]] std::chrono::steady_clock::time_point thread_start() const { return m_thread_start; }
 
     /// 224.0.0.0 to 239.255.255.255, both included. What does not parse is not multicast.
     [[nodiscard]] static bool isMulticast(const std::string& address);
@@ -89,45 +89,45 @@ private:
     class burst_guess
     {
     public:
-        bool expects_more() const { return expects_more_; }
+        bool expects_more() const { return m_expects_more; }
         void waited()
         {
-            first_ = true;
-            expects_more_ = bursts_ || ++waits_ % 16 == 0;
+            m_first = true;
+            m_expects_more = m_bursts || ++m_waits % 16 == 0;
         }
         void got_more()
         {
-            bursts_ = true;
-            first_ = false;
+            m_bursts = true;
+            m_first = false;
         }
         void found_none()
         {
-            bursts_ = bursts_ && !first_;
-            expects_more_ = false;
+            m_bursts = m_bursts && !m_first;
+            m_expects_more = false;
         }
 
     private:
-        bool expects_more_ = false;
-        bool first_ = false; // of the guesses since the last wait
-        bool bursts_ = false;
-        unsigned waits_ = 0;
+        bool m_expects_more = false;
+        bool m_first = false; // of the guesses since the last wait
+        bool m_bursts = false;
+        unsigned m_waits = 0;
     };
 
     // Read by the receive thread outside callbacks only; close_for() closes it while that thread is inside one.
-    std::atomic<int> socket_{-1};
-    std::thread thread_;
-    std::shared_ptr<std::promise<void>> stop_promise_;
-    int wait_ms_ = longest_wait_ms; // of work_thread() for one datagram
-    burst_guess burst_;
-    callback callback_;
-    zq_net_statistics& statistics_;
-    std::function<void()> before_first_;
-    std::chrono::steady_clock::time_point thread_start_{};
+    std::atomic<int> m_socket{-1};
+    std::thread m_thread;
+    std::shared_ptr<std::promise<void>> m_stop_promise;
+    int m_wait_ms = longest_wait_ms; // of work_thread() for one datagram
+    burst_guess m_burst;
+    callback m_callback;
+    zq_net_statistics& m_statistics;
+    std::function<void()> m_before_first;
+    std::chrono::steady_clock::time_point m_thread_start{};
 
-    std::atomic<bool> stopping_{false};
-    std::atomic<bool> in_callback_{false};
-    std::mutex end_mutex_;
-    std::condition_variable end_changed_;
-    bool ended_ = true;
-    std::shared_ptr<void> owner_;
+    std::atomic<bool> m_stopping{false};
+    std::atomic<bool> m_in_callback{false};
+    std::mutex m_end_mutex;
+    std::condition_variable m_end_changed;
+    bool m_ended = true;
+    std::shared_ptr<void> m_owner;
 };

@@ -31,19 +31,19 @@ public:
     /// filled with zeros, replaces it. Throws std::bad_alloc, and nothing changes, when memory runs out.
     void alloc(unsigned long size, unsigned long alignment)
     {
-        if (!storage_ || capacity_ < size || alignment_ != alignment)
+        if (!m_storage || m_capacity < size || m_alignment != alignment)
             reallocate(size, alignment);
-        size_ = size;
+        m_size = size;
     }
 
-    T* data() { return data_; }
-    const T* data() const { return data_; }
+    T* data() { return m_data; }
+    const T* data() const { return m_data; }
     /// Bytes in use.
-    std::size_t size() const { return size_; }
+    std::size_t size() const { return m_size; }
     /// Bytes usable from data() on.
-    std::size_t capacity() const { return capacity_; }
+    std::size_t capacity() const { return m_capacity; }
     /// As asked for at the last allocation.
-    std::size_t alignment() const { return alignment_; }
+    std::size_t alignment() const { return m_alignment; }
 
 private:
     void reallocate(std::size_t size, std::size_t alignment)
@@ -53,31 +53,31 @@ private:
             throw std::bad_alloc();
         std::shared_ptr<T[]> storage(new T[size + slack]());
         const auto past_boundary = alignment == 0 ? 0 : reinterpret_cast<std::uintptr_t>(storage.get()) % alignment;
-        data_ = storage.get() + (past_boundary == 0 ? 0 : alignment - past_boundary);
-        storage_ = std::move(storage);
-        capacity_ = size;
-        alignment_ = alignment;
+        m_data = storage.get() + (past_boundary == 0 ? 0 : alignment - past_boundary);
+        m_storage = std::move(storage);
+        m_capacity = size;
+        m_alignment = alignment;
     }
 
     void copy(const ZQAlignMemory& other)
     {
-        if (!other.storage_)
+        if (!other.m_storage)
             return release();
-        alloc(other.size_, other.alignment_);
-        std::copy_n(other.data_, other.size_, data_);
+        alloc(other.m_size, other.m_alignment);
+        std::copy_n(other.m_data, other.m_size, m_data);
     }
 
     void release()
     {
-        storage_.reset();
-        data_ = nullptr;
-        size_ = capacity_ = alignment_ = 0;
+        m_storage.reset();
+        m_data = nullptr;
+        m_size = m_capacity = m_alignment = 0;
     }
 
-    std::shared_ptr<T[]> storage_;
-    T* data_ = nullptr;
-    std::size_t size_ = 0;
-    std::size_t capacity_ = 0;
-    std::size_t alignment_ = 0;
+    std::shared_ptr<T[]> m_storage;
+    T* m_data = nullptr;
+    std::size_t m_size = 0;
+    std::size_t m_capacity = 0;
+    std::size_t m_alignment = 0;
 };
 } // namespace ZQSDK

@@ -17,7 +17,7 @@ class ZQBSReaderT<Byte*>
 {
 public:
     /// Starts at the first of `size` bytes. (nullptr, 0) is an exhausted reader.
-    ZQBSReaderT(Byte* data, unsigned long size) : next_(data), bytes_left_(size)
+    ZQBSReaderT(Byte* data, unsigned long size) : m_next(data), m_bytes_left(size)
     {
         const auto past_boundary = reinterpret_cast<std::uintptr_t>(data) % 4;
         load(past_boundary == 0 ? 8 : 4 - past_boundary);
@@ -45,7 +45,7 @@ public:
     template <class T>
     bool getBits(unsigned long n, T& out)
     {
-        if (bits_left_ == 0)
+        if (m_bits_left == 0)
             return false;
         std::uint64_t value = 0;
         const bool whole = take(limited(n), value);
@@ -58,8 +58,8 @@ public:
     bool lookBits(T& out) const
     {
         constexpr unsigned n = limited(N);
-        if (n < bits_left_) {
-            out = static_cast<T>(field(bits_left_ - n, n));
+        if (n < m_bits_left) {
+            out = static_cast<T>(field(m_bits_left - n, n));
             return true;
         }
         ZQBSReaderT ahead(*this);
@@ -75,8 +75,8 @@ public:
         if (n == 0)
             return true;
         const std::uint64_t left = availableBytes() - n;
-        next_ = position() + n;
-        bytes_left_ = left;
+        m_next = position() + n;
+        m_bytes_left = left;
         load(8);
         return true;
     }
@@ -96,69 +96,69 @@ public:
     /// Loads the next `n` bytes, 1 to 8 and no more than are left, in place of what the cache holds.
     void updateCache(unsigned long n)
     {
-        if (n != 0 && bytes_left_ != 0)
+        if (n != 0 && m_bytes_left != 0)
             load(std::min(n, 8UL));
     }
 
     /// Unread bits in the cache, 0 to 64; 0 means exhausted.
-    std::uint64_t bitsLeft() const { return bits_left_; }
+    std::uint64_t bitsLeft() const { return m_bits_left; }
     /// Bytes behind the cache.
-    std::uint64_t bytesLeft() const { return bytes_left_; }
+    std::uint64_t bytesLeft() const { return m_bytes_left; }
     /// Unread bytes, a partly read one counting whole.
-    std::uint64_t availableBytes() const { return (bits_left_ + 7) / 8 + bytes_left_; }
+    std::uint64_t availableBytes() const { return (m_bits_left + 7) / 8 + m_bytes_left; }
     /// The byte that holds the next unread bit; the end of the range when exhausted.
-    Byte* position() const { return next_ - (bits_left_ + 7) / 8; }
+    Byte* position() const { return m_next - (m_bits_left + 7) / 8; }
 
 private:
     static constexpr unsigned limited(unsigned long n) { return n < 64 ? static_cast<unsigned>(n) : 64U; }
 
     /// The n cached bits above position `at`. at is 64 only with n = 0, where any shift gives the right 0.
-    std::uint64_t field(std::uint64_t at, std::uint64_t n) const { return (cache_ >> (at & 63U)) & mask_impl[n]; }
+    std::uint64_t field(std::uint64_t at, std::uint64_t n) const { return (m_cache >> (at & 63U)) & mask_impl[n]; }
 
     bool take(unsigned n, std::uint64_t& value)
     {
-        if (n < bits_left_) {
-            bits_left_ -= n;
-            value = field(bits_left_, n);
+        if (n < m_bits_left) {
+            m_bits_left -= n;
+            value = field(m_bits_left, n);
             return true;
         }
-        return bits_left_ != 0 && takeAcross(n, value);
+        return m_bits_left != 0 && takeAcross(n, value);
     }
 
-    /// Takes n >= bits_left_ > 0 bits. A refill that is still too short has reached the end of the range.
+    /// Takes n >= m_bits_left > 0 bits. A refill that is still too short has reached the end of the range.
     [[gnu::noinline]] bool takeAcross(unsigned n, std::uint64_t& value)
     {
-        const std::uint64_t before = cache_ & mask_impl[bits_left_];
-        const std::uint64_t needed = n - bits_left_;
+        const std::uint64_t before = m_cache & mask_impl[m_bits_left];
+        const std::uint64_t needed = n - m_bits_left;
         load(8);
         value = before;
         if (needed == 0)
             return true;
-        if (needed > bits_left_) {
-            value = ((before << bits_left_) | cache_) << (needed - bits_left_);
-            cache_ = bits_left_ = 0;
+        if (needed > m_bits_left) {
+            value = ((before << m_bits_left) | m_cache) << (needed - m_bits_left);
+            m_cache = m_bits_left = 0;
             return false;
         }
-        const std::uint64_t left = bits_left_ - needed;
+        const std::uint64_t left = m_bits_left - needed;
         value = (before << needed) | field(left, needed);
-        bits_left_ = left;
+        m_bits_left = left;
         if (left == 0)
             load(8);
         return true;
     }
 
-    /// Replaces the cache by the next min(n, bytes_left_) bytes, n <= 8; none left empties it.
+    /// Replaces the cache by the next min(n, m_bytes_left) bytes, n <= 8; none left empties it.
     void load(std::uint64_t n)
     {
-        n = std::min(n, bytes_left_);
-        cache_ = n == 8 ? wholeWord() : fewBytes(n);
-        bits_left_ = 8 * n;
-        bytes_left_ -= n;
-        next_ += n;
+        n = std::min(n, m_bytes_left);
+        m_cache = n == 8 ? wholeWord() : fewBytes(n);
+        m_bits_left = 8 * n;
+        m_bytes_left -= n;
+        m_next += n;
     }
 
     // Compilers turn these into one load with a byte swap.
-    std::uint64_t byte(std::uint64_t at) const { return static_cast<unsigned char>(next_[at]); }
+    std::uint64_t byte(std::uint64_t at) const { return static_cast<unsigned char>(m_next[at]); }
     std::uint64_t halfWord(std::uint64_t at) const
     {
         return byte(at) << 24 | byte(at + 1) << 16 | byte(at + 2) << 8 | byte(at + 3);
@@ -179,9 +179,9 @@ private:
         return byte(0) << 8 * (n - 1) | byte(n / 2) << 8 * (n - 1 - n / 2) | byte(n - 1);
     }
 
-    std::uint64_t cache_ = 0;     // unread bits on the right
-    std::uint64_t bits_left_ = 0; // unread bits in the cache
-    Byte* next_;                  // first byte not loaded yet
-    std::uint64_t bytes_left_;    // from next_ to the end of the range
+    std::uint64_t m_cache = 0;     // unread bits on the right
+    std::uint64_t m_bits_left = 0; // unread bits in the cache
+    Byte* m_next;                  // first byte not loaded yet
+    std::uint64_t m_bytes_left;    // from m_next to the end of the range
 };
 } // namespace ZQSDK

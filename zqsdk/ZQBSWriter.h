@@ -16,7 +16,7 @@ template <class Byte>
 class ZQBSWriterT<Byte*>
 {
 public:
-    ZQBSWriterT(Byte* data, unsigned long size) : next_(data), bytes_left_(size) { restart(); }
+    ZQBSWriterT(Byte* data, unsigned long size) : m_next(data), m_bytes_left(size) { restart(); }
     virtual ~ZQBSWriterT() { flush(); }
     ZQBSWriterT(const ZQBSWriterT&) = delete;
     ZQBSWriterT& operator=(const ZQBSWriterT&) = delete;
@@ -42,7 +42,7 @@ public:
     bool putBitsToCach(unsigned long& n, T value)
     {
         n = std::min(n, 64UL);
-        if (bytes_left_ == 0)
+        if (m_bytes_left == 0)
             return false;
         auto pending = static_cast<unsigned>(n);
         place(bits(value), pending);
@@ -53,21 +53,21 @@ public:
     /// Stores what the cache holds, a partly filled last byte with zero bits below; the next bit opens a new byte.
     void flush()
     {
-        const std::uint64_t held = (64 - bits_free_ + 7) / 8;
+        const std::uint64_t held = (64 - m_bits_free + 7) / 8;
         // Locals, as a byte that is stored could be a byte of this object for all the compiler knows.
-        const std::uint64_t word = cache_;
-        Byte* const to = next_;
+        const std::uint64_t word = m_cache;
+        Byte* const to = m_next;
         for (std::uint64_t at = 0; at < held; ++at)
             to[at] = static_cast<Byte>(word >> (56 - 8 * at));
         advance(held);
     }
 
     /// Bits that the cache holds and the range does not have yet, 0 to 63.
-    std::uint64_t bitsHeld() const { return 64 - bits_free_; }
+    std::uint64_t bitsHeld() const { return 64 - m_bits_free; }
     /// Room in the range, in bytes; bits held in the cache are not subtracted.
-    std::uint64_t bytesLeft() const { return bytes_left_; }
+    std::uint64_t bytesLeft() const { return m_bytes_left; }
     /// Bytes stored in the range so far; complete after flush().
-    std::uint64_t bytesWritten() const { return bytes_written_; }
+    std::uint64_t bytesWritten() const { return m_bytes_written; }
 
 private:
     template <class T>
@@ -83,9 +83,9 @@ private:
 
     bool append(std::uint64_t value, unsigned n)
     {
-        if (n + bits_barred_ < bits_free_ && n != 0) {
-            bits_free_ -= n;
-            cache_ |= value << bits_free_;
+        if (n + m_bits_barred < m_bits_free && n != 0) {
+            m_bits_free -= n;
+            m_cache |= value << m_bits_free;
             return true;
         }
         return appendAcross(value, n);
@@ -93,36 +93,36 @@ private:
 
     [[gnu::noinline]] bool appendAcross(std::uint64_t value, unsigned n)
     {
-        if (bytes_left_ == 0)
+        if (m_bytes_left == 0)
             return false;
-        while (n != 0 && bytes_left_ != 0)
+        while (n != 0 && m_bytes_left != 0)
             place(value, n);
         return n == 0;
     }
 
-    /// bytes_left_ > 0, so there is room for at least one bit.
+    /// m_bytes_left > 0, so there is room for at least one bit.
     void place(std::uint64_t value, unsigned& n)
     {
-        const std::uint64_t room = bits_free_ - bits_barred_;
+        const std::uint64_t room = m_bits_free - m_bits_barred;
         const std::uint64_t placed = std::min<std::uint64_t>(n, room);
         if (placed == 0)
             return;
         n -= static_cast<unsigned>(placed);
-        bits_free_ -= placed;
-        cache_ |= (value >> n) << bits_free_;
+        m_bits_free -= placed;
+        m_cache |= (value >> n) << m_bits_free;
         if (placed == room)
             store();
     }
 
     void store()
     {
-        if (bits_free_ != 0) {
+        if (m_bits_free != 0) {
             flush();
             return;
         }
         // Compilers turn this into one store of the swapped word.
-        const std::uint64_t word = cache_;
-        Byte* const to = next_;
+        const std::uint64_t word = m_cache;
+        Byte* const to = m_next;
         to[0] = static_cast<Byte>(word >> 56);
         to[1] = static_cast<Byte>(word >> 48);
         to[2] = static_cast<Byte>(word >> 40);
@@ -136,24 +136,24 @@ private:
 
     void advance(std::uint64_t stored)
     {
-        next_ += stored;
-        bytes_left_ -= stored;
-        bytes_written_ += stored;
+        m_next += stored;
+        m_bytes_left -= stored;
+        m_bytes_written += stored;
         restart();
     }
 
     void restart()
     {
-        cache_ = 0;
-        bits_free_ = 64;
-        bits_barred_ = bytes_left_ < 8 ? 64 - 8 * bytes_left_ : 0;
+        m_cache = 0;
+        m_bits_free = 64;
+        m_bits_barred = m_bytes_left < 8 ? 64 - 8 * m_bytes_left : 0;
     }
 
-    std::uint64_t cache_ = 0;       // written bits on the left
-    std::uint64_t bits_free_ = 64;  // free bits on the right of the cache
-    std::uint64_t bits_barred_ = 0; // of these, the ones that the rest of the range has no room for
-    Byte* next_;                    // where the cache is stored next
-    std::uint64_t bytes_left_;      // from next_ to the end of the range
-    std::uint64_t bytes_written_ = 0;
+    std::uint64_t m_cache = 0;       // written bits on the left
+    std::uint64_t m_bits_free = 64;  // free bits on the right of the cache
+    std::uint64_t m_bits_barred = 0; // of these, the ones that the rest of the range has no room for
+    Byte* m_next;                    // where the cache is stored next
+    std::uint64_t m_bytes_left;      // from m_next to the end of the range
+    std::uint64_t m_bytes_written = 0;
 };
 } // namespace ZQSDK

@@ -260,7 +260,7 @@ TEST_F(Pid, DiscardsAUnitBeyondTheLimitAlsoWhereAPlainPacketIsTheOneTooMany)
 
 TEST_F(Pid, DiscardsAUnitForWhichTheBudgetHasNothingLeft)
 {
-    mpegcore::payload_unit_budget budget(9000);
+    mpegcore::PayloadUnitBudget budget(9000);
     pid.set_budget(&budget);
     for (unsigned count = 0; count < 44; ++count)
         pid.putPacket(packet(first, count == 0));

@@ -38,15 +38,15 @@ public:
         RecordingParser::OnProcess(number, p);
         std::fflush(stdout);
         const auto written = lseek(STDOUT_FILENO, 0, SEEK_CUR);
-        if (written == written_)
+        if (written == m_written)
             return;
-        written_ = written;
+        m_written = written;
         ++count["eit_pkt_skip_lines"];
         lines.push_back(std::to_string(index) + " \"mpegcore: eit pkt skip\"");
     }
 
 private:
-    off_t written_ = 0;
+    off_t m_written = 0;
 };
 
 RecordingParser::counts expected_counts(const std::filesystem::path& path)

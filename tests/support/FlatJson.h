@@ -19,11 +19,11 @@ public:
     {
         FlatJson json(text);
         json.object("");
-        return std::move(json.values_);
+        return std::move(json.m_values);
     }
 
 private:
-    explicit FlatJson(const std::string& text) : text_(text) {}
+    explicit FlatJson(const std::string& text) : m_text(text) {}
 
     void object(const std::string& path)
     {
@@ -36,7 +36,7 @@ private:
             if (peek() == '{')
                 object(name);
             else
-                values_[name] = peek() == '"' ? quoted() : number();
+                m_values[name] = peek() == '"' ? quoted() : number();
         } while (accept(','));
         expect('}');
     }
@@ -44,47 +44,48 @@ private:
     std::string quoted()
     {
         expect('"');
-        const auto end = text_.find('"', at_);
+        const auto end = m_text.find('"', m_at);
         if (end == std::string::npos)
             throw std::runtime_error("string without end");
-        const std::string value = text_.substr(at_, end - at_);
-        at_ = end + 1;
+        const std::string value = m_text.substr(m_at, end - m_at);
+        m_at = end + 1;
         return value;
     }
 
     std::string number()
     {
-        const auto begin = at_;
-        while (at_ < text_.size() && (std::isdigit(static_cast<unsigned char>(text_[at_])) != 0 || text_[at_] == '-'))
-            ++at_;
-        if (at_ == begin)
-            throw std::runtime_error("no value at " + std::to_string(at_));
-        return text_.substr(begin, at_ - begin);
+        const auto begin = m_at;
+        while (m_at < m_text.size() &&
+               (std::isdigit(static_cast<unsigned char>(m_text[m_at])) != 0 || m_text[m_at] == '-'))
+            ++m_at;
+        if (m_at == begin)
+            throw std::runtime_error("no value at " + std::to_string(m_at));
+        return m_text.substr(begin, m_at - begin);
     }
 
     char peek()
     {
-        while (at_ < text_.size() && std::isspace(static_cast<unsigned char>(text_[at_])) != 0)
-            ++at_;
-        return at_ < text_.size() ? text_[at_] : '\0';
+        while (m_at < m_text.size() && std::isspace(static_cast<unsigned char>(m_text[m_at])) != 0)
+            ++m_at;
+        return m_at < m_text.size() ? m_text[m_at] : '\0';
     }
 
     bool accept(char wanted)
     {
         if (peek() != wanted)
             return false;
-        ++at_;
+        ++m_at;
         return true;
     }
 
     void expect(char wanted)
     {
         if (!accept(wanted))
-            throw std::runtime_error(std::string("no ") + wanted + " at " + std::to_string(at_));
+            throw std::runtime_error(std::string("no ") + wanted + " at " + std::to_string(m_at));
     }
 
-    const std::string& text_;
-    std::size_t at_ = 0;
-    values values_;
+    const std::string& m_text;
+    std::size_t m_at = 0;
+    values m_values;
 };
 } // namespace zqtest

@@ -22,7 +22,7 @@ namespace zqtest
 class Multiplex
 {
 public:
-    explicit Multiplex(unsigned programmes, unsigned seed = 1) : programmes_(programmes), random_(seed) {}
+    explicit Multiplex(unsigned programmes, unsigned seed = 1) : m_programmes(programmes), m_random(seed) {}
 
     static unsigned PMT_PID(unsigned programme) { return 0x0100 + 16 * programme; }
     static unsigned video_PID(unsigned programme) { return PMT_PID(programme) + 1; }
@@ -33,7 +33,7 @@ public:
         mpegcore::CPAT table(nullptr, 4098);
         long_header(table, 0x00, 0);
         table.transport_stream_id = 1;
-        for (unsigned at = 0; at < programmes_; ++at) {
+        for (unsigned at = 0; at < m_programmes; ++at) {
             auto& entry = table.programs[static_cast<std::uint16_t>(PMT_PID(at))];
             entry.program_number = static_cast<std::uint16_t>(at + 1);
             entry.reserved = 7;
@@ -66,8 +66,8 @@ public:
         stream->transport_stream_id = stream->original_network_id = 1;
         stream->reserved_future_use = 15;
         auto list = std::make_shared<mpegcore::service_list_descriptor>();
-        list->descriptor_length = static_cast<std::uint8_t>(3 * programmes_);
-        for (unsigned at = 0; at < programmes_; ++at) {
+        list->descriptor_length = static_cast<std::uint8_t>(3 * m_programmes);
+        for (unsigned at = 0; at < m_programmes; ++at) {
             auto& entry = list->entries.emplace_back();
             entry.service_id = static_cast<std::uint16_t>(at + 1);
             entry.service_type = 1;
@@ -81,14 +81,14 @@ public:
     std::vector<Bytes> SDT() const
     {
         std::vector<Bytes> sections;
-        for (unsigned first = 0; first < programmes_; first += 10) {
+        for (unsigned first = 0; first < m_programmes; first += 10) {
             mpegcore::CSDT table(nullptr, 4098);
             long_header(table, 0x42, 1);
             table.transport_stream_id = table.original_network_id = 1;
             table.reserved_future_use = 0xFF;
             table.section_number = static_cast<std::uint8_t>(first / 10);
-            table.last_section_number = static_cast<std::uint8_t>((programmes_ - 1) / 10);
-            for (unsigned at = first; at < std::min(first + 10, programmes_); ++at)
+            table.last_section_number = static_cast<std::uint8_t>((m_programmes - 1) / 10);
+            for (unsigned at = first; at < std::min(first + 10, m_programmes); ++at)
                 add_service(table, at);
             sections.push_back(rendered(table));
         }
@@ -138,11 +138,11 @@ public:
                     static_cast<unsigned char>(PTS << 1 | 1)};
         bytes.reserve(bytes.size() + size);
         for (std::size_t at = 0; at < size; ++at)
-            bytes.push_back(static_cast<unsigned char>(random_()));
+            bytes.push_back(static_cast<unsigned char>(m_random()));
         return bytes;
     }
 
-    unsigned below(unsigned limit) { return static_cast<unsigned>(random_() % limit); }
+    unsigned below(unsigned limit) { return static_cast<unsigned>(m_random() % limit); }
 
 private:
     template <class Table>
@@ -220,7 +220,7 @@ private:
         return info;
     }
 
-    unsigned programmes_;
-    std::mt19937 random_;
+    unsigned m_programmes;
+    std::mt19937 m_random;
 };
 } // namespace zqtest

@@ -119,10 +119,10 @@ private:
         out[0] = mpegcore::ts_sync_byte;
         out[1] = static_cast<unsigned char>((unit_start == begins ? 0x40U : 0U) | PID >> 8);
         out[2] = static_cast<unsigned char>(PID);
-        out[3] = static_cast<unsigned char>(adaptation_field_control << 4 | (counters_[PID & 0x1FFF]++ & 0x0F));
+        out[3] = static_cast<unsigned char>(adaptation_field_control << 4 | (m_counters[PID & 0x1FFF]++ & 0x0F));
         return out + mpegcore::ts_header_size;
     }
 
-    std::array<unsigned char, mpegcore::pid_count> counters_{};
+    std::array<unsigned char, mpegcore::pid_count> m_counters{};
 };
 } // namespace zqtest

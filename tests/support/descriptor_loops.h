@@ -23,20 +23,20 @@ using Writer = ZQSDK::ZQBSWriterT<unsigned char*>;
 class ExactBlock
 {
 public:
-    explicit ExactBlock(std::size_t size) : size_(size), data_(new unsigned char[size]()) {}
+    explicit ExactBlock(std::size_t size) : m_size(size), m_data(new unsigned char[size]()) {}
     explicit ExactBlock(const Bytes& bytes) : ExactBlock(bytes.size())
     {
-        std::copy(bytes.begin(), bytes.end(), data_.get());
+        std::copy(bytes.begin(), bytes.end(), m_data.get());
     }
 
-    unsigned char* data() { return data_.get(); }
-    std::size_t size() const { return size_; }
+    unsigned char* data() { return m_data.get(); }
+    std::size_t size() const { return m_size; }
     Reader reader() { return {data(), size()}; }
-    Bytes bytes(std::size_t count) const { return {data_.get(), data_.get() + count}; }
+    Bytes bytes(std::size_t count) const { return {m_data.get(), m_data.get() + count}; }
 
 private:
-    std::size_t size_;
-    std::unique_ptr<unsigned char[]> data_;
+    std::size_t m_size;
+    std::unique_ptr<unsigned char[]> m_data;
 };
 
 /// What `write` of `source`, a descriptor or a list, stores when there is room enough.

@@ -60,25 +60,25 @@ std::string figure(const element& source, const std::string& name)
 }
 
 recorder::recorder(GstPad* pad)
-    : pad_{GST_PAD(gst_object_ref(pad))},
-      id_{gst_pad_add_probe(
+    : m_pad{GST_PAD(gst_object_ref(pad))},
+      m_id{gst_pad_add_probe(
           pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM), probe,
           this, nullptr)}
 {}
 
 recorder::~recorder()
 {
-    gst_pad_remove_probe(pad_, id_);
-    gst_object_unref(pad_);
+    gst_pad_remove_probe(m_pad, m_id);
+    gst_object_unref(m_pad);
 }
 
 GstPadProbeReturn recorder::probe(GstPad*, GstPadProbeInfo* info, gpointer self)
 {
-    auto& recorder_ = *static_cast<recorder*>(self);
+    auto& m_recorder = *static_cast<recorder*>(self);
     if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0)
-        recorder_.note(GST_PAD_PROBE_INFO_BUFFER(info));
+        m_recorder.note(GST_PAD_PROBE_INFO_BUFFER(info));
     else
-        recorder_.note(GST_PAD_PROBE_INFO_EVENT(info));
+        m_recorder.note(GST_PAD_PROBE_INFO_EVENT(info));
     return GST_PAD_PROBE_OK;
 }
 
@@ -92,83 +92,83 @@ void recorder::note(GstBuffer* buffer)
                      GST_BUFFER_OFFSET_END(buffer),
                      GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_LIVE) != 0};
     gst_buffer_extract(buffer, 0, seen.bytes.data(), seen.bytes.size());
-    const std::lock_guard lock{mutex_};
-    flow_.emplace_back("buffer");
-    buffers_.push_back(std::move(seen));
-    ++count_;
+    const std::lock_guard lock{m_mutex};
+    m_flow.emplace_back("buffer");
+    m_buffers.push_back(std::move(seen));
+    ++m_count;
 }
 
 void recorder::note(GstEvent* event)
 {
-    const std::lock_guard lock{mutex_};
-    flow_.emplace_back(GST_EVENT_TYPE_NAME(event));
+    const std::lock_guard lock{m_mutex};
+    m_flow.emplace_back(GST_EVENT_TYPE_NAME(event));
     if (GST_EVENT_TYPE(event) == GST_EVENT_SEGMENT) {
         const GstSegment* segment = nullptr;
         gst_event_parse_segment(event, &segment);
-        segments_.push_back(*segment);
+        m_segments.push_back(*segment);
     }
 }
 
 std::vector<std::string> recorder::flow() const
 {
-    const std::lock_guard lock{mutex_};
-    return flow_;
+    const std::lock_guard lock{m_mutex};
+    return m_flow;
 }
 
 std::vector<seen_buffer> recorder::buffers() const
 {
-    const std::lock_guard lock{mutex_};
-    return buffers_;
+    const std::lock_guard lock{m_mutex};
+    return m_buffers;
 }
 
 std::vector<GstSegment> recorder::segments() const
 {
-    const std::lock_guard lock{mutex_};
-    return segments_;
+    const std::lock_guard lock{m_mutex};
+    return m_segments;
 }
 
 std::vector<unsigned char> recorder::bytes() const
 {
-    const std::lock_guard lock{mutex_};
+    const std::lock_guard lock{m_mutex};
     std::vector<unsigned char> all;
-    for (const auto& buffer : buffers_)
+    for (const auto& buffer : m_buffers)
         all.insert(all.end(), buffer.bytes.begin(), buffer.bytes.end());
     return all;
 }
 
 test_sink::test_sink(chain on_buffer, query on_query)
-    : on_buffer_{std::move(on_buffer)},
-      on_query_{std::move(on_query)},
-      pad_{GST_PAD(gst_object_ref_sink(gst_pad_new("sink", GST_PAD_SINK)))}
+    : m_on_buffer{std::move(on_buffer)},
+      m_on_query{std::move(on_query)},
+      m_pad{GST_PAD(gst_object_ref_sink(gst_pad_new("sink", GST_PAD_SINK)))}
 {
-    pad_->chaindata = this;
-    pad_->querydata = this;
+    m_pad->chaindata = this;
+    m_pad->querydata = this;
     gst_pad_set_chain_function_full(
-        pad_.get(),
+        m_pad.get(),
         [](GstPad* pad, GstObject*, GstBuffer* buffer) {
             auto& self = *static_cast<test_sink*>(pad->chaindata);
-            const GstFlowReturn flow = self.on_buffer_ ? self.on_buffer_(buffer) : GST_FLOW_OK;
+            const GstFlowReturn flow = self.m_on_buffer ? self.m_on_buffer(buffer) : GST_FLOW_OK;
             gst_buffer_unref(buffer);
             return flow;
         },
         this, nullptr);
-    gst_pad_set_event_function(pad_.get(), [](GstPad*, GstObject*, GstEvent* event) -> gboolean {
+    gst_pad_set_event_function(m_pad.get(), [](GstPad*, GstObject*, GstEvent* event) -> gboolean {
         gst_event_unref(event);
         return TRUE;
     });
     gst_pad_set_query_function_full(
-        pad_.get(),
+        m_pad.get(),
         [](GstPad* pad, GstObject* parent, GstQuery* asked) -> gboolean {
             auto& self = *static_cast<test_sink*>(pad->querydata);
-            if (self.on_query_ && self.on_query_(asked))
+            if (self.m_on_query && self.m_on_query(asked))
                 return TRUE;
             return gst_pad_query_default(pad, parent, asked);
         },
         this, nullptr);
-    gst_pad_set_active(pad_.get(), TRUE);
+    gst_pad_set_active(m_pad.get(), TRUE);
 }
 
-test_sink::~test_sink() { gst_pad_set_active(pad_.get(), FALSE); }
+test_sink::~test_sink() { gst_pad_set_active(m_pad.get(), FALSE); }
 
 std::vector<std::string> logged_by(const std::function<void()>& action)
 {
@@ -189,27 +189,27 @@ std::vector<std::string> logged_by(const std::function<void()>& action)
 captured_stdout::captured_stdout()
 {
     std::fflush(stdout);
-    saved_ = ::dup(STDOUT_FILENO);
+    m_saved = ::dup(STDOUT_FILENO);
     char name[] = "/tmp/zq-stdout-XXXXXX";
-    file_ = ::mkstemp(name);
+    m_file = ::mkstemp(name);
     ::unlink(name);
-    ::dup2(file_, STDOUT_FILENO);
+    ::dup2(m_file, STDOUT_FILENO);
 }
 
 captured_stdout::~captured_stdout()
 {
     restore();
-    ::close(file_);
+    ::close(m_file);
 }
 
 void captured_stdout::restore()
 {
-    if (saved_ < 0)
+    if (m_saved < 0)
         return;
     std::fflush(stdout);
-    ::dup2(saved_, STDOUT_FILENO);
-    ::close(saved_);
-    saved_ = -1;
+    ::dup2(m_saved, STDOUT_FILENO);
+    ::close(m_saved);
+    m_saved = -1;
 }
 
 std::string captured_stdout::text()
@@ -217,8 +217,8 @@ std::string captured_stdout::text()
     restore();
     std::string text;
     char block[4096];
-    ::lseek(file_, 0, SEEK_SET);
-    for (ssize_t got = 0; (got = ::read(file_, block, sizeof(block))) > 0;)
+    ::lseek(m_file, 0, SEEK_SET);
+    for (ssize_t got = 0; (got = ::read(m_file, block, sizeof(block))) > 0;)
         text.append(block, static_cast<std::size_t>(got));
     return text;
 }

@@ -52,7 +52,7 @@ public:
     std::vector<std::string> flow() const;
     std::vector<seen_buffer> buffers() const;
     std::vector<GstSegment> segments() const;
-    std::size_t count() const { return count_; }
+    std::size_t count() const { return m_count; }
     std::vector<unsigned char> bytes() const;
 
 private:
@@ -60,13 +60,13 @@ private:
     void note(GstBuffer* buffer);
     void note(GstEvent* event);
 
-    GstPad* pad_;
-    gulong id_;
-    mutable std::mutex mutex_;
-    std::vector<std::string> flow_;
-    std::vector<seen_buffer> buffers_;
-    std::vector<GstSegment> segments_;
-    std::atomic<std::size_t> count_{0};
+    GstPad* m_pad;
+    gulong m_id;
+    mutable std::mutex m_mutex;
+    std::vector<std::string> m_flow;
+    std::vector<seen_buffer> m_buffers;
+    std::vector<GstSegment> m_segments;
+    std::atomic<std::size_t> m_count{0};
 };
 
 /// The end of the line: a pad to link a source pad to, whose answers a test decides.
@@ -81,12 +81,12 @@ public:
     test_sink(const test_sink&) = delete;
     test_sink& operator=(const test_sink&) = delete;
 
-    GstPad* pad() const { return pad_.get(); }
+    GstPad* pad() const { return m_pad.get(); }
 
 private:
-    chain on_buffer_;
-    query on_query_;
-    zq_pad_pointer pad_;
+    chain m_on_buffer;
+    query m_on_query;
+    zq_pad_pointer m_pad;
 };
 
 /// What GLib logged during `action`, on this thread or another.
@@ -102,8 +102,8 @@ public:
 
 private:
     void restore();
-    int saved_;
-    int file_;
+    int m_saved;
+    int m_file;
 };
 
 /// What this process writes to standard output during `action`.

@@ -30,7 +30,7 @@ public:
     }
 
 private:
-    watchdog guard_;
+    watchdog m_guard;
 
 public:
     std::uint16_t port;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/Syntax.h"
 #include "mpegcore/base_descriptor.h"
+#include "mpegcore/syntax/Syntax.h"
 
 #include <cstdint>
 #include <memory>
@@ -19,13 +19,13 @@ class FieldWalk : public mpegcore::SyntaxBody
 public:
     static constexpr bool reading = false;
 
-    explicit FieldWalk(Visit visit) : visit_(std::move(visit)) {}
+    explicit FieldWalk(Visit visit) : m_visit(std::move(visit)) {}
 
     template <class T>
     bool bits(unsigned width, T& field)
     {
         passed_bits(width);
-        visit_(width, field);
+        m_visit(width, field);
         return true;
     }
 
@@ -40,7 +40,7 @@ public:
     {
         passed_bytes(count);
         for (auto& byte : storage)
-            visit_(8, byte);
+            m_visit(8, byte);
         return true;
     }
 
@@ -84,7 +84,7 @@ private:
         Record::syntax(*record, *this);
     }
 
-    Visit visit_;
+    Visit m_visit;
 };
 
 /// Tag, stored length and every field that the syntax of `d` walks over, for comparing objects.

@@ -43,33 +43,33 @@ std::vector<unsigned char> pattern(std::size_t size, unsigned seed)
 
 std::uint16_t free_port() { return taken_port{}.number; }
 
-taken_port::taken_port() : socket_{::socket(AF_INET, SOCK_DGRAM, 0)}, number{bound_port(socket_)} {}
+taken_port::taken_port() : m_socket{::socket(AF_INET, SOCK_DGRAM, 0)}, number{bound_port(m_socket)} {}
 
-taken_port::~taken_port() { ::close(socket_); }
+taken_port::~taken_port() { ::close(m_socket); }
 
-udp_sender::udp_sender(const std::string& address, std::uint16_t port) : socket_{::socket(AF_INET, SOCK_DGRAM, 0)}
+udp_sender::udp_sender(const std::string& address, std::uint16_t port) : m_socket{::socket(AF_INET, SOCK_DGRAM, 0)}
 {
     const in_addr loopback{::inet_addr("127.0.0.1")};
-    ::setsockopt(socket_, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof(loopback));
+    ::setsockopt(m_socket, IPPROTO_IP, IP_MULTICAST_IF, &loopback, sizeof(loopback));
     const auto target = endpoint(address.c_str(), port);
-    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&target), sizeof(target)) != 0)
+    if (::connect(m_socket, reinterpret_cast<const sockaddr*>(&target), sizeof(target)) != 0)
         throw std::runtime_error("no way to " + address);
 }
 
-udp_sender::~udp_sender() { ::close(socket_); }
+udp_sender::~udp_sender() { ::close(m_socket); }
 
 void udp_sender::send(const std::vector<unsigned char>& datagram) const
 {
     // A port that nobody listens on answers the next call with an error; the datagram after that goes out again.
-    if (::send(socket_, datagram.data(), datagram.size(), 0) < 0)
-        ::send(socket_, datagram.data(), datagram.size(), 0);
+    if (::send(m_socket, datagram.data(), datagram.size(), 0) < 0)
+        ::send(m_socket, datagram.data(), datagram.size(), 0);
 }
 
 udp_traffic::udp_traffic(std::uint16_t port, std::chrono::microseconds interval, std::size_t size)
-    : thread_{[this, port, interval, size] {
+    : m_thread{[this, port, interval, size] {
           const udp_sender sender{"127.0.0.1", port};
           const auto datagram = pattern(size);
-          while (!stop_) {
+          while (!m_stop) {
               sender.send(datagram);
               std::this_thread::sleep_for(interval);
           }
@@ -78,7 +78,7 @@ udp_traffic::udp_traffic(std::uint16_t port, std::chrono::microseconds interval,
 
 udp_traffic::~udp_traffic()
 {
-    stop_ = true;
-    thread_.join();
+    m_stop = true;
+    m_thread.join();
 }
 } // namespace support

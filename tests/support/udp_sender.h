@@ -25,7 +25,7 @@ public:
     taken_port& operator=(const taken_port&) = delete;
 
 private:
-    int socket_;
+    int m_socket;
 
 public:
     const std::uint16_t number;
@@ -43,7 +43,7 @@ public:
     void send(const std::vector<unsigned char>& datagram) const;
 
 private:
-    int socket_;
+    int m_socket;
 };
 
 /// Sends the same datagram about every `interval` from a thread of its own, until destroyed.
@@ -54,7 +54,7 @@ public:
     ~udp_traffic();
 
 private:
-    std::atomic<bool> stop_{false};
-    std::thread thread_;
+    std::atomic<bool> m_stop{false};
+    std::thread m_thread;
 };
 } // namespace support

@@ -7,9 +7,9 @@
 namespace support
 {
 watchdog::watchdog(std::chrono::seconds limit)
-    : thread_{[this, limit] {
-          std::unique_lock lock{mutex_};
-          if (changed_.wait_for(lock, limit, [this] { return done_; }))
+    : m_thread{[this, limit] {
+          std::unique_lock lock{m_mutex};
+          if (m_changed.wait_for(lock, limit, [this] { return m_done; }))
               return;
           std::fputs("watchdog: hung\n", stderr);
           std::abort();
@@ -19,11 +19,11 @@ watchdog::watchdog(std::chrono::seconds limit)
 watchdog::~watchdog()
 {
     {
-        const std::lock_guard lock{mutex_};
-        done_ = true;
+        const std::lock_guard lock{m_mutex};
+        m_done = true;
     }
-    changed_.notify_all();
-    thread_.join();
+    m_changed.notify_all();
+    m_thread.join();
 }
 
 bool eventually(const std::function<bool()>& reached, std::chrono::seconds limit)

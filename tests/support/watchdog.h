@@ -16,10 +16,10 @@ public:
     ~watchdog();
 
 private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool done_ = false;
-    std::thread thread_;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_done = false;
+    std::thread m_thread;
 };
 
 /// Waits, at most as long as a slow machine may need, until `reached` says so. The result is its last answer.

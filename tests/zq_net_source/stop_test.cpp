@@ -36,28 +36,28 @@ class gate
 public:
     GstFlowReturn pass()
     {
-        std::unique_lock lock{mutex_};
-        waiting_ = true;
-        changed_.notify_all();
-        changed_.wait(lock, [this] { return open_; });
+        std::unique_lock lock{m_mutex};
+        m_waiting = true;
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return m_open; });
         return GST_FLOW_OK;
     }
     bool somebody_waits()
     {
-        std::unique_lock lock{mutex_};
-        return changed_.wait_for(lock, 30s, [this] { return waiting_; });
+        std::unique_lock lock{m_mutex};
+        return m_changed.wait_for(lock, 30s, [this] { return m_waiting; });
     }
     void open()
     {
-        const std::lock_guard lock{mutex_};
-        open_ = true;
-        changed_.notify_all();
+        const std::lock_guard lock{m_mutex};
+        m_open = true;
+        m_changed.notify_all();
     }
 
 private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool waiting_ = false, open_ = false;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_waiting = false, m_open = false;
 };
 
 /// An element linked to a sink that holds every buffer until the gate opens.

@@ -40,21 +40,21 @@ class providing
 {
 public:
     explicit providing(std::shared_ptr<GstBufferPool> pool = create_net_buffer_pool(0, 0, 0))
-        : sink_{[this](GstBuffer* buffer) {
+        : m_sink{[this](GstBuffer* buffer) {
               if (keep != nullptr)
                   keep->emplace_back(gst_buffer_ref(buffer));
               return flow;
           }},
-          pad_{make_pad()},
-          recorder{pad_.pad.get()},
-          provider{pad_, std::move(pool), statistics_}
+          m_pad{make_pad()},
+          recorder{m_pad.pad.get()},
+          provider{m_pad, std::move(pool), m_statistics}
     {
-        gst_pad_link(pad_.pad.get(), sink_.pad());
-        gst_pad_set_active(pad_.pad.get(), TRUE);
-        gst_pad_push_event(pad_.pad.get(), gst_event_new_stream_start("test"));
+        gst_pad_link(m_pad.pad.get(), m_sink.pad());
+        gst_pad_set_active(m_pad.pad.get(), TRUE);
+        gst_pad_push_event(m_pad.pad.get(), gst_event_new_stream_start("test"));
         GstSegment segment;
         gst_segment_init(&segment, GST_FORMAT_TIME);
-        gst_pad_push_event(pad_.pad.get(), gst_event_new_segment(&segment));
+        gst_pad_push_event(m_pad.pad.get(), gst_event_new_segment(&segment));
     }
 
     bool push(std::uint64_t time, std::vector<unsigned char> data, bool whole = true)
@@ -62,8 +62,8 @@ public:
         return provider.push_data(time, data.data(), data.size(), whole);
     }
 
-    std::string last_error() const { return statistics_.get_items()[3].second; }
-    GstPad* pad() const { return pad_.pad.get(); }
+    std::string last_error() const { return m_statistics.get_items()[3].second; }
+    GstPad* pad() const { return m_pad.pad.get(); }
 
     GstFlowReturn flow = GST_FLOW_OK;
     std::vector<zq_buffer_pointer>* keep = nullptr; ///< where downstream holds on to buffers, if it does
@@ -74,9 +74,9 @@ private:
         return {zq_pad_pointer{GST_PAD(gst_object_ref_sink(gst_pad_new("src", GST_PAD_SRC)))}};
     }
 
-    support::test_sink sink_;
-    zq_net_pad pad_;
-    zq_net_statistics statistics_;
+    support::test_sink m_sink;
+    zq_net_pad m_pad;
+    zq_net_statistics m_statistics;
 
 public:
     support::recorder recorder;

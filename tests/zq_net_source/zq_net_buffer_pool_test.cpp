@@ -36,20 +36,20 @@ class linked_to_pool
 {
 public:
     linked_to_pool(GstBufferPool* pool, guint size, guint min_buffers, guint max_buffers)
-        : sink_{{},
-                [=](GstQuery* query) {
-                    if (GST_QUERY_TYPE(query) != GST_QUERY_ALLOCATION)
-                        return false;
-                    gst_query_add_allocation_pool(query, pool, size, min_buffers, max_buffers);
-                    return true;
-                }},
+        : m_sink{{},
+                 [=](GstQuery* query) {
+                     if (GST_QUERY_TYPE(query) != GST_QUERY_ALLOCATION)
+                         return false;
+                     gst_query_add_allocation_pool(query, pool, size, min_buffers, max_buffers);
+                     return true;
+                 }},
           pad{GST_PAD(gst_object_ref_sink(gst_pad_new("src", GST_PAD_SRC)))}
     {
-        gst_pad_link(pad.get(), sink_.pad());
+        gst_pad_link(pad.get(), m_sink.pad());
     }
 
 private:
-    support::test_sink sink_;
+    support::test_sink m_sink;
 
 public:
     zq_pad_pointer pad;

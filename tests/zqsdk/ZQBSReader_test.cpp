@@ -36,17 +36,17 @@ bool exhausted(const Reader& reader)
 class placed_bytes
 {
 public:
-    placed_bytes(std::size_t offset, std::size_t size, unsigned seed) : offset_(offset)
+    placed_bytes(std::size_t offset, std::size_t size, unsigned seed) : m_offset(offset)
     {
-        block_.reset(new unsigned char[offset + size]);
+        m_block.reset(new unsigned char[offset + size]);
         std::mt19937 random(seed);
         std::generate_n(data(), size, [&] { return static_cast<unsigned char>(random()); });
     }
-    unsigned char* data() { return block_.get() + offset_; }
+    unsigned char* data() { return m_block.get() + m_offset; }
 
 private:
-    std::size_t offset_;
-    std::unique_ptr<unsigned char[]> block_;
+    std::size_t m_offset;
+    std::unique_ptr<unsigned char[]> m_block;
 };
 
 template <class Check>

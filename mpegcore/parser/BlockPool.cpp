@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "mpegcore/BlockPool.h"
+#include "mpegcore/parser/BlockPool.h"
 
 #include <array>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "mpegcore/KnownTables.h"
+#include "mpegcore/parser/KnownTables.h"
 
 #include "support/ByteTable.h"
 #include "support/Multiplex.h"
@@ -13,7 +13,7 @@
 #include <map>
 #include <random>
 
-using mpegcore::section_reading;
+using mpegcore::SectionReading;
 using zqtest::Bytes;
 using zqtest::operator+;
 
@@ -24,12 +24,12 @@ constexpr std::size_t plenty = std::size_t{1} << 30;
 class KnownTables : public testing::Test
 {
 protected:
-    section_reading read(Bytes section) { return tables.read(section.data(), section.size()); }
+    SectionReading read(Bytes section) { return tables.read(section.data(), section.size()); }
 
     void read_often(const Bytes& section)
     {
         for (int time = 0; time < 10; ++time)
-            EXPECT_NE(read(section), section_reading::failed);
+            EXPECT_NE(read(section), SectionReading::failed);
     }
 
     /// What the current table renders to.
@@ -43,7 +43,7 @@ protected:
 
     zqtest::Multiplex mux{1};
     mpegcore::CPacketWrapper<mpegcore::CEIT> wrapper;
-    mpegcore::known_tables<mpegcore::CEIT> tables{wrapper, plenty};
+    mpegcore::KnownTables<mpegcore::CEIT> tables{wrapper, plenty};
 };
 } // namespace
 
@@ -51,10 +51,10 @@ TEST_F(KnownTables, ReadASectionThatKeepsComingOnlySoManyTimes)
 {
     const Bytes section = EIT(0);
     for (int time = 0; time < 5; ++time)
-        EXPECT_EQ(read(section), section_reading::fresh) << time;
+        EXPECT_EQ(read(section), SectionReading::fresh) << time;
     const auto* const kept = wrapper.current;
     for (int time = 0; time < 5; ++time)
-        EXPECT_EQ(read(section), section_reading::repeated) << time;
+        EXPECT_EQ(read(section), SectionReading::repeated) << time;
     EXPECT_EQ(wrapper.current, kept);
     EXPECT_EQ(wrapper.valid, 1);
     EXPECT_EQ(current(), section);
@@ -67,7 +67,7 @@ TEST_F(KnownTables, ShowTheSameTableWheneverItsSectionComesAgain)
         read(first);
         read(second);
     }
-    EXPECT_EQ(read(first), section_reading::fresh);
+    EXPECT_EQ(read(first), SectionReading::fresh);
     const auto* const table = wrapper.current;
     const auto* const event = table->events[0].get();
     EXPECT_EQ(current(), first);
@@ -82,7 +82,7 @@ TEST_F(KnownTables, ReadASectionThatChanged)
 {
     read_often(EIT(0));
     for (const unsigned version : {1U, 2U, 0U}) {
-        EXPECT_EQ(read(EIT(0, version)), section_reading::fresh);
+        EXPECT_EQ(read(EIT(0, version)), SectionReading::fresh);
         EXPECT_EQ(current(), EIT(0, version));
     }
 }
@@ -97,7 +97,7 @@ TEST_F(KnownTables, KeepTheCurrentTableWhenASectionIsBad)
         const auto* const table = wrapper.current;
         Bytes bad = EIT(1);
         bad.back() ^= 1;
-        EXPECT_EQ(read(bad), section_reading::failed);
+        EXPECT_EQ(read(bad), SectionReading::failed);
         EXPECT_EQ(wrapper.current, table);
         EXPECT_EQ(current(), EIT(0));
     }
@@ -112,7 +112,7 @@ TEST_F(KnownTables, NoticeThatTheWrapperReadPastThem)
         ASSERT_EQ(wrapper.Parser(reader), 1);
         EXPECT_EQ(current(), other);
     }
-    EXPECT_EQ(read(EIT(0)), section_reading::fresh);
+    EXPECT_EQ(read(EIT(0)), SectionReading::fresh);
     EXPECT_EQ(current(), EIT(0));
 }
 
@@ -121,7 +121,7 @@ TEST_F(KnownTables, AreReadAnewOnceForgotten)
     read_often(EIT(0));
     tables.forget();
     EXPECT_EQ(current(), EIT(0)) << "the wrapper keeps its table";
-    EXPECT_EQ(read(EIT(0)), section_reading::fresh);
+    EXPECT_EQ(read(EIT(0)), SectionReading::fresh);
     EXPECT_EQ(current(), EIT(0));
 }
 
@@ -131,8 +131,8 @@ TEST_F(KnownTables, AreNotKeptBeforeTheSameCameFiveTimesInARow)
         read(EIT(0));
     read(EIT(0, 1));
     for (int time = 0; time < 5; ++time)
-        EXPECT_EQ(read(EIT(0)), section_reading::fresh) << time;
-    EXPECT_EQ(read(EIT(0)), section_reading::repeated);
+        EXPECT_EQ(read(EIT(0)), SectionReading::fresh) << time;
+    EXPECT_EQ(read(EIT(0)), SectionReading::repeated);
 }
 
 TEST_F(KnownTables, OfOneServiceInTwoNetworksAreToldApart)
@@ -158,10 +158,10 @@ TEST_F(KnownTables, AreValidAgainWhenTheyComeAgain)
     for (const unsigned section : {0U, 1U, 0U, 1U})
         read_often(EIT(section));
     wrapper.valid = 0;
-    EXPECT_EQ(read(EIT(1)), section_reading::repeated);
+    EXPECT_EQ(read(EIT(1)), SectionReading::repeated);
     EXPECT_EQ(wrapper.valid, 1);
     wrapper.valid = 0;
-    EXPECT_EQ(read(EIT(0)), section_reading::fresh);
+    EXPECT_EQ(read(EIT(0)), SectionReading::fresh);
     EXPECT_EQ(wrapper.valid, 1);
 }
 
@@ -188,12 +188,12 @@ TEST(KnownTablesWithLittleRoom, MakeRoomWhenTheirContentsChange)
 {
     zqtest::Multiplex mux(1);
     mpegcore::CPacketWrapper<mpegcore::CEIT> wrapper;
-    mpegcore::known_tables<mpegcore::CEIT> tables(wrapper, 20000);
+    mpegcore::KnownTables<mpegcore::CEIT> tables(wrapper, 20000);
     for (unsigned version = 0; version < 32; ++version) {
         Bytes section = mux.EIT(0, 0x50, 0, 0, 4, version);
         for (int time = 0; time < 5; ++time)
-            EXPECT_EQ(tables.read(section.data(), section.size()), section_reading::fresh);
-        EXPECT_EQ(tables.read(section.data(), section.size()), section_reading::repeated) << version;
+            EXPECT_EQ(tables.read(section.data(), section.size()), SectionReading::fresh);
+        EXPECT_EQ(tables.read(section.data(), section.size()), SectionReading::repeated) << version;
     }
 }
 
@@ -201,7 +201,7 @@ TEST(KnownTablesWithLittleRoom, MakeRoomWhenTheirContentsChange)
 TEST(KnownTablesWithLittleRoom, ForgetThoseThatNoLongerCome)
 {
     mpegcore::CPacketWrapper<mpegcore::CEIT> wrapper;
-    mpegcore::known_tables<mpegcore::CEIT> tables(wrapper, 20000);
+    mpegcore::KnownTables<mpegcore::CEIT> tables(wrapper, 20000);
     const auto read = [&](unsigned char service) {
         static std::map<unsigned char, Bytes> sections;
         Bytes& section = sections[service];
@@ -212,9 +212,9 @@ TEST(KnownTablesWithLittleRoom, ForgetThoseThatNoLongerCome)
     for (int time = 0; time < 10; ++time)
         for (unsigned char service = 0; service < 20; ++service)
             read(service);
-    EXPECT_EQ((read(100), read(100)), section_reading::fresh);
+    EXPECT_EQ((read(100), read(100)), SectionReading::fresh);
     int reads = 0;
-    while (read(100) == section_reading::fresh && reads < 200000)
+    while (read(100) == SectionReading::fresh && reads < 200000)
         ++reads;
     EXPECT_GT(reads, 100000);
     EXPECT_LT(reads, 200000);
@@ -224,10 +224,10 @@ TEST(KnownTablesWithoutRoom, AreReadEachTime)
 {
     zqtest::Multiplex mux(1);
     mpegcore::CPacketWrapper<mpegcore::CEIT> wrapper;
-    mpegcore::known_tables<mpegcore::CEIT> tables(wrapper, 0);
+    mpegcore::KnownTables<mpegcore::CEIT> tables(wrapper, 0);
     Bytes section = mux.EIT(0, 0x50, 0, 0, 4);
     for (int time = 0; time < 10; ++time) {
-        EXPECT_EQ(tables.read(section.data(), section.size()), section_reading::fresh);
+        EXPECT_EQ(tables.read(section.data(), section.size()), SectionReading::fresh);
         EXPECT_EQ(wrapper.current->events.size(), 4U);
     }
 }
@@ -237,7 +237,7 @@ TEST(KnownTablesOfHostileSections, StayWithinTheirLimit)
 {
     constexpr std::size_t limit = 4 << 20;
     mpegcore::CPacketWrapper<mpegcore::CEIT> wrapper;
-    mpegcore::known_tables<mpegcore::CEIT> tables(wrapper, limit);
+    mpegcore::KnownTables<mpegcore::CEIT> tables(wrapper, limit);
     Bytes names;
     for (int count = 0; count < 1000; ++count)
         names.insert(names.end(), {0x40, 0});
@@ -247,7 +247,7 @@ TEST(KnownTablesOfHostileSections, StayWithinTheirLimit)
     for (unsigned char service = 0; service < 200; ++service) {
         Bytes section = zqtest::section_of(0x50, Bytes{0, service, 0xC1, 0, 0, 0, 1, 0, 1, 0, 0x50} + event + names);
         for (int time = 0; time < 8; ++time)
-            ASSERT_NE(tables.read(section.data(), section.size()), section_reading::failed);
+            ASSERT_NE(tables.read(section.data(), section.size()), SectionReading::failed);
         most = std::max(most, mpegcore::block_bytes() - before);
     }
     EXPECT_GT(most, limit / 2) << "some are kept";
@@ -259,7 +259,7 @@ TEST(KnownTablesOfHostileSections, LeaveNothingBehindWhenTheyChange)
 {
     constexpr std::size_t limit = 4 << 20;
     mpegcore::CPacketWrapper<mpegcore::CEIT> wrapper;
-    mpegcore::known_tables<mpegcore::CEIT> tables(wrapper, limit);
+    mpegcore::KnownTables<mpegcore::CEIT> tables(wrapper, limit);
     const std::size_t before = mallinfo2().uordblks;
     const auto read = [&](unsigned service, std::size_t size) {
         const Bytes head{static_cast<unsigned char>(service >> 8), static_cast<unsigned char>(service), 0xC1, 0, 0};

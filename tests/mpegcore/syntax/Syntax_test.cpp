@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "mpegcore/Syntax.h"
+#include "mpegcore/syntax/Syntax.h"
 #include "mpegcore/zqdescriptorlist.h"
 #include "support/descriptor_loops.h"
 

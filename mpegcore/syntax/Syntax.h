@@ -29,30 +29,30 @@ class SyntaxBody
 {
 public:
     /// Starts a body of `bytes` bytes at the current position, for body_left(), rest() and entries().
-    void open_body(std::size_t bytes) { bits_left_ = 8 * static_cast<std::int64_t>(bytes); }
+    void open_body(std::size_t bytes) { m_bits_left = 8 * static_cast<std::int64_t>(bytes); }
 
     /// Whole bytes of the body still to come.
-    std::size_t body_left() const { return bits_left_ <= 0 ? 0 : static_cast<std::size_t>(bits_left_ / 8); }
+    std::size_t body_left() const { return m_bits_left <= 0 ? 0 : static_cast<std::size_t>(m_bits_left / 8); }
 
     /// Lets `walk` see a body of its own, of `bytes` bytes, and returns what it returns. Bytes that it leaves are not
     /// skipped.
     template <class Walk>
     bool within(std::size_t bytes, Walk&& walk)
     {
-        const std::int64_t outer = bits_left_;
+        const std::int64_t outer = m_bits_left;
         open_body(bytes);
-        const std::int64_t inner = bits_left_;
+        const std::int64_t inner = m_bits_left;
         const bool walked = walk();
-        bits_left_ += outer - inner;
+        m_bits_left += outer - inner;
         return walked;
     }
 
 protected:
-    void passed_bits(std::size_t count) { bits_left_ -= static_cast<std::int64_t>(count); }
+    void passed_bits(std::size_t count) { m_bits_left -= static_cast<std::int64_t>(count); }
     void passed_bytes(std::size_t count) { passed_bits(8 * count); }
 
 private:
-    std::int64_t bits_left_ = 0;
+    std::int64_t m_bits_left = 0;
 };
 
 class SyntaxReader : public SyntaxBody
@@ -60,14 +60,14 @@ class SyntaxReader : public SyntaxBody
 public:
     static constexpr bool reading = true;
 
-    explicit SyntaxReader(ZQSDK::ZQBSReaderT<unsigned char*>& reader) : reader_(reader) {}
+    explicit SyntaxReader(ZQSDK::ZQBSReaderT<unsigned char*>& reader) : m_reader(reader) {}
 
     /// A field of `width` bits, 1 to 64.
     template <class T>
     bool bits(unsigned width, T& field)
     {
         passed_bits(width);
-        return reader_.getBits(width, field);
+        return m_reader.getBits(width, field);
     }
 
     /// Reserved bits that nobody keeps: any value is read, ones are written.
@@ -140,7 +140,7 @@ public:
         list.clear();
         // Plain records have one size, so that this is their number; others may be far fewer.
         if constexpr (std::is_trivially_copyable_v<Entry>)
-            list.reserve(std::min<std::size_t>(body_left(), reader_.availableBytes()) / size);
+            list.reserve(std::min<std::size_t>(body_left(), m_reader.availableBytes()) / size);
         while (body_left() >= size)
             if (!entry(append_to(list)))
                 return false;
@@ -170,7 +170,7 @@ public:
     bool descriptors(std::size_t size, List& list)
     {
         passed_bytes(size);
-        return reader_.readLimited(size, [&list](auto& loop) { return list.read(loop); });
+        return m_reader.readLimited(size, [&list](auto& loop) { return list.read(loop); });
     }
 
 private:
@@ -180,15 +180,15 @@ private:
         passed_bytes(count);
         if (count == 0)
             return store(&no_bytes), true;
-        if (count > reader_.availableBytes())
+        if (count > m_reader.availableBytes())
             return false;
-        if (reader_.bitsLeft() % 8 == 0) {
-            store(reader_.position());
-            return reader_.skipBytes(count);
+        if (m_reader.bitsLeft() % 8 == 0) {
+            store(m_reader.position());
+            return m_reader.skipBytes(count);
         }
         std::vector<unsigned char> shifted(count);
         for (unsigned char& byte : shifted)
-            if (!reader_.template getBits<8>(byte))
+            if (!m_reader.template getBits<8>(byte))
                 return false;
         store(shifted.data());
         return true;
@@ -207,7 +207,7 @@ private:
     }
 
     static constexpr unsigned char no_bytes = 0;
-    ZQSDK::ZQBSReaderT<unsigned char*>& reader_;
+    ZQSDK::ZQBSReaderT<unsigned char*>& m_reader;
 };
 
 /// The verbs of SyntaxReader, writing. Values are cut to the width of their field.
@@ -216,14 +216,14 @@ class SyntaxWriter : public SyntaxBody
 public:
     static constexpr bool reading = false;
 
-    explicit SyntaxWriter(ZQSDK::ZQBSWriterT<unsigned char*>& writer) : writer_(writer) {}
+    explicit SyntaxWriter(ZQSDK::ZQBSWriterT<unsigned char*>& writer) : m_writer(writer) {}
 
     template <class T>
     bool bits(unsigned width, T field)
     {
         passed_bits(width);
-        return writer_.putBits(static_cast<std::uint64_t>(field) & ZQSDK::mask_impl[width],
-                               static_cast<unsigned char>(width));
+        return m_writer.putBits(static_cast<std::uint64_t>(field) & ZQSDK::mask_impl[width],
+                                static_cast<unsigned char>(width));
     }
 
     bool reserved(unsigned width) { return bits(width, ~std::uint64_t{0}); }
@@ -298,7 +298,7 @@ public:
     bool descriptors(std::size_t /*size*/, const List& list)
     {
         passed_bytes(list.getSize());
-        list.write(writer_);
+        list.write(m_writer);
         return true;
     }
 
@@ -307,10 +307,10 @@ private:
     {
         passed_bytes(count);
         for (; count >= 8; count -= 8, data += 8)
-            if (!writer_.template putBits<64>(word(data)))
+            if (!m_writer.template putBits<64>(word(data)))
                 return false;
         for (; count != 0; --count, ++data)
-            if (!writer_.template putBits<8>(*data))
+            if (!m_writer.template putBits<8>(*data))
                 return false;
         return true;
     }
@@ -323,6 +323,6 @@ private:
         return value;
     }
 
-    ZQSDK::ZQBSWriterT<unsigned char*>& writer_;
+    ZQSDK::ZQBSWriterT<unsigned char*>& m_writer;
 };
 } // namespace mpegcore

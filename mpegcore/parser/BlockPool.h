@@ -18,14 +18,14 @@ std::size_t block_bytes() noexcept;
 
 /// take_block and give_block for containers and std::allocate_shared.
 template <class T>
-class block_allocator
+class BlockAllocator
 {
 public:
     using value_type = T;
 
-    block_allocator() = default;
+    BlockAllocator() = default;
     template <class U>
-    block_allocator(const block_allocator<U>&) noexcept // converts, as allocators do
+    BlockAllocator(const BlockAllocator<U>&) noexcept // converts, as allocators do
     {}
 
     T* allocate(std::size_t count)
@@ -37,12 +37,12 @@ public:
     void deallocate(T* block, std::size_t count) noexcept { give_block(block, count * sizeof(T)); }
 
     template <class U>
-    bool operator==(const block_allocator<U>&) const noexcept
+    bool operator==(const BlockAllocator<U>&) const noexcept
     {
         return true;
     }
     template <class U>
-    bool operator!=(const block_allocator<U>&) const noexcept
+    bool operator!=(const BlockAllocator<U>&) const noexcept
     {
         return false;
     }

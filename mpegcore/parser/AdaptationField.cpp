@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/BaseMpegParser.h"
-#include "mpegcore/Syntax.h"
+#include "mpegcore/syntax/Syntax.h"
 
 namespace mpegcore
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/BlockPool.h"
-#include "mpegcore/Syntax.h"
+#include "mpegcore/parser/BlockPool.h"
+#include "mpegcore/syntax/Syntax.h"
 #include "mpegcore/zqdescriptorlist.h"
 
 #include <cstddef>
@@ -24,7 +24,7 @@ public:
     bool loop(std::size_t size, std::vector<std::shared_ptr<Entry>>& list, Walk&& walk)
     {
         while (body_left() >= size) {
-            auto record = std::allocate_shared<Entry>(block_allocator<Entry>());
+            auto record = std::allocate_shared<Entry>(BlockAllocator<Entry>());
             if (!walk(*record))
                 return false;
             list.push_back(std::move(record));
@@ -43,7 +43,7 @@ public:
     bool keyed_loop(std::size_t size, std::map<Key, std::shared_ptr<Entry>>& entries, Key Entry::*key)
     {
         while (body_left() >= size) {
-            auto record = std::allocate_shared<Entry>(block_allocator<Entry>());
+            auto record = std::allocate_shared<Entry>(BlockAllocator<Entry>());
             if (!Entry::syntax(*record, *this))
                 return false;
             entries[(*record).*key] = std::move(record);

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/CAT.h"
-#include "mpegcore/KnownTables.h"
 #include "mpegcore/PAT.h"
 #include "mpegcore/PMT.h"
 #include "mpegcore/PacketWrapper.h"
 #include "mpegcore/TransportPacket.h"
+#include "mpegcore/parser/KnownTables.h"
 
 #include <array>
 #include <cstdint>
@@ -16,7 +16,7 @@
 namespace mpegcore
 {
 /// What one PMT says of one PID. The first of these that holds for a packet decides, as in the order below.
-struct program_route
+struct ProgramRoute
 {
     unsigned short pmt_PID = 0;
     unsigned short program_number = 0;
@@ -27,11 +27,11 @@ struct program_route
 };
 
 /// What was read on a PID that carries a PMT.
-struct carried_PMT
+struct CarriedPMT
 {
     CPacketWrapper<CPMT>* wrapper = nullptr;
     std::vector<unsigned char> section; ///< that wrapper->current was read from
-    table_as_read<CPMT> as_read;
+    TableAsRead<CPMT> as_read;
     bool may_be_edited = false; ///< since
 };
 
@@ -39,14 +39,14 @@ struct carried_PMT
 constexpr std::uint32_t no_plain_header = 0xFFFFFFFF;
 
 /// What PAT, PMTs and CAT together say of one PID. One cache line, which is all that a plain packet needs.
-struct alignas(64) PID_route
+struct alignas(64) PIDRoute
 {
     bool is_used = false;
-    bool carries_PMT = false;            ///< in the PAT
-    bool collects = true;                ///< plain packets into payload units
-    std::uint32_t EMM_count = 0;         ///< CA descriptors of the CAT that name the PID
-    std::vector<program_route> programs; ///< ascending by pmt_PID
-    std::unique_ptr<carried_PMT> pmt;    ///< if the PID ever was in the PAT
+    bool carries_PMT = false;           ///< in the PAT
+    bool collects = true;               ///< plain packets into payload units
+    std::uint32_t EMM_count = 0;        ///< CA descriptors of the CAT that name the PID
+    std::vector<ProgramRoute> programs; ///< ascending by pmt_PID
+    std::unique_ptr<CarriedPMT> pmt;    ///< if the PID ever was in the PAT
     /// The header, continuity_counter apart, of the last plain packet, with which nothing is to be done but to collect
     /// and to report it. What follows holds for those packets.
     std::uint32_t plain_header = no_plain_header;
@@ -64,8 +64,8 @@ class PIDRoutes
 public:
     PIDRoutes() : m_routes(pid_count) {}
 
-    PID_route& operator[](unsigned short PID) { return m_routes[PID]; }
-    const PID_route& operator[](unsigned short PID) const { return m_routes[PID]; }
+    PIDRoute& operator[](unsigned short PID) { return m_routes[PID]; }
+    const PIDRoute& operator[](unsigned short PID) const { return m_routes[PID]; }
 
     void set_PAT(const CPAT& pat);
     void set_CAT(const CCAT& cat);
@@ -77,13 +77,13 @@ public:
     void clear();
 
 private:
-    program_route& find_or_add(unsigned short PID, unsigned short pmt_PID, const CPMT& pmt);
+    ProgramRoute& find_or_add(unsigned short PID, unsigned short pmt_PID, const CPMT& pmt);
     void remove(unsigned short PID, unsigned short pmt_PID);
 
-    PID_route& used(unsigned short PID);
+    PIDRoute& used(unsigned short PID);
     void forget_plain();
 
-    std::vector<PID_route> m_routes;
+    std::vector<PIDRoute> m_routes;
     std::vector<unsigned short> m_used;  ///< what clear() has to look at
     std::vector<unsigned short> m_plain; ///< PIDs with a plain_header
     // What to take back when the next table of the same kind comes.

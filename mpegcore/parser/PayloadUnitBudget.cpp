@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "mpegcore/PayloadUnitBudget.h"
+#include "mpegcore/parser/PayloadUnitBudget.h"
 
 #include "mpegcore/BasePID.h"
 
@@ -11,7 +11,7 @@ namespace
 constexpr std::size_t looks_every = 8;
 } // namespace
 
-void payload_unit_budget::share_among(CBasePID* PIDs, std::size_t count)
+void PayloadUnitBudget::share_among(CBasePID* PIDs, std::size_t count)
 {
     m_PIDs = PIDs;
     m_count = count;
@@ -19,7 +19,7 @@ void payload_unit_budget::share_among(CBasePID* PIDs, std::size_t count)
         PIDs[at].set_budget(this);
 }
 
-bool payload_unit_budget::make_room(std::size_t bytes, const CBasePID& asking)
+bool PayloadUnitBudget::make_room(std::size_t bytes, const CBasePID& asking)
 {
     if (bytes > m_left && m_refused % looks_every == 0)
         release_idle(asking);
@@ -30,7 +30,7 @@ bool payload_unit_budget::make_room(std::size_t bytes, const CBasePID& asking)
     return bytes <= m_left;
 }
 
-bool payload_unit_budget::take(std::size_t bytes)
+bool PayloadUnitBudget::take(std::size_t bytes)
 {
     if (bytes > m_left)
         return false;
@@ -38,14 +38,14 @@ bool payload_unit_budget::take(std::size_t bytes)
     return true;
 }
 
-void payload_unit_budget::release_idle(const CBasePID& asking)
+void PayloadUnitBudget::release_idle(const CBasePID& asking)
 {
     for (CBasePID* PID = m_PIDs; PID != m_PIDs + m_count; ++PID)
         if (PID != &asking)
             PID->release_idle();
 }
 
-void payload_unit_budget::give_up_silent(const CBasePID& asking)
+void PayloadUnitBudget::give_up_silent(const CBasePID& asking)
 {
     for (CBasePID* PID = m_PIDs; PID != m_PIDs + m_count; ++PID)
         if (PID != &asking)

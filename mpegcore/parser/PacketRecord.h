@@ -26,7 +26,7 @@ inline unsigned short PID_at(const unsigned char* packet)
 }
 
 /// The header fields that lie side by side in a record, for every value of the bits they come from.
-struct header_fields
+struct HeaderFields
 {
     std::array<std::uint8_t, 4> first[8];   // sync_byte to transport_priority, by the top 3 bits of byte 1
     std::array<std::uint8_t, 2> second[16]; // transport_scrambling_control and adaptation_field_control, by byte 3
@@ -35,9 +35,9 @@ static_assert(offsetof(transport_packet, sync_byte) == 0 && offsetof(transport_p
 static_assert(offsetof(transport_packet, adaptation_field_control) ==
               offsetof(transport_packet, transport_scrambling_control) + 1);
 
-constexpr header_fields make_header_fields()
+constexpr HeaderFields make_header_fields()
 {
-    header_fields fields{};
+    HeaderFields fields{};
     for (unsigned bits = 0; bits < 8; ++bits) {
         fields.first[bits] = {ts_sync_byte, static_cast<std::uint8_t>(bits >> 2),
                               static_cast<std::uint8_t>(bits >> 1 & 1U), static_cast<std::uint8_t>(bits & 1U)};
@@ -47,7 +47,7 @@ constexpr header_fields make_header_fields()
     return fields;
 }
 
-inline constexpr header_fields known_fields = make_header_fields();
+inline constexpr HeaderFields known_fields = make_header_fields();
 
 /// The fields that differ from packet to packet, or that handling a packet changes.
 inline void fill_rest(transport_packet& packet, unsigned char* data)

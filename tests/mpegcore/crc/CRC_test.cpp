@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/CRC.h"
 
-#include "mpegcore/CRCKernels.h"
+#include "mpegcore/crc/CRC32Kernel.h"
 
 #include <gtest/gtest.h>
 
@@ -29,7 +29,7 @@ std::vector<unsigned char> noise(std::size_t size)
 }
 
 /// Every way this processor can run, the one that is shipped first.
-class EveryKernel : public testing::TestWithParam<detail::crc32_kernel>
+class EveryKernel : public testing::TestWithParam<detail::CRC32Kernel>
 {
 protected:
     void SetUp() override
@@ -39,9 +39,9 @@ protected:
     }
 };
 
-std::vector<detail::crc32_kernel> kernels()
+std::vector<detail::CRC32Kernel> kernels()
 {
-    std::vector<detail::crc32_kernel> all{{"shipped", crc32_mpeg2, [] { return true; }}};
+    std::vector<detail::CRC32Kernel> all{{"shipped", crc32_mpeg2, [] { return true; }}};
     all.insert(all.end(), detail::crc32_kernels.begin(), detail::crc32_kernels.end());
     return all;
 }

@@ -7,7 +7,7 @@
 namespace mpegcore::detail
 {
 /// One way to compute crc32_mpeg2; all give the same results.
-struct crc32_kernel
+struct CRC32Kernel
 {
     using function = std::uint32_t (*)(const unsigned char* data, std::size_t size, std::uint32_t crc);
 
@@ -17,7 +17,7 @@ struct crc32_kernel
 };
 
 /// Fastest first; the last runs everywhere.
-extern const std::array<crc32_kernel, 3> crc32_kernels;
+extern const std::array<CRC32Kernel, 3> crc32_kernels;
 
 /// Portable: several bytes a step from tables derived from the look-up table.
 std::uint32_t crc32_sliced(const unsigned char* data, std::size_t size, std::uint32_t crc);

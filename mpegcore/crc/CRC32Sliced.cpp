@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/CRC.h"
-#include "mpegcore/CRCKernels.h"
+#include "mpegcore/crc/CRC32Kernel.h"
 
 namespace mpegcore::detail
 {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/BasePID.h"
-#include "mpegcore/PayloadUnitBudget.h"
+#include "mpegcore/parser/PayloadUnitBudget.h"
 #include "support/Stream.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include <array>
 
 using mpegcore::CBasePID;
-using mpegcore::payload_unit_budget;
+using mpegcore::PayloadUnitBudget;
 using zqtest::Bytes;
 
 namespace
@@ -37,12 +37,12 @@ protected:
     /// Asks in vain as often as it takes for silent PIDs to be looked for.
     void lose_patience()
     {
-        for (std::size_t count = 0; count < payload_unit_budget::patience; ++count)
+        for (std::size_t count = 0; count < PayloadUnitBudget::patience; ++count)
             EXPECT_FALSE(budget.make_room(1U << 20, PIDs[0]));
     }
 
     Bytes payload = Bytes(184, 5);
-    payload_unit_budget budget{4 * first};
+    PayloadUnitBudget budget{4 * first};
     std::array<CBasePID, 3> PIDs;
 };
 } // namespace
@@ -101,7 +101,7 @@ TEST_F(Budget, TakesTheUnitOfAPidThatStaysSilent)
 
 TEST_F(Budget, GoesFromOneUnitToTheNext)
 {
-    payload_unit_budget larger(6 * first);
+    PayloadUnitBudget larger(6 * first);
     larger.share_among(PIDs.data(), PIDs.size());
     for (unsigned unit = 0; unit < 100; ++unit)
         collect(unit % 3, 40);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "mpegcore/BlockPool.h"
+#include "mpegcore/parser/BlockPool.h"
 
 #include <gmock/gmock.h>
 
@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-using mpegcore::block_allocator;
+using mpegcore::BlockAllocator;
 using mpegcore::give_block;
 using mpegcore::take_block;
 
@@ -59,11 +59,11 @@ TEST(BlockPool, TakesABlockOfNothing)
 
 TEST(BlockPool, ServesContainersAndSharedPointers)
 {
-    std::vector<int, block_allocator<int>> numbers;
+    std::vector<int, BlockAllocator<int>> numbers;
     for (int count = 0; count < 1000; ++count)
         numbers.push_back(count);
     EXPECT_EQ(numbers[999], 999);
-    const auto shared = std::allocate_shared<std::set<int>>(block_allocator<int>(), std::set<int>{1, 2});
+    const auto shared = std::allocate_shared<std::set<int>>(BlockAllocator<int>(), std::set<int>{1, 2});
     EXPECT_EQ(shared->size(), 2U);
-    EXPECT_THROW(static_cast<void>(block_allocator<int>().allocate(std::size_t{1} << 63)), std::bad_alloc);
+    EXPECT_THROW(static_cast<void>(BlockAllocator<int>().allocate(std::size_t{1} << 63)), std::bad_alloc);
 }

@@ -102,7 +102,7 @@ private:
 class RandomMultiplex
 {
 public:
-    explicit RandomMultiplex(unsigned seed) : random_(seed) {}
+    explicit RandomMultiplex(unsigned seed) : m_random(seed) {}
 
     Bytes stream(int steps)
     {
@@ -140,7 +140,7 @@ public:
     }
 
 private:
-    unsigned below(unsigned limit) { return static_cast<unsigned>(random_() % limit); }
+    unsigned below(unsigned limit) { return static_cast<unsigned>(m_random() % limit); }
     static void row(Stream& out, unsigned PID, unsigned packets)
     {
         while (packets-- != 0)
@@ -176,7 +176,7 @@ private:
         return zqtest::section_of(0x02, body);
     }
 
-    std::mt19937 random_;
+    std::mt19937 m_random;
 };
 } // namespace
 

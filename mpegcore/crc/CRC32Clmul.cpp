@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/CRC.h"
-#include "mpegcore/CRCKernels.h"
+#include "mpegcore/crc/CRC32Kernel.h"
 
 #if defined(__x86_64__)
 // GCC 12 warns of the undefined registers that its own AVX-512 header starts from.
@@ -20,9 +20,9 @@ namespace
 bool always() { return true; }
 } // namespace
 
-const std::array<crc32_kernel, 3> crc32_kernels{{{"wide carry-less multiply", crc32_wide_clmul, has_wide_clmul},
-                                                 {"carry-less multiply", crc32_clmul, has_clmul},
-                                                 {"sliced", crc32_sliced, always}}};
+const std::array<CRC32Kernel, 3> crc32_kernels{{{"wide carry-less multiply", crc32_wide_clmul, has_wide_clmul},
+                                                {"carry-less multiply", crc32_clmul, has_clmul},
+                                                {"sliced", crc32_sliced, always}}};
 
 #if defined(__x86_64__)
 namespace

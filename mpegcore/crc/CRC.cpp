@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/CRC.h"
 
-#include "mpegcore/CRCKernels.h"
+#include "mpegcore/crc/CRC32Kernel.h"
 
 #include <atomic>
 
@@ -14,7 +14,7 @@ constexpr std::array<std::uint8_t, 256> crc8_lookup = detail::crc_lookup_table<s
 std::uint32_t choose_and_run(const unsigned char* data, std::size_t size, std::uint32_t crc);
 
 // Constant-initialised, so that it works from any static constructor; threads that choose at once choose the same.
-std::atomic<detail::crc32_kernel::function> chosen{choose_and_run};
+std::atomic<detail::CRC32Kernel::function> chosen{choose_and_run};
 
 std::uint32_t choose_and_run(const unsigned char* data, std::size_t size, std::uint32_t crc)
 {

@@ -10,10 +10,10 @@ class CBasePID;
 ///
 /// When they run short, first what nobody waits for any more is given back: completed units and empty buffers. Units
 /// that are being collected go last, and only those of PIDs that had no packet for long, counted in refusals.
-class payload_unit_budget
+class PayloadUnitBudget
 {
 public:
-    explicit payload_unit_budget(std::size_t bytes) : m_left(bytes) {}
+    explicit PayloadUnitBudget(std::size_t bytes) : m_left(bytes) {}
 
     /// The PIDs that share the budget; they must outlive it. Without them nothing can be given back.
     void share_among(CBasePID* PIDs, std::size_t count);

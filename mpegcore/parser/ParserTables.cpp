@@ -42,14 +42,14 @@ void clear_wrapper(CPacketWrapper<Table>& wrapper)
 }
 
 template <class Table>
-void clear_wrapper(CPacketWrapper<Table>& wrapper, known_tables<Table>& known)
+void clear_wrapper(CPacketWrapper<Table>& wrapper, KnownTables<Table>& known)
 {
     known.forget();
     clear_wrapper(wrapper);
 }
 } // namespace
 
-struct CBaseMpegParser::table_row
+struct CBaseMpegParser::TableRow
 {
     unsigned short PID;
     unsigned char first_table_id;
@@ -59,7 +59,7 @@ struct CBaseMpegParser::table_row
 };
 
 // Ascending by PID.
-const CBaseMpegParser::table_row CBaseMpegParser::table_rows[] = {
+const CBaseMpegParser::TableRow CBaseMpegParser::table_rows[] = {
     {0x0000, 0x00, 0xFF, true, &self::parse_table<&self::m_PAT, &self::m_knownPAT, &self::OnPAT>},
     {0x0001, 0x00, 0xFF, true, &self::parse_table<&self::m_CAT, &self::m_knownCAT, &self::OnCAT>},
     {0x0002, 0x00, 0xFF, true, &self::parse_table<&self::m_TSDT, &self::m_knownTSDT, &self::OnTSDT>},
@@ -77,10 +77,10 @@ const CBaseMpegParser::table_row CBaseMpegParser::table_rows[] = {
 };
 
 /// The first row of a PID up to last_table_PID, or null for one that carries no table.
-const CBaseMpegParser::table_row* CBaseMpegParser::first_row(unsigned short PID)
+const CBaseMpegParser::TableRow* CBaseMpegParser::first_row(unsigned short PID)
 {
     static const auto rows = [] {
-        std::array<const table_row*, last_table_PID + 1> first{};
+        std::array<const TableRow*, last_table_PID + 1> first{};
         for (std::size_t at = std::size(table_rows); at-- > 0;)
             first[table_rows[at].PID] = &table_rows[at];
         return first;
@@ -115,7 +115,7 @@ void CBaseMpegParser::follow(const CPAT& pat) { m_routes.set_PAT(pat); }
 
 void CBaseMpegParser::follow(const CCAT& cat) { m_routes.set_CAT(cat); }
 
-void CBaseMpegParser::parse_section(unsigned short PID, const table_row* row)
+void CBaseMpegParser::parse_section(unsigned short PID, const TableRow* row)
 {
     const CDataAccumulator* unit = m_PIDs[PID].collecting;
     if (unit == nullptr || unit->size < shortest_section_unit) {
@@ -153,10 +153,10 @@ void CBaseMpegParser::parse_table(unsigned char* section, std::size_t size)
     if (m_editableTables) // read past it, Known notices
         return parse_anew<Wrapper, Callback>(section, size);
     auto& wrapper = this->*Wrapper;
-    const section_reading result = (this->*Known).read(section, section_size(section));
-    if (result == section_reading::fresh)
+    const SectionReading result = (this->*Known).read(section, section_size(section));
+    if (result == SectionReading::fresh)
         follow(*wrapper.current);
-    if (result != section_reading::failed)
+    if (result != SectionReading::failed)
         (this->*Callback)(wrapper.current);
 }
 
@@ -169,14 +169,14 @@ void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
     const std::size_t size = unit->size - pointer_field_size;
     if (!holds_announced_section(section, size))
         return;
-    PID_route& route = m_routes[PID];
+    PIDRoute& route = m_routes[PID];
     if (!route.pmt) {
         auto& wrapper = m_PMTs[PID];
         wrapper = std::make_unique<CPacketWrapper<CPMT>>();
-        route.pmt = std::make_unique<carried_PMT>();
+        route.pmt = std::make_unique<CarriedPMT>();
         route.pmt->wrapper = wrapper.get();
     }
-    carried_PMT& carried = *route.pmt;
+    CarriedPMT& carried = *route.pmt;
     auto& wrapper = *carried.wrapper;
     // PMTs come again and again; reading the same bytes would give the same table.
     auto& known = carried.section;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/BlockPool.h"
 #include "mpegcore/PacketWrapper.h"
+#include "mpegcore/parser/BlockPool.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,7 +15,7 @@
 namespace mpegcore
 {
 /// What became of a section that was to be read.
-enum class section_reading
+enum class SectionReading
 {
     failed,   ///< the current table stays
     repeated, ///< the current table was read from the same bytes
@@ -24,7 +24,7 @@ enum class section_reading
 
 /// Puts right what the caller of a table may have changed in it by RenderTable, AddData and SetValid.
 template <class T>
-class table_as_read
+class TableAsRead
 {
 public:
     void note(const T& table)
@@ -55,43 +55,43 @@ private:
 ///
 /// The wrapper's `current` is on loan from here while its section is known; it goes back when another takes its place.
 template <class T>
-class known_tables
+class KnownTables
 {
 public:
     /// The wrapper must outlive it. `most_bytes` are all that is kept, tables and sections, by a generous estimate: an
     /// empty descriptor of 2 bytes can become an object of 400.
-    known_tables(CPacketWrapper<T>& wrapper, std::size_t most_bytes) : m_wrapper(wrapper), m_most_bytes(most_bytes) {}
-    known_tables(const known_tables&) = delete;
-    known_tables& operator=(const known_tables&) = delete;
+    KnownTables(CPacketWrapper<T>& wrapper, std::size_t most_bytes) : m_wrapper(wrapper), m_most_bytes(most_bytes) {}
+    KnownTables(const KnownTables&) = delete;
+    KnownTables& operator=(const KnownTables&) = delete;
 
     /// What CPacketWrapper::Parser does, for a whole section of `size` bytes.
-    section_reading read(unsigned char* section, std::size_t size)
+    SectionReading read(unsigned char* section, std::size_t size)
     {
         if (m_shown != nullptr && m_wrapper.exchanges != m_exchanges) // read past us, the table on loan is cleared
             forget();
         if (m_shown != nullptr && m_shown->is_of(section, size)) {
             m_shown->as_read.restore(*m_wrapper.current);
             m_wrapper.valid = 1;
-            return section_reading::repeated;
+            return SectionReading::repeated;
         }
         const std::uint64_t key = key_of(section, size);
         const auto found = m_known.find(key);
         if (found != m_known.end() && found->second.is_of(section, size)) {
             show(found->second);
-            return section_reading::fresh;
+            return SectionReading::fresh;
         }
         ZQSDK::ZQBSReaderT<unsigned char*> reader(section, size);
         m_wrapper.clear_work();
         const std::size_t blocks = block_bytes();
         if (!m_wrapper.read_work(reader))
-            return section_reading::failed;
+            return SectionReading::failed;
         const std::size_t cost = block_bytes() - blocks + size * bytes_per_byte + section_buffer_size<T>;
         exchange();
         if (found != m_known.end())
             came_again(found->second, section, size, cost);
         else if (has_room(cost_of_noting))
             m_known[key].CRC_32 = CRC_32_of(section, size);
-        return section_reading::fresh;
+        return SectionReading::fresh;
     }
 
     /// The wrapper's tables stay as they are.
@@ -114,7 +114,7 @@ private:
         unsigned repetitions = 0;           ///< of that one
         std::vector<unsigned char> section; ///< empty until it is worth keeping
         std::size_t cost = 0;               ///< of keeping it
-        table_as_read<T> as_read;
+        TableAsRead<T> as_read;
         std::unique_ptr<T> table; ///< of `section`; null: it is the wrapper's current one
     };
 

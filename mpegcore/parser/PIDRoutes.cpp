@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "mpegcore/PIDRoutes.h"
+#include "mpegcore/parser/PIDRoutes.h"
 #include "mpegcore/zqdescriptorlist.h"
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 namespace mpegcore
 {
-static_assert(sizeof(PID_route) == alignof(PID_route), "every packet would need a second cache line");
+static_assert(sizeof(PIDRoute) == alignof(PIDRoute), "every packet would need a second cache line");
 
 namespace
 {
@@ -25,10 +25,10 @@ void for_each_CA_PID(const ZQDescriptorList& descriptors, Visit visit)
     }
 }
 
-auto position_of(std::vector<program_route>& programs, unsigned short pmt_PID)
+auto position_of(std::vector<ProgramRoute>& programs, unsigned short pmt_PID)
 {
     return std::lower_bound(programs.begin(), programs.end(), pmt_PID,
-                            [](const program_route& route, unsigned short PID) { return route.pmt_PID < PID; });
+                            [](const ProgramRoute& route, unsigned short PID) { return route.pmt_PID < PID; });
 }
 } // namespace
 
@@ -63,7 +63,7 @@ void PIDRoutes::set_PMT(unsigned short pmt_PID, const CPMT& pmt)
     for (const unsigned short PID : PIDs)
         remove(PID, pmt_PID);
     PIDs.clear();
-    const auto route_of = [&](unsigned short PID) -> program_route& {
+    const auto route_of = [&](unsigned short PID) -> ProgramRoute& {
         PIDs.push_back(PID);
         return find_or_add(PID, pmt_PID, pmt);
     };
@@ -77,7 +77,7 @@ void PIDRoutes::clear()
 {
     forget_plain();
     for (const unsigned short PID : m_used)
-        m_routes[PID] = PID_route{};
+        m_routes[PID] = PIDRoute{};
     m_used.clear();
     m_PMT_PIDs.clear();
     m_EMM_PIDs.clear();
@@ -86,7 +86,7 @@ void PIDRoutes::clear()
 
 void PIDRoutes::set_plain(unsigned short PID, std::uint32_t header, bool collects, const transport_packet& record)
 {
-    PID_route& route = m_routes[PID];
+    PIDRoute& route = m_routes[PID];
     if (route.plain_header == no_plain_header)
         m_plain.push_back(PID);
     route.plain_header = header;
@@ -95,7 +95,7 @@ void PIDRoutes::set_plain(unsigned short PID, std::uint32_t header, bool collect
     route.stream = nullptr;
     if (route.programs.size() != 1 || route.EMM_count != 0 || PID == null_packet_PID)
         return;
-    const program_route& program = route.programs.front();
+    const ProgramRoute& program = route.programs.front();
     route.pmt_PID = program.pmt_PID;
     route.program_number = program.program_number;
     route.stream = program.stream.get();
@@ -108,22 +108,22 @@ void PIDRoutes::forget_plain()
     m_plain.clear();
 }
 
-PID_route& PIDRoutes::used(unsigned short PID)
+PIDRoute& PIDRoutes::used(unsigned short PID)
 {
-    PID_route& route = m_routes[PID];
+    PIDRoute& route = m_routes[PID];
     if (!route.is_used)
         m_used.push_back(PID);
     route.is_used = true;
     return route;
 }
 
-program_route& PIDRoutes::find_or_add(unsigned short PID, unsigned short pmt_PID, const CPMT& pmt)
+ProgramRoute& PIDRoutes::find_or_add(unsigned short PID, unsigned short pmt_PID, const CPMT& pmt)
 {
     auto& programs = used(PID).programs;
     const auto position = position_of(programs, pmt_PID);
     if (position != programs.end() && position->pmt_PID == pmt_PID)
         return *position;
-    program_route route;
+    ProgramRoute route;
     route.pmt_PID = pmt_PID;
     route.program_number = pmt.program_number;
     route.pmt = &pmt;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/TableSyntax.h"
 #include "mpegcore/TransportStreamTable.h"
+#include "mpegcore/syntax/TableSyntax.h"
 
 #include <cstdint>
 
