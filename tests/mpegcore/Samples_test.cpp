@@ -7,9 +7,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 #include <unistd.h>
 
 // Recorded streams in the folder ZQ_SAMPLE_DIR against NAME.expected.json, the number of every callback, and
@@ -19,13 +16,6 @@ namespace
 {
 using zqtest::FlatJson;
 using zqtest::RecordingParser;
-
-std::string contents(const std::filesystem::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    EXPECT_TRUE(file) << path;
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 /// Puts the parser's message into the lines, where it came.
 class SampleParser : public RecordingParser
@@ -52,7 +42,7 @@ private:
 RecordingParser::counts expected_counts(const std::filesystem::path& path)
 {
     RecordingParser::counts counts;
-    for (const auto& [name, value] : FlatJson::parse(contents(path))) {
+    for (const auto& [name, value] : FlatJson::parse(zqtest::contents(path))) {
         const auto group = name.substr(0, name.find('/'));
         for (const char* compared : {"consumed", "bytes_skipped_looking_for_sync", "callbacks", "eit_pkt_skip_lines",
                                      "callbacks_by_table_id", "OnPES_per_pid", "OnPCR_per_pid", "OnECM_per_pid",
@@ -63,33 +53,10 @@ RecordingParser::counts expected_counts(const std::filesystem::path& path)
     return counts;
 }
 
-std::vector<std::string> expected_lines(const std::filesystem::path& path)
-{
-    std::istringstream text(contents(path));
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(text, line);)
-        lines.push_back(line);
-    return lines;
-}
-
-std::vector<std::string> sample_names()
-{
-    std::vector<std::string> names;
-    const auto folder = zqtest::sample_folder();
-    if (!folder)
-        return names;
-    for (const auto& entry : std::filesystem::directory_iterator(*folder))
-        if (std::filesystem::exists(std::filesystem::path(entry.path()).replace_extension(".tables.txt")))
-            names.push_back((entry.path().parent_path() / entry.path().stem()).string());
-    std::sort(names.begin(), names.end());
-    names.erase(std::unique(names.begin(), names.end()), names.end());
-    return names;
-}
-
 void check(const std::string& name, std::size_t piece)
 {
     SCOPED_TRACE(name + " in pieces of " + std::to_string(piece));
-    std::string data = contents(name + ".ts");
+    std::string data = zqtest::contents(name + ".ts");
     SampleParser parser(true);
     long consumed = 0;
     testing::internal::CaptureStdout();
@@ -106,7 +73,7 @@ void check(const std::string& name, std::size_t piece)
         if (parser.m_PIDs[PID].bitrate != 0)
             counts["bitrate_at_end/" + zqtest::formatted("0x%04x", PID)] = parser.m_PIDs[PID].bitrate;
     EXPECT_EQ(counts, expected_counts(name + ".expected.json"));
-    const auto lines = expected_lines(name + ".tables.txt");
+    const auto lines = zqtest::lines_of(name + ".tables.txt");
     ASSERT_EQ(parser.lines.size(), lines.size());
     for (std::size_t at = 0; at < lines.size(); ++at)
         ASSERT_EQ(parser.lines[at], lines[at]);
@@ -118,7 +85,7 @@ class Samples : public testing::TestWithParam<std::size_t>
 
 TEST_P(Samples, GiveTheExpectedCallbacksAndTables)
 {
-    const auto names = sample_names();
+    const auto names = zqtest::sample_names(".tables.txt");
     if (names.empty())
         GTEST_SKIP() << "ZQ_SAMPLE_DIR names no folder with samples";
     for (const auto& name : names)

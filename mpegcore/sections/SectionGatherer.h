@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "mpegcore/TransportPacket.h"
+#include "mpegcore/sections/SectionHeader.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace mpegcore
+{
+/// What a gatherer has to know of a packet.
+struct SectionPacket
+{
+    /// Of the 188 bytes at `packet`. False when there is no payload to be found: none announced, or an adaptation field
+    /// that goes beyond the packet.
+    [[nodiscard]] bool read(const unsigned char* packet);
+
+    std::uint8_t continuity_counter = 0;
+    bool is_unusable = false; ///< transport_error_indicator, or scrambled
+    bool payload_unit_start_indicator = false;
+    bool discontinuity_indicator = false;
+    const unsigned char* payload = nullptr;
+    std::size_t payload_size = 0; ///< 0 to 184
+};
+
+enum class SectionCheck
+{
+    good,       ///< also when its kind has no CRC_32
+    CRC_failed, ///< also when it is too short for its CRC_32
+};
+
+/// Puts the sections of one PID together from its packets (ISO/IEC 13818-1, 2.4.4).
+///
+/// A packet that repeats the one before it is dropped. The section begun is dropped when the continuity_counter jumps
+/// without a discontinuity_indicator, when a packet is damaged or scrambled, and when the bytes up to the next section
+/// do not end it. A section begins only in a packet with payload_unit_start_indicator; the stuffing behind the last
+/// one ends the payload. A packet without payload changes nothing.
+///
+/// Memory: while a section that began in an earlier packet is not whole, a block of its size, 4098 bytes at most.
+class SectionGatherer
+{
+public:
+    /// Calls `sink(const unsigned char* section, std::size_t size, SectionCheck check)` for every section that ends in
+    /// the packet of 188 bytes. The section lies in the packet if it began there; it holds during the call. The sink
+    /// may call reset().
+    template <class Sink>
+    void put(const unsigned char* packet, Sink&& sink)
+    {
+        SectionPacket fields;
+        if (fields.read(packet))
+            put(fields, sink);
+    }
+
+    /// The same for a packet that was read; there is a payload.
+    template <class Sink>
+    void put(const SectionPacket& packet, Sink&& sink)
+    {
+        if (!follow(packet))
+            return;
+        const unsigned char* at = packet.payload;
+        const unsigned char* const end = at + packet.payload_size;
+        if (!packet.payload_unit_start_indicator) {
+            go_on(at, end, sink);
+            return;
+        }
+        if (at == end || *at > end - at - 1) {
+            drop();
+            return;
+        }
+        const unsigned char* const first = at + 1 + *at;
+        go_on(at + 1, first, sink);
+        drop();
+        take_sections(first, end, sink);
+    }
+
+    /// As if there had been no packet.
+    void reset();
+
+private:
+    /// Follows the continuity_counter; false when the payload is not to be looked at.
+    [[nodiscard]] bool follow(const SectionPacket& packet);
+    void begin(const unsigned char* at, const unsigned char* end);
+    /// Adds to the section begun; true when it is whole.
+    [[nodiscard]] bool append(const unsigned char* at, const unsigned char* end);
+    void drop()
+    {
+        m_gathered = 0;
+        m_section.reset();
+    }
+
+    template <class Sink>
+    static void report(const unsigned char* section, std::size_t size, Sink& sink)
+    {
+        sink(section, size, section_CRC_is_good(section, size) ? SectionCheck::good : SectionCheck::CRC_failed);
+    }
+
+    template <class Sink>
+    void go_on(const unsigned char* at, const unsigned char* end, Sink& sink)
+    {
+        if (m_gathered == 0 || !append(at, end))
+            return;
+        const auto section = std::move(m_section);
+        m_gathered = 0;
+        report(section.get(), m_size, sink);
+    }
+
+    template <class Sink>
+    void take_sections(const unsigned char* at, const unsigned char* end, Sink& sink)
+    {
+        while (at != end && *at != section_stuffing_byte) {
+            const auto left = static_cast<std::size_t>(end - at);
+            if (left < section_header_size || SectionHeader(at, left).announced_size() > left) {
+                begin(at, end);
+                return;
+            }
+            const std::size_t size = SectionHeader(at, left).announced_size();
+            report(at, size, sink);
+            at += size;
+        }
+    }
+
+    std::unique_ptr<unsigned char[]> m_section;                  ///< once its header is there
+    std::array<unsigned char, section_header_size> m_header{};   ///< up to then
+    std::size_t m_gathered = 0;                                  ///< bytes of the section begun; 0: there is none
+    std::size_t m_size = 0;                                      ///< that it announces
+    std::array<unsigned char, ts_payload_size> m_last_payload{}; ///< of the packet before
+    std::size_t m_last_size = 0;
+    bool m_last_start = false;
+    bool m_has_last = false;
+    std::uint8_t m_last_counter = 0;
+};
+} // namespace mpegcore
