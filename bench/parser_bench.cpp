@@ -104,9 +104,9 @@ public:
                 std::printf(", parser %.2f times as fast", own->second / rate);
             std::printf("\n");
         }
-        if (rates_.count("a_one_programme/parser") != 0 && rates_.count("b_60_programmes/parser") != 0)
+        if (m_rates.count("a_one_programme/parser") != 0 && m_rates.count("b_60_programmes/parser") != 0)
             std::printf("a packet of 60 programmes costs %.2f times one of one programme\n",
-                        rates_["a_one_programme/parser"] / rates_["b_60_programmes/parser"]);
+                        m_rates["a_one_programme/parser"] / m_rates["b_60_programmes/parser"]);
     }
 
 private:

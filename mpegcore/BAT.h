@@ -34,7 +34,9 @@ private:
     friend CTransportStreamTable;
 
     static constexpr auto id = &CBAT::bouquet_id;
+    static constexpr auto id_name = "bouquet_id";
     static constexpr auto first_loop_length = &CBAT::bouquet_descriptors_length;
+    static constexpr auto first_loop_length_name = "bouquet_descriptors_length";
     static constexpr auto first_loop = &CBAT::bouquet_descriptors;
 
     template <class Io, class Self, class Entry>

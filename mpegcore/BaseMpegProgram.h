@@ -29,7 +29,8 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& p, Io& io)
     {
-        return io.bits(16, p.program_number) && io.bits(3, p.reserved) && io.bits(13, p.PID);
+        return io.bits(16, "program_number", p.program_number) && io.bits(3, "reserved", p.reserved) &&
+               io.bits(13, "PID", p.PID);
     }
 
     std::uint16_t program_number = 0;

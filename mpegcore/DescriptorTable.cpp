@@ -13,7 +13,8 @@ constexpr std::uint32_t fixed_length = 9;
 template <class Self, class Io>
 bool CDescriptorTable::syntax(Self& t, Io& io)
 {
-    return io.bits(18, t.reserved) && version_and_sections(t, io) && io.descriptors(io.body_left(), t.descriptors);
+    return io.bits(18, "reserved", t.reserved) && version_and_sections(t, io) &&
+           io.descriptors(io.body_left(), "descriptors", t.descriptors);
 }
 
 void CDescriptorTable::Clear()

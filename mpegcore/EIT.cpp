@@ -14,15 +14,17 @@ constexpr std::uint32_t event_length = 12;
 template <class Self, class Io>
 bool CEIT::fields(Self& t, Io& io)
 {
-    return io.bits(16, t.service_id) && io.bits(2, t.reserved) && version_and_sections(t, io) &&
-           io.bits(16, t.transport_stream_id) && io.bits(16, t.original_network_id) &&
-           io.bits(8, t.segment_last_section_number) && io.bits(8, t.last_table_id);
+    return io.bits(16, "service_id", t.service_id) && io.bits(2, "reserved", t.reserved) &&
+           version_and_sections(t, io) && io.bits(16, "transport_stream_id", t.transport_stream_id) &&
+           io.bits(16, "original_network_id", t.original_network_id) &&
+           io.bits(8, "segment_last_section_number", t.segment_last_section_number) &&
+           io.bits(8, "last_table_id", t.last_table_id);
 }
 
 template <class Self, class Io>
 bool CEIT::syntax(Self& t, Io& io)
 {
-    return fields(t, io) && io.loop(event_length, t.events);
+    return fields(t, io) && io.loop(event_length, "events", t.events);
 }
 
 void CEIT::Clear()

@@ -37,9 +37,11 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& e, Io& io)
     {
-        return io.bits(16, e.event_id) && io.bits(40, e.start_time) && io.bits(24, e.duration) &&
-               io.bits(3, e.running_status) && io.bits(1, e.free_CA_mode) && io.bits(12, e.descriptors_loop_length) &&
-               io.descriptors(e.descriptors_loop_length, e.descriptors);
+        return io.bits(16, "event_id", e.event_id) && io.time("start_time", e.start_time) &&
+               io.duration("duration", e.duration) && io.bits(3, "running_status", e.running_status) &&
+               io.bits(1, "free_CA_mode", e.free_CA_mode) &&
+               io.bits(12, "descriptors_loop_length", e.descriptors_loop_length) &&
+               io.descriptors(e.descriptors_loop_length, "descriptors", e.descriptors);
     }
 
     std::uint16_t event_id = 0;

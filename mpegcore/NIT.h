@@ -35,7 +35,9 @@ private:
     friend CTransportStreamTable;
 
     static constexpr auto id = &CNIT::network_id;
+    static constexpr auto id_name = "network_id";
     static constexpr auto first_loop_length = &CNIT::network_descriptors_length;
+    static constexpr auto first_loop_length_name = "network_descriptors_length";
     static constexpr auto first_loop = &CNIT::network_descriptors;
 
     template <class Io, class Self, class Entry>

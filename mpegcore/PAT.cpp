@@ -14,8 +14,8 @@ constexpr std::uint32_t program_length = 4;
 template <class Self, class Io>
 bool CPAT::syntax(Self& t, Io& io)
 {
-    return io.bits(16, t.transport_stream_id) && io.bits(2, t.reserved) && version_and_sections(t, io) &&
-           io.keyed_loop(program_length, t.programs, &CBaseMpegProgram::PID);
+    return io.bits(16, "transport_stream_id", t.transport_stream_id) && io.bits(2, "reserved", t.reserved) &&
+           version_and_sections(t, io) && io.keyed_loop(program_length, "programs", t.programs, &CBaseMpegProgram::PID);
 }
 
 void CPAT::Clear()

@@ -26,11 +26,12 @@ void CBaseStreamTypeMap::copyTo(CBaseStreamTypeMap* target) const
 template <class Self, class Io>
 bool CPMT::syntax(Self& t, Io& io)
 {
-    return io.bits(16, t.program_number) && io.bits(2, t.reserved) && version_and_sections(t, io) &&
-           io.bits(3, t.reserved2) && io.bits(13, t.PCR_PID) && io.bits(4, t.reserved3) &&
-           io.length(12, t.program_info_length, t.descriptors.getSize()) &&
-           io.descriptors(t.program_info_length, t.descriptors) &&
-           io.keyed_loop(stream_length, t.streams, &CBaseStreamTypeMap::elementary_PID);
+    return io.bits(16, "program_number", t.program_number) && io.bits(2, "reserved", t.reserved) &&
+           version_and_sections(t, io) && io.bits(3, "reserved", t.reserved2) && io.bits(13, "PCR_PID", t.PCR_PID) &&
+           io.bits(4, "reserved", t.reserved3) &&
+           io.length(12, "program_info_length", t.program_info_length, t.descriptors.getSize()) &&
+           io.descriptors(t.program_info_length, "descriptors", t.descriptors) &&
+           io.keyed_loop(stream_length, "streams", t.streams, &CBaseStreamTypeMap::elementary_PID);
 }
 
 void CPMT::Clear()

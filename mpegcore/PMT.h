@@ -24,9 +24,10 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& s, Io& io)
     {
-        return io.bits(8, s.stream_type) && io.bits(3, s.reserved) && io.bits(13, s.elementary_PID) &&
-               io.bits(4, s.reserved2) && io.length(12, s.ES_info_length, s.descriptors.getSize()) &&
-               io.descriptors(s.ES_info_length, s.descriptors);
+        return io.bits(8, "stream_type", s.stream_type) && io.bits(3, "reserved", s.reserved) &&
+               io.bits(13, "elementary_PID", s.elementary_PID) && io.bits(4, "reserved", s.reserved2) &&
+               io.length(12, "ES_info_length", s.ES_info_length, s.descriptors.getSize()) &&
+               io.descriptors(s.ES_info_length, "descriptors", s.descriptors);
     }
 
     std::uint8_t stream_type = 0;

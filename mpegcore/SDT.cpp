@@ -27,9 +27,10 @@ void CServiceDescriptionSection::copyTo(CServiceDescriptionSection* target) cons
 template <class Self, class Io>
 bool CSDT::syntax(Self& t, Io& io)
 {
-    return io.bits(16, t.transport_stream_id) && io.bits(2, t.reserved) && version_and_sections(t, io) &&
-           io.bits(16, t.original_network_id) && io.bits(8, t.reserved_future_use) &&
-           io.keyed_loop(service_length, t.services, &CServiceDescriptionSection::service_id);
+    return io.bits(16, "transport_stream_id", t.transport_stream_id) && io.bits(2, "reserved", t.reserved) &&
+           version_and_sections(t, io) && io.bits(16, "original_network_id", t.original_network_id) &&
+           io.bits(8, "reserved_future_use", t.reserved_future_use) &&
+           io.keyed_loop(service_length, "services", t.services, &CServiceDescriptionSection::service_id);
 }
 
 void CSDT::Clear()

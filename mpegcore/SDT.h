@@ -24,10 +24,12 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& s, Io& io)
     {
-        return io.bits(16, s.service_id) && io.bits(6, s.reserved_future_use) && io.bits(1, s.EIT_schedule_flag) &&
-               io.bits(1, s.EIT_present_following_flag) && io.bits(3, s.running_status) && io.bits(1, s.free_CA_mode) &&
-               io.length(12, s.descriptors_loop_length, s.descriptors.getSize()) &&
-               io.descriptors(s.descriptors_loop_length, s.descriptors);
+        return io.bits(16, "service_id", s.service_id) && io.bits(6, "reserved_future_use", s.reserved_future_use) &&
+               io.bits(1, "EIT_schedule_flag", s.EIT_schedule_flag) &&
+               io.bits(1, "EIT_present_following_flag", s.EIT_present_following_flag) &&
+               io.bits(3, "running_status", s.running_status) && io.bits(1, "free_CA_mode", s.free_CA_mode) &&
+               io.length(12, "descriptors_loop_length", s.descriptors_loop_length, s.descriptors.getSize()) &&
+               io.descriptors(s.descriptors_loop_length, "descriptors", s.descriptors);
     }
 
     std::uint16_t service_id = 0;

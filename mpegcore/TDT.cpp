@@ -29,7 +29,8 @@ std::uint32_t CTDT::calc_section_length() const { return UTC_time_size; }
 
 bool CTDT::RenderTable()
 {
-    return render_section_without_crc([this](Writer& writer) { return TableWriter(writer).bits(40, UTC_time); });
+    return render_section_without_crc(
+        [this](Writer& writer) { return TableWriter(writer).time("UTC_time", UTC_time); });
 }
 
 void CTDT::copyTo(CTDT* target) const

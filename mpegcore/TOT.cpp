@@ -15,8 +15,8 @@ constexpr std::uint32_t fixed_length = fields_size + 4;
 template <class Self, class Io>
 bool CTOT::fields(Self& t, Io& io)
 {
-    return io.bits(40, t.UTC_time) && io.bits(4, t.reserved) &&
-           io.length(12, t.descriptors_loop_length, t.descriptors.getSize());
+    return io.time("UTC_time", t.UTC_time) && io.bits(4, "reserved", t.reserved) &&
+           io.length(12, "descriptors_loop_length", t.descriptors_loop_length, t.descriptors.getSize());
 }
 
 void CTOT::Clear()
@@ -37,7 +37,7 @@ bool CTOT::read(Reader& reader)
             set_to_zero(descriptors_loop_length, CRC_32);
             return true;
         }
-        if (!io.descriptors(descriptors_loop_length, descriptors))
+        if (!io.descriptors(descriptors_loop_length, "descriptors", descriptors))
             return false;
         std::uint32_t crc = 0;
         // Fewer than 4 bytes behind the loop count as running out, too.
@@ -52,7 +52,7 @@ bool CTOT::RenderTable()
 {
     const bool rendered = render_section(CRC_32, [this](Writer& writer) {
         TableWriter io(writer);
-        return fields(*this, io) && io.descriptors(0, descriptors);
+        return fields(*this, io) && io.descriptors(0, "descriptors", descriptors);
     });
     descriptors_loop_length = static_cast<std::uint16_t>(descriptors.getSize());
     return rendered;

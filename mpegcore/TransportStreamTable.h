@@ -16,10 +16,12 @@ public:
     template <class Self, class Io, class List>
     static bool syntax(Self& s, Io& io, List& transport_descriptors)
     {
-        return io.bits(16, s.transport_stream_id) && io.bits(16, s.original_network_id) &&
-               io.bits(4, s.reserved_future_use) &&
-               io.length(12, s.transport_descriptors_length, transport_descriptors.getSize()) &&
-               io.descriptors(s.transport_descriptors_length, transport_descriptors);
+        return io.bits(16, "transport_stream_id", s.transport_stream_id) &&
+               io.bits(16, "original_network_id", s.original_network_id) &&
+               io.bits(4, "reserved_future_use", s.reserved_future_use) &&
+               io.length(12, "transport_descriptors_length", s.transport_descriptors_length,
+                         transport_descriptors.getSize()) &&
+               io.descriptors(s.transport_descriptors_length, "descriptors", transport_descriptors);
     }
 
     std::uint16_t transport_stream_id = 0;

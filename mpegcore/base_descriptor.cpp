@@ -32,8 +32,9 @@ bool base_descriptor::write(ZQSDK::ZQBSWriterT<unsigned char*>& writer) const
 {
     SyntaxWriter io(writer);
     // Deliberately true even when the writer is full; typed classes are the ones that report it.
-    static_cast<void>(io.bits(8, descriptor_tag) && io.bits(8, descriptor_length) &&
-                      io.bytes(descriptor_length, payload));
+    static_cast<void>(io.bits(8, "descriptor_tag", descriptor_tag) &&
+                      io.bits(8, "descriptor_length", descriptor_length) &&
+                      io.bytes(descriptor_length, "payload", payload));
     return true;
 }
 } // namespace mpegcore

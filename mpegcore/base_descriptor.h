@@ -65,7 +65,7 @@ public:
     bool write(ZQSDK::ZQBSWriterT<unsigned char*>& writer) const override
     {
         SyntaxWriter io(writer);
-        if (!io.bits(8, descriptor_tag) || !io.bits(8, descriptor_length))
+        if (!io.bits(8, "descriptor_tag", descriptor_tag) || !io.bits(8, "descriptor_length", descriptor_length))
             return false;
         io.open_body(descriptor_length);
         return Self::syntax(static_cast<const Self&>(*this), io);

@@ -116,7 +116,7 @@ bool ZQDescriptorList::add_generic(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
     if (!descriptor->base_descriptor::read(reader))
         return false;
     SyntaxReader io(reader);
-    if (!io.bytes(descriptor->descriptor_length, descriptor->payload))
+    if (!io.bytes(descriptor->descriptor_length, "payload", descriptor->payload))
         return false;
     append(std::move(descriptor));
     return true;

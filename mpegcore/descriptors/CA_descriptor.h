@@ -16,8 +16,8 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        if (!io.bits(16, d.CA_system_ID) || !io.bits(3, d.reserved) || !io.bits(13, d.CA_PID) ||
-            !io.rest(d.private_data_byte))
+        if (!io.bits(16, "CA_system_ID", d.CA_system_ID) || !io.bits(3, "reserved", d.reserved) ||
+            !io.bits(13, "CA_PID", d.CA_PID) || !io.rest("private_data_byte", d.private_data_byte))
             return false;
         // Only here a length does not stay as read: bytes that the array cannot keep must not be announced on writing.
         if constexpr (Io::reading)

@@ -13,7 +13,7 @@ public:
         template <class Self, class Io>
         static bool syntax(Self& d, Io& io)
         {
-            return io.bytes(d.ISO_639_language_code) && io.bits(8, d.audio_type);
+            return io.code("ISO_639_language_code", d.ISO_639_language_code) && io.bits(8, "audio_type", d.audio_type);
         }
 
         std::array<unsigned char, 3> ISO_639_language_code{};
@@ -23,7 +23,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.entries(4, d.entries);
+        return io.entries(4, "entries", d.entries);
     }
 
     std::vector<entry> entries;

@@ -11,7 +11,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(7, d.reserved) && io.bits(1, d.leak_valid_flag);
+        return io.bits(7, "reserved", d.reserved) && io.bits(1, "leak_valid_flag", d.leak_valid_flag);
     }
 
     std::uint8_t reserved = 0;

@@ -13,10 +13,11 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(8, d.descriptor_tag_extension) && io.bits(8, d.plp_id) && io.bits(16, d.T2_system_id) &&
-               io.bits(2, d.SISO_MISO) && io.bits(4, d.bandwidth) && io.bits(2, d.reserved_future_use) &&
-               io.bits(3, d.guard_interval) && io.bits(3, d.transmission_mode) && io.bits(1, d.other_frequency_flag) &&
-               io.bits(1, d.tfs_flag);
+        return io.bits(8, "descriptor_tag_extension", d.descriptor_tag_extension) && io.bits(8, "plp_id", d.plp_id) &&
+               io.bits(16, "T2_system_id", d.T2_system_id) && io.bits(2, "SISO_MISO", d.SISO_MISO) &&
+               io.bits(4, "bandwidth", d.bandwidth) && io.bits(2, "reserved_future_use", d.reserved_future_use) &&
+               io.bits(3, "guard_interval", d.guard_interval) && io.bits(3, "transmission_mode", d.transmission_mode) &&
+               io.bits(1, "other_frequency_flag", d.other_frequency_flag) && io.bits(1, "tfs_flag", d.tfs_flag);
     }
 
     std::uint8_t descriptor_tag_extension = 0;

@@ -13,8 +13,8 @@ public:
         template <class Self, class Io>
         static bool syntax(Self& d, Io& io)
         {
-            return io.bits(8, d.data_service_id) &&
-                   io.text(8, d.data_service_descriptor_length, d.data_service_descriptor);
+            return io.bits(8, "data_service_id", d.data_service_id) &&
+                   io.data(8, "data_service_descriptor", d.data_service_descriptor_length, d.data_service_descriptor);
         }
 
         std::uint8_t data_service_id = 0;
@@ -25,7 +25,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.entries(2, d.entries);
+        return io.entries(2, "entries", d.entries);
     }
 
     std::vector<entry> entries;

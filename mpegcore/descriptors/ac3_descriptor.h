@@ -11,11 +11,13 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(1, d.component_type_flag) && io.bits(1, d.bsid_flag) && io.bits(1, d.mainid_flag) &&
-               io.bits(1, d.asvc_flag) && io.bits(4, d.reserved) &&
-               (d.component_type_flag == 0 || io.bits(8, d.component_type)) &&
-               (d.bsid_flag == 0 || io.bits(8, d.bsid)) && (d.mainid_flag == 0 || io.bits(8, d.mainid)) &&
-               (d.asvc_flag == 0 || io.bits(8, d.asvc)) && io.rest(d.additional_info);
+        return io.bits(1, "component_type_flag", d.component_type_flag) && io.bits(1, "bsid_flag", d.bsid_flag) &&
+               io.bits(1, "mainid_flag", d.mainid_flag) && io.bits(1, "asvc_flag", d.asvc_flag) &&
+               io.bits(4, "reserved_flags", d.reserved) &&
+               (d.component_type_flag == 0 || io.bits(8, "component_type", d.component_type)) &&
+               (d.bsid_flag == 0 || io.bits(8, "bsid", d.bsid)) &&
+               (d.mainid_flag == 0 || io.bits(8, "mainid", d.mainid)) &&
+               (d.asvc_flag == 0 || io.bits(8, "asvc", d.asvc)) && io.rest("additional_info_byte", d.additional_info);
     }
 
     std::uint8_t component_type_flag = 0;

@@ -11,8 +11,10 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(1, d.free_format_flag) && io.bits(1, d.ID) && io.bits(2, d.layer) &&
-               io.bits(1, d.variable_rate_audio_indicator) && io.bits(3, d.reserved);
+        return io.bits(1, "free_format_flag", d.free_format_flag) && io.bits(1, "ID", d.ID) &&
+               io.bits(2, "layer", d.layer) &&
+               io.bits(1, "variable_rate_audio_indicator", d.variable_rate_audio_indicator) &&
+               io.bits(3, "reserved", d.reserved);
     }
 
     std::uint8_t free_format_flag = 0;

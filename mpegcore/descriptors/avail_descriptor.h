@@ -11,7 +11,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(32, d.identifier) && io.bits(32, d.provider_avail_id);
+        return io.bits(32, "identifier", d.identifier) && io.bits(32, "provider_avail_id", d.provider_avail_id);
     }
 
     /// 0x43554549, "CUEI".

@@ -11,7 +11,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.rest(d.bouquet_name);
+        return io.rest_text("bouquet_name", d.bouquet_name);
     }
 
     /// As transmitted, with the leading bytes that choose the character table (Annex A).

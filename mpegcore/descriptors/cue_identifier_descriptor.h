@@ -11,7 +11,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(8, d.cue_stream_type);
+        return io.bits(8, "cue_stream_type", d.cue_stream_type);
     }
 
     std::uint8_t cue_stream_type = 0;

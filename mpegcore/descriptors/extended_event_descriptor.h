@@ -13,8 +13,8 @@ public:
         template <class Self, class Io>
         static bool syntax(Self& d, Io& io)
         {
-            return io.text(8, d.item_description_length, d.item_description_char) &&
-                   io.text(8, d.item_length, d.item_char);
+            return io.text(8, "item_description", d.item_description_length, d.item_description_char) &&
+                   io.text(8, "item", d.item_length, d.item_char);
         }
 
         std::uint8_t item_description_length = 0;
@@ -26,10 +26,12 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(4, d.descriptor_number) && io.bits(4, d.last_descriptor_number) &&
-               io.bytes(d.ISO_639_language_code) && io.bits(8, d.length_of_items) &&
-               io.within(d.length_of_items, [&] { return io.entries(2, d.items); }) &&
-               io.text(8, d.text_length, d.text_char);
+        return io.bits(4, "descriptor_number", d.descriptor_number) &&
+               io.bits(4, "last_descriptor_number", d.last_descriptor_number) &&
+               io.code("ISO_639_language_code", d.ISO_639_language_code) &&
+               io.bits(8, "length_of_items", d.length_of_items) &&
+               io.within(d.length_of_items, [&] { return io.entries(2, "items", d.items); }) &&
+               io.text(8, "text", d.text_length, d.text_char);
     }
 
     std::uint8_t descriptor_number = 0;

@@ -11,7 +11,8 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(8, d.descriptor_tag_extension) && io.rest(d.selector_byte);
+        return io.bits(8, "descriptor_tag_extension", d.descriptor_tag_extension) &&
+               io.rest("selector_byte", d.selector_byte);
     }
 
     std::uint8_t descriptor_tag_extension = 0;

@@ -13,9 +13,11 @@ public:
         template <class Self, class Io>
         static bool syntax(Self& d, Io& io)
         {
-            return io.bytes(d.country_code) && io.bits(6, d.country_region_id) && io.bits(1, d.reserved) &&
-                   io.bits(1, d.local_time_offset_polarity) && io.bits(16, d.local_time_offset) &&
-                   io.bits(40, d.time_of_change) && io.bits(16, d.next_time_offset);
+            return io.code("country_code", d.country_code) && io.bits(6, "country_region_id", d.country_region_id) &&
+                   io.bits(1, "reserved", d.reserved) &&
+                   io.bits(1, "local_time_offset_polarity", d.local_time_offset_polarity) &&
+                   io.bits(16, "local_time_offset", d.local_time_offset) &&
+                   io.time("time_of_change", d.time_of_change) && io.bits(16, "next_time_offset", d.next_time_offset);
         }
 
         std::array<unsigned char, 3> country_code{};
@@ -46,7 +48,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.entries(13, d.entries);
+        return io.entries(13, "entries", d.entries);
     }
 
     std::vector<std::shared_ptr<local_time_offset_entry>> entries;

@@ -13,8 +13,9 @@ public:
         template <class Self, class Io>
         static bool syntax(Self& d, Io& io)
         {
-            return io.bits(16, d.service_id) && io.bits(1, d.visible_service_flag) && io.bits(5, d.reserved) &&
-                   io.bits(10, d.logical_channel_number);
+            return io.bits(16, "service_id", d.service_id) &&
+                   io.bits(1, "visible_service_flag", d.visible_service_flag) && io.bits(5, "reserved", d.reserved) &&
+                   io.bits(10, "logical_channel_number", d.logical_channel_number);
         }
 
         std::uint16_t service_id = 0;
@@ -26,7 +27,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.entries(4, d.entries);
+        return io.entries(4, "entries", d.entries);
     }
 
     std::vector<entry> entries;

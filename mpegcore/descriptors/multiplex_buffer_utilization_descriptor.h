@@ -11,8 +11,9 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(1, d.bound_valid_flag) && io.bits(15, d.LTW_offset_lower_bound) && io.bits(1, d.reserved) &&
-               io.bits(15, d.LTW_offset_upper_bound);
+        return io.bits(1, "bound_valid_flag", d.bound_valid_flag) &&
+               io.bits(15, "LTW_offset_lower_bound", d.LTW_offset_lower_bound) && io.bits(1, "reserved", d.reserved) &&
+               io.bits(15, "LTW_offset_upper_bound", d.LTW_offset_upper_bound);
     }
 
     std::uint8_t bound_valid_flag = 0;

@@ -14,7 +14,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.rest(d.network_name);
+        return io.rest_text("network_name", d.network_name);
     }
 
     /// descriptor_length bytes as transmitted, with the leading bytes that choose the character table (Annex A).

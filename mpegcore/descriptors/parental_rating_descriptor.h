@@ -13,7 +13,7 @@ public:
         template <class Self, class Io>
         static bool syntax(Self& d, Io& io)
         {
-            return io.bytes(d.country_code) && io.bits(8, d.rating);
+            return io.code("country_code", d.country_code) && io.bits(8, "rating", d.rating);
         }
 
         std::array<unsigned char, 3> country_code{};
@@ -24,7 +24,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.entries(4, d.entries);
+        return io.entries(4, "entries", d.entries);
     }
 
     std::vector<parental> entries;

@@ -11,8 +11,9 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(32, d.identifier) && io.bits(8, d.preroll) && io.bits(3, d.dtmf_count) &&
-               io.bits(5, d.reserved) && io.bytes(d.dtmf_count, d.DTMF_char);
+        return io.bits(32, "identifier", d.identifier) && io.bits(8, "preroll", d.preroll) &&
+               io.bits(3, "dtmf_count", d.dtmf_count) && io.bits(5, "reserved", d.reserved) &&
+               io.bytes(d.dtmf_count, "DTMF_char", d.DTMF_char);
     }
 
     /// 0x43554549, "CUEI".

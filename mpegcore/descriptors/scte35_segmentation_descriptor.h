@@ -13,7 +13,8 @@ public:
         template <class Self, class Io>
         static bool syntax(Self& d, Io& io)
         {
-            return io.bits(8, d.component_tag) && io.bits(7, d.reserved) && io.bits(33, d.pts_offset);
+            return io.bits(8, "component_tag", d.component_tag) && io.bits(7, "reserved", d.reserved) &&
+                   io.bits(33, "pts_offset", d.pts_offset);
         }
 
         std::uint8_t component_tag = 0;
@@ -25,8 +26,10 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        if (!io.bits(32, d.identifier) || !io.bits(32, d.segmentation_event_id) ||
-            !io.bits(1, d.segmentation_event_cancel_indicator) || !io.bits(7, d.reserved))
+        if (!io.bits(32, "identifier", d.identifier) ||
+            !io.bits(32, "segmentation_event_id", d.segmentation_event_id) ||
+            !io.bits(1, "segmentation_event_cancel_indicator", d.segmentation_event_cancel_indicator) ||
+            !io.bits(7, "reserved", d.reserved))
             return false;
         return d.segmentation_event_cancel_indicator != 0 || (scope(d, io) && segment(d, io));
     }
@@ -65,26 +68,32 @@ private:
     template <class Self, class Io>
     static bool scope(Self& d, Io& io)
     {
-        return io.bits(1, d.program_segmentation_flag) && io.bits(1, d.segmentation_duration_flag) &&
-               io.bits(1, d.delivery_not_restricted_flag) &&
+        return io.bits(1, "program_segmentation_flag", d.program_segmentation_flag) &&
+               io.bits(1, "segmentation_duration_flag", d.segmentation_duration_flag) &&
+               io.bits(1, "delivery_not_restricted_flag", d.delivery_not_restricted_flag) &&
                (d.delivery_not_restricted_flag != 0
-                    ? io.bits(5, d.reserved2)
-                    : io.bits(1, d.web_delivery_allowed_flag) && io.bits(1, d.no_regional_blackout_flag) &&
-                          io.bits(1, d.archive_allowed_flag) && io.bits(2, d.device_restrictions)) &&
-               (d.program_segmentation_flag != 0 ||
-                (io.bits(8, d.component_count) && io.counted(d.component_count, d.components))) &&
-               (d.segmentation_duration_flag == 0 || io.bits(40, d.segmentation_duration));
+                    ? io.bits(5, "reserved", d.reserved2)
+                    : io.bits(1, "web_delivery_allowed_flag", d.web_delivery_allowed_flag) &&
+                          io.bits(1, "no_regional_blackout_flag", d.no_regional_blackout_flag) &&
+                          io.bits(1, "archive_allowed_flag", d.archive_allowed_flag) &&
+                          io.bits(2, "device_restrictions", d.device_restrictions)) &&
+               (d.program_segmentation_flag != 0 || (io.bits(8, "component_count", d.component_count) &&
+                                                     io.counted(d.component_count, "components", d.components))) &&
+               (d.segmentation_duration_flag == 0 || io.bits(40, "segmentation_duration", d.segmentation_duration));
     }
 
     template <class Self, class Io>
     static bool segment(Self& d, Io& io)
     {
-        if (!io.bits(8, d.segmentation_upid_type) || !io.text(8, d.segmentation_upid_length, d.segmentation_upid))
+        if (!io.bits(8, "segmentation_upid_type", d.segmentation_upid_type) ||
+            !io.data(8, "segmentation_upid", d.segmentation_upid_length, d.segmentation_upid))
             return false;
         // Deliberate: the length decides about the sub-segment fields, not segmentation_type_id.
         const bool ends_with_segments = io.body_left() == 3;
-        return io.bits(8, d.segmentation_type_id) && io.bits(8, d.segment_num) && io.bits(8, d.segments_expected) &&
-               (ends_with_segments || (io.bits(8, d.sub_segment_num) && io.bits(8, d.sub_segments_expected)));
+        return io.bits(8, "segmentation_type_id", d.segmentation_type_id) && io.bits(8, "segment_num", d.segment_num) &&
+               io.bits(8, "segments_expected", d.segments_expected) &&
+               (ends_with_segments || (io.bits(8, "sub_segment_num", d.sub_segment_num) &&
+                                       io.bits(8, "sub_segments_expected", d.sub_segments_expected)));
     }
 };
 } // namespace mpegcore

@@ -14,8 +14,9 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(8, d.service_type) && io.text(8, d.service_provider_name_length, d.service_provider_name) &&
-               io.text(8, d.service_name_length, d.service_name);
+        return io.bits(8, "service_type", d.service_type) &&
+               io.text(8, "service_provider_name", d.service_provider_name_length, d.service_provider_name) &&
+               io.text(8, "service_name", d.service_name_length, d.service_name);
     }
 
     std::uint8_t service_type = 0;

@@ -13,7 +13,7 @@ public:
         template <class Self, class Io>
         static bool syntax(Self& d, Io& io)
         {
-            return io.bits(16, d.service_id) && io.bits(8, d.service_type);
+            return io.bits(16, "service_id", d.service_id) && io.bits(8, "service_type", d.service_type);
         }
 
         std::uint16_t service_id = 0;
@@ -23,7 +23,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.entries(3, d.entries);
+        return io.entries(3, "entries", d.entries);
     }
 
     std::vector<entry> entries;

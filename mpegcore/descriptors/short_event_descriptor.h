@@ -14,8 +14,9 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bytes(d.ISO_639_language_code) && io.text(8, d.event_name_length, d.event_name_char) &&
-               io.text(8, d.text_length, d.text_char);
+        return io.code("ISO_639_language_code", d.ISO_639_language_code) &&
+               io.text(8, "event_name", d.event_name_length, d.event_name_char) &&
+               io.text(8, "text", d.text_length, d.text_char);
     }
 
     std::array<unsigned char, 3> ISO_639_language_code{};

@@ -11,8 +11,8 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(2, d.reserved) && io.bits(22, d.sb_leak_rate) && io.bits(2, d.reserved2) &&
-               io.bits(22, d.sb_size);
+        return io.bits(2, "reserved", d.reserved) && io.bits(22, "sb_leak_rate", d.sb_leak_rate) &&
+               io.bits(2, "reserved", d.reserved2) && io.bits(22, "sb_size", d.sb_size);
     }
 
     std::uint8_t reserved = 0;

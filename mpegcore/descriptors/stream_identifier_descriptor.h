@@ -11,7 +11,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(8, d.component_tag);
+        return io.bits(8, "component_tag", d.component_tag);
     }
 
     std::uint8_t component_tag = 0;

@@ -13,8 +13,10 @@ public:
         template <class Self, class Io>
         static bool syntax(Self& d, Io& io)
         {
-            return io.bytes(d.ISO_639_language_code) && io.bits(8, d.subtitling_type) &&
-                   io.bits(16, d.composition_page_id) && io.bits(16, d.ancillary_page_id);
+            return io.code("ISO_639_language_code", d.ISO_639_language_code) &&
+                   io.bits(8, "subtitling_type", d.subtitling_type) &&
+                   io.bits(16, "composition_page_id", d.composition_page_id) &&
+                   io.bits(16, "ancillary_page_id", d.ancillary_page_id);
         }
 
         std::array<unsigned char, 3> ISO_639_language_code{};
@@ -26,7 +28,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.entries(8, d.entries);
+        return io.entries(8, "entries", d.entries);
     }
 
     std::vector<entry> entries;

@@ -13,8 +13,10 @@ public:
         template <class Self, class Io>
         static bool syntax(Self& d, Io& io)
         {
-            return io.bytes(d.ISO_639_language_code) && io.bits(5, d.teletext_type) &&
-                   io.bits(3, d.teletext_magazine_number) && io.bits(8, d.teletext_page_number);
+            return io.code("ISO_639_language_code", d.ISO_639_language_code) &&
+                   io.bits(5, "teletext_type", d.teletext_type) &&
+                   io.bits(3, "teletext_magazine_number", d.teletext_magazine_number) &&
+                   io.bits(8, "teletext_page_number", d.teletext_page_number);
         }
 
         std::array<unsigned char, 3> ISO_639_language_code{};
@@ -27,7 +29,7 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.entries(5, d.entries);
+        return io.entries(5, "entries", d.entries);
     }
 
     std::vector<entry> entries;

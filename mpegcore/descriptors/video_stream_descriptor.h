@@ -11,11 +11,15 @@ public:
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
-        return io.bits(1, d.multiple_frame_rate_flag) && io.bits(4, d.frame_rate_code) &&
-               io.bits(1, d.MPEG_1_only_flag) && io.bits(1, d.constrained_parameter_flag) &&
-               io.bits(1, d.still_picture_flag) &&
-               (d.MPEG_1_only_flag != 0 || (io.bits(8, d.profile_and_level_indication) && io.bits(2, d.chroma_format) &&
-                                            io.bits(1, d.frame_rate_extension_flag) && io.bits(5, d.reserved)));
+        return io.bits(1, "multiple_frame_rate_flag", d.multiple_frame_rate_flag) &&
+               io.bits(4, "frame_rate_code", d.frame_rate_code) && io.bits(1, "MPEG_1_only_flag", d.MPEG_1_only_flag) &&
+               io.bits(1, "constrained_parameter_flag", d.constrained_parameter_flag) &&
+               io.bits(1, "still_picture_flag", d.still_picture_flag) &&
+               (d.MPEG_1_only_flag != 0 ||
+                (io.bits(8, "profile_and_level_indication", d.profile_and_level_indication) &&
+                 io.bits(2, "chroma_format", d.chroma_format) &&
+                 io.bits(1, "frame_rate_extension_flag", d.frame_rate_extension_flag) &&
+                 io.bits(5, "reserved", d.reserved)));
     }
 
     std::uint8_t multiple_frame_rate_flag = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/BaseMpegParser.h"
-#include "mpegcore/syntax/Syntax.h"
+#include "zqsdk/ZQBSReader.h"
 
 namespace mpegcore
 {
@@ -10,20 +10,21 @@ constexpr unsigned longest_adaptation_field = 183;
 constexpr unsigned longest_private_data = 188;
 
 using field_record = adaptation_field_record;
+using Reader = ZQSDK::ZQBSReaderT<unsigned char*>;
 
 /// One field; left zero when its bits run out.
 template <class T>
-bool field(SyntaxReader& io, unsigned width, T& value)
+bool field(Reader& reader, unsigned width, T& value)
 {
-    if (io.bits(width, value))
+    if (reader.getBits(width, value))
         return true;
     value = 0;
     return false;
 }
 
-bool clock_reference(SyntaxReader& io, std::uint64_t& base, std::uint8_t& reserved, std::uint16_t& extension)
+bool clock_reference(Reader& reader, std::uint64_t& base, std::uint8_t& reserved, std::uint16_t& extension)
 {
-    return field(io, 33, base) && field(io, 6, reserved) && field(io, 9, extension);
+    return field(reader, 33, base) && field(reader, 6, reserved) && field(reader, 9, extension);
 }
 
 void set_flags(field_record& f, unsigned char byte)
@@ -38,66 +39,67 @@ void set_flags(field_record& f, unsigned char byte)
     f.adaptation_field_extension_flag = byte & 1U;
 }
 
-bool flags(SyntaxReader& io, field_record& f)
+bool flags(Reader& reader, field_record& f)
 {
     unsigned char byte = 0;
-    if (!io.bits(8, byte))
+    if (!reader.getBits(8, byte))
         return false;
     set_flags(f, byte);
     return true;
 }
 
-bool private_data(SyntaxReader& io, field_record& f)
+bool private_data(Reader& reader, field_record& f)
 {
     for (unsigned at = 0; at < f.transport_private_data_length; ++at)
-        if (!field(io, 8, f.private_data_byte[at]))
+        if (!field(reader, 8, f.private_data_byte[at]))
             return false;
     return true;
 }
 
-bool seamless_splice(SyntaxReader& io, field_record& f)
+bool seamless_splice(Reader& reader, field_record& f)
 {
-    return field(io, 4, f.splice_type) && field(io, 3, f.DTS_next_AU_32_30) && field(io, 1, f.marker_bit) &&
-           field(io, 15, f.DTS_next_AU_29_15) && field(io, 1, f.marker_bit2) && field(io, 15, f.DTS_next_AU_14_0) &&
-           field(io, 1, f.marker_bit3);
+    return field(reader, 4, f.splice_type) && field(reader, 3, f.DTS_next_AU_32_30) && field(reader, 1, f.marker_bit) &&
+           field(reader, 15, f.DTS_next_AU_29_15) && field(reader, 1, f.marker_bit2) &&
+           field(reader, 15, f.DTS_next_AU_14_0) && field(reader, 1, f.marker_bit3);
 }
 
-bool extension(SyntaxReader& io, field_record& f)
+bool extension(Reader& reader, field_record& f)
 {
-    return field(io, 8, f.adaptation_field_extension_length) && field(io, 1, f.ltw_flag) &&
-           field(io, 1, f.piecewise_rate_flag) && field(io, 1, f.seamless_splice_flag) && field(io, 5, f.reserved3) &&
-           (f.ltw_flag == 0 || (field(io, 1, f.ltw_valid_flag) && field(io, 15, f.ltw_offset))) &&
-           (f.piecewise_rate_flag == 0 || (field(io, 2, f.reserved4) && field(io, 22, f.piecewise_rate))) &&
-           (f.seamless_splice_flag == 0 || seamless_splice(io, f));
+    return field(reader, 8, f.adaptation_field_extension_length) && field(reader, 1, f.ltw_flag) &&
+           field(reader, 1, f.piecewise_rate_flag) && field(reader, 1, f.seamless_splice_flag) &&
+           field(reader, 5, f.reserved3) &&
+           (f.ltw_flag == 0 || (field(reader, 1, f.ltw_valid_flag) && field(reader, 15, f.ltw_offset))) &&
+           (f.piecewise_rate_flag == 0 || (field(reader, 2, f.reserved4) && field(reader, 22, f.piecewise_rate))) &&
+           (f.seamless_splice_flag == 0 || seamless_splice(reader, f));
 }
 
 /// False when a length is out of range. Running out of bits ends the fields and is no failure.
-bool read_fields(SyntaxReader& io, field_record& f)
+bool read_fields(Reader& reader, field_record& f)
 {
-    if (!field(io, 8, f.adaptation_field_length) || f.adaptation_field_length == 0)
+    if (!field(reader, 8, f.adaptation_field_length) || f.adaptation_field_length == 0)
         return true;
     if (f.adaptation_field_length > longest_adaptation_field)
         return false;
-    if (!flags(io, f))
+    if (!flags(reader, f))
         return true;
     if (f.PCR_flag != 0 &&
-        !clock_reference(io, f.program_clock_reference_base, f.reserved, f.program_clock_reference_extension))
+        !clock_reference(reader, f.program_clock_reference_base, f.reserved, f.program_clock_reference_extension))
         return true;
-    if (f.OPCR_flag != 0 && !clock_reference(io, f.original_program_clock_reference_base, f.reserved2,
+    if (f.OPCR_flag != 0 && !clock_reference(reader, f.original_program_clock_reference_base, f.reserved2,
                                              f.original_program_clock_reference_extension))
         return true;
-    if (f.splicing_point_flag != 0 && !field(io, 8, f.splice_countdown))
+    if (f.splicing_point_flag != 0 && !field(reader, 8, f.splice_countdown))
         return true;
     if (f.transport_private_data_flag != 0) {
-        if (!field(io, 8, f.transport_private_data_length))
+        if (!field(reader, 8, f.transport_private_data_length))
             return true;
         if (f.transport_private_data_length > longest_private_data)
             return false;
-        if (!private_data(io, f))
+        if (!private_data(reader, f))
             return true;
     }
     if (f.adaptation_field_extension_flag != 0)
-        static_cast<void>(extension(io, f));
+        static_cast<void>(extension(reader, f));
     return true;
 }
 
@@ -126,9 +128,8 @@ bool CBaseMpegParser::read_adaptation_field(const transport_packet& packet, adap
 {
     if (read_usual_fields(packet.payload, packet.payload_size, cleared))
         return true;
-    ZQSDK::ZQBSReaderT<unsigned char*> reader(packet.payload, packet.payload_size);
-    SyntaxReader io(reader);
-    return read_fields(io, cleared);
+    Reader reader(packet.payload, packet.payload_size);
+    return read_fields(reader, cleared);
 }
 
 bool CBaseMpegParser::ParserAdaptationField(transport_packet& packet)

@@ -21,7 +21,7 @@ public:
 
     /// Calls `walk(entry)` for each new entry of `list`; entries that fail are not kept.
     template <class Entry, class Walk>
-    bool loop(std::size_t size, std::vector<std::shared_ptr<Entry>>& list, Walk&& walk)
+    bool loop(std::size_t size, UnusedName /*name*/, std::vector<std::shared_ptr<Entry>>& list, Walk&& walk)
     {
         while (body_left() >= size) {
             auto record = std::allocate_shared<Entry>(BlockAllocator<Entry>());
@@ -33,14 +33,15 @@ public:
     }
 
     template <class Entry>
-    bool loop(std::size_t size, std::vector<std::shared_ptr<Entry>>& list)
+    bool loop(std::size_t size, UnusedName name, std::vector<std::shared_ptr<Entry>>& list)
     {
-        return loop(size, list, [this](Entry& record) { return Entry::syntax(record, *this); });
+        return loop(size, name, list, [this](Entry& record) { return Entry::syntax(record, *this); });
     }
 
     /// Entries under their member `key`; the last one of a key stays.
     template <class Entry, class Key>
-    bool keyed_loop(std::size_t size, std::map<Key, std::shared_ptr<Entry>>& entries, Key Entry::*key)
+    bool keyed_loop(std::size_t size, UnusedName /*name*/, std::map<Key, std::shared_ptr<Entry>>& entries,
+                    Key Entry::*key)
     {
         while (body_left() >= size) {
             auto record = std::allocate_shared<Entry>(BlockAllocator<Entry>());
@@ -52,7 +53,7 @@ public:
     }
 
     template <class Entry, class Key>
-    bool keyed_loop(std::size_t size, std::map<Key, Entry>& entries, Key Entry::*key)
+    bool keyed_loop(std::size_t size, UnusedName /*name*/, std::map<Key, Entry>& entries, Key Entry::*key)
     {
         while (body_left() >= size) {
             Entry record;
@@ -72,7 +73,7 @@ public:
     using SyntaxWriter::SyntaxWriter;
 
     template <class Entry, class Walk>
-    bool loop(std::size_t /*size*/, const std::vector<std::shared_ptr<Entry>>& list, Walk&& walk)
+    bool loop(std::size_t /*size*/, UnusedName /*name*/, const std::vector<std::shared_ptr<Entry>>& list, Walk&& walk)
     {
         for (const auto& record : list)
             if (record && !walk(static_cast<const Entry&>(*record)))
@@ -81,13 +82,14 @@ public:
     }
 
     template <class Entry>
-    bool loop(std::size_t size, const std::vector<std::shared_ptr<Entry>>& list)
+    bool loop(std::size_t size, UnusedName name, const std::vector<std::shared_ptr<Entry>>& list)
     {
-        return loop(size, list, [this](const Entry& record) { return Entry::syntax(record, *this); });
+        return loop(size, name, list, [this](const Entry& record) { return Entry::syntax(record, *this); });
     }
 
     template <class Entry, class Key>
-    bool keyed_loop(std::size_t /*size*/, const std::map<Key, std::shared_ptr<Entry>>& entries, Key Entry::*)
+    bool keyed_loop(std::size_t /*size*/, UnusedName /*name*/, const std::map<Key, std::shared_ptr<Entry>>& entries,
+                    Key Entry::*)
     {
         for (const auto& item : entries)
             if (item.second && !Entry::syntax(static_cast<const Entry&>(*item.second), *this))
@@ -96,7 +98,7 @@ public:
     }
 
     template <class Entry, class Key>
-    bool keyed_loop(std::size_t /*size*/, const std::map<Key, Entry>& entries, Key Entry::*)
+    bool keyed_loop(std::size_t /*size*/, UnusedName /*name*/, const std::map<Key, Entry>& entries, Key Entry::*)
     {
         for (const auto& item : entries)
             if (!Entry::syntax(item.second, *this))
@@ -109,8 +111,9 @@ public:
 template <class Table, class Io>
 bool version_and_sections(Table& t, Io& io)
 {
-    return io.bits(5, t.version_number) && io.bits(1, t.current_next_indicator) && io.bits(8, t.section_number) &&
-           io.bits(8, t.last_section_number);
+    return io.bits(5, "version_number", t.version_number) &&
+           io.bits(1, "current_next_indicator", t.current_next_indicator) &&
+           io.bits(8, "section_number", t.section_number) && io.bits(8, "last_section_number", t.last_section_number);
 }
 
 template <class Table>

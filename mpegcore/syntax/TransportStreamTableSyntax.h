@@ -17,12 +17,16 @@ bool CTransportStreamTable<Table, Entry>::syntax(Self& t, Io& io)
         return CTransportStreamEntry::syntax(entry, io, Table::template descriptors_of<Io>(t, entry));
     };
     auto& first_loop = t.*(Table::first_loop);
-    return io.bits(16, t.*(Table::id)) && io.bits(2, t.reserved) && version_and_sections(t, io) &&
-           io.bits(4, t.reserved_future_use) && io.length(12, t.*(Table::first_loop_length), first_loop.getSize()) &&
-           io.descriptors(t.*(Table::first_loop_length), first_loop) && io.bits(4, t.reserved_future_use2) &&
-           io.length(12, t.transport_stream_loop_length, t.calc_transport_stream_loop_length()) &&
-           io.within(t.transport_stream_loop_length,
-                     [&] { return io.loop(transport_stream_length, t.transport_streams, stream); });
+    return io.bits(16, Table::id_name, t.*(Table::id)) && io.bits(2, "reserved", t.reserved) &&
+           version_and_sections(t, io) && io.bits(4, "reserved_future_use", t.reserved_future_use) &&
+           io.length(12, Table::first_loop_length_name, t.*(Table::first_loop_length), first_loop.getSize()) &&
+           io.descriptors(t.*(Table::first_loop_length), "descriptors", first_loop) &&
+           io.bits(4, "reserved_future_use", t.reserved_future_use2) &&
+           io.length(12, "transport_stream_loop_length", t.transport_stream_loop_length,
+                     t.calc_transport_stream_loop_length()) &&
+           io.within(t.transport_stream_loop_length, [&] {
+               return io.loop(transport_stream_length, "transport_streams", t.transport_streams, stream);
+           });
 }
 
 template <class Table, class Entry>

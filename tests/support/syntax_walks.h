@@ -14,7 +14,7 @@ namespace zqtest
 /// Walks a syntax over an object and hands every field to `Visit`: as (width, field) for numbers and as bytes of width
 /// 8. Vectors are visited as long as they are, arrays whole, wherever the stored lengths end them.
 template <class Visit>
-class FieldWalk : public mpegcore::SyntaxBody
+class FieldWalk : public mpegcore::UntoldKinds<FieldWalk<Visit>>
 {
 public:
     static constexpr bool reading = false;
@@ -22,64 +22,71 @@ public:
     explicit FieldWalk(Visit visit) : m_visit(std::move(visit)) {}
 
     template <class T>
-    bool bits(unsigned width, T& field)
+    bool bits(unsigned width, mpegcore::UnusedName /*name*/, T& field)
     {
-        passed_bits(width);
+        this->passed_bits(width);
         m_visit(width, field);
         return true;
     }
 
-    template <class Storage>
-    bool bytes(Storage& storage)
+    bool reserved(unsigned width)
     {
-        return bytes(storage.size(), storage);
+        this->passed_bits(width);
+        return true;
+    }
+
+    template <class T>
+    bool length(unsigned width, mpegcore::UnusedName name, T& field, std::uint64_t /*measured*/)
+    {
+        return bits(width, name, field);
     }
 
     template <class Storage>
-    bool bytes(std::size_t count, Storage& storage)
+    bool bytes(mpegcore::UnusedName name, Storage& storage)
     {
-        passed_bytes(count);
+        return bytes(storage.size(), name, storage);
+    }
+
+    template <class Storage>
+    bool bytes(std::size_t count, mpegcore::UnusedName /*name*/, Storage& storage)
+    {
+        this->passed_bytes(count);
         for (auto& byte : storage)
             m_visit(8, byte);
         return true;
     }
 
-    template <class Length, class Storage>
-    bool text(unsigned width, Length& length, Storage& storage)
-    {
-        return bits(width, length) && bytes(length, storage);
-    }
-
-    template <class Storage>
-    bool rest(Storage& storage)
-    {
-        return bytes(body_left(), storage);
-    }
-
     template <class List>
-    bool entries(std::size_t /*size*/, List& list)
+    bool entries(std::size_t /*size*/, mpegcore::UnusedName /*name*/, List& list)
     {
         for (auto& record : list)
-            entry(record, record);
+            walk(record, record);
         return true;
     }
 
     template <class List>
-    bool counted(std::size_t /*count*/, List& list)
+    bool counted(std::size_t /*count*/, mpegcore::UnusedName name, List& list)
     {
-        return entries(0, list);
+        return entries(0, name, list);
+    }
+
+    template <class Record>
+    bool entry(mpegcore::UnusedName /*name*/, Record& record)
+    {
+        walk(record, record);
+        return true;
     }
 
 private:
     // The second argument only chooses the overload: a shared entry is walked where it lies.
     template <class Entry, class Record>
-    void entry(Entry& record, const Record& /*itself*/)
+    void walk(Entry& record, const Record& /*itself*/)
     {
         Record::syntax(record, *this);
     }
 
     template <class Entry, class Record>
-    void entry(Entry& record, const std::shared_ptr<Record>& /*itself*/)
+    void walk(Entry& record, const std::shared_ptr<Record>& /*itself*/)
     {
         Record::syntax(*record, *this);
     }
