@@ -11,7 +11,7 @@ zq_net_run::zq_net_run(std::shared_ptr<zq_net_pad> pad, std::shared_ptr<zq_net_s
     : m_pad{std::move(pad)},
       m_statistics{std::move(statistics)},
       m_settings{std::move(settings)},
-      m_receiver{[this](unsigned long timestamp, unsigned char* data, unsigned long size) {
+      m_receiver{[this](std::uint64_t timestamp, unsigned char* data, unsigned long size) {
                      push_data(timestamp, data, size);
                  },
                  *m_statistics, [this] { prepare(); }}
@@ -21,17 +21,19 @@ void zq_net_run::start(std::shared_ptr<zq_net_run> predecessor, std::chrono::mil
 {
     m_predecessor = std::move(predecessor);
     m_start_time = steady_clock::now();
-    if (m_receiver.open(m_settings.address, m_settings.port, m_settings.interface))
-        m_prepared.get_future().wait_for(grace);
-    else if (!m_predecessor && zq_net_pad::isConnect(m_pad->pad.get()))
-        announce(); // and no allocation query, which may block: no data will come
+    if (!m_receiver.open(m_settings.address, m_settings.port, m_settings.interface)) {
+        m_silent = true;
+        m_receiver.run_before_first();
+    }
+    m_prepared.get_future().wait_for(grace);
 }
 
 void zq_net_run::prepare()
 {
     if (m_predecessor && !wait_for_predecessor())
         return;
-    // On this thread, because the allocation query waits in a downstream queue until that has run empty.
+    // On this thread, because what is announced waits for a blocked pad, and the allocation query in a downstream queue
+    // until that has run empty.
     neogation();
     make_provider();
     m_prepared.set_value();
@@ -52,6 +54,8 @@ bool zq_net_run::net_neogation()
 {
     if (!announce())
         return false;
+    if (m_silent)
+        return true;
     auto pool = negotiate_buffer_pool(m_pad->pad.get());
     const std::lock_guard lock{m_pool_mutex};
     m_pool = std::move(pool);

@@ -34,7 +34,7 @@ public:
 
     /// Opens the receiver, whose thread negotiates and makes the provider before it reads the first datagram. Waits
     /// up to `grace` for that: downstream may hold it for as long as this very state change is not over. A receiver
-    /// that could not be opened leaves only stream-start and caps, sent by the caller's thread.
+    /// that could not be opened leaves only stream-start and caps, sent by that thread too.
     /// `predecessor`, if given, is a run set aside; this one negotiates when the push that holds it has come back.
     void start(std::shared_ptr<zq_net_run> predecessor, std::chrono::milliseconds grace);
 
@@ -63,6 +63,7 @@ private:
     zq_net_settings m_settings;
     std::shared_ptr<zq_net_run> m_predecessor;
     std::promise<void> m_prepared;
+    bool m_silent = false; // the receiver could not be opened: nothing will need a pool
     bool m_segment_pending = true;
     std::chrono::steady_clock::time_point m_start_time{};
     // Destroyed from the last to the first: the thread ends before what it uses.

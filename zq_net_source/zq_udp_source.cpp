@@ -103,9 +103,11 @@ bool zq_udp_source::open(const std::string& address, std::uint32_t port, const s
     const auto port16 = static_cast<std::uint16_t>(port);
     if (!(isMulticast(address) ? bind_multicast(address, port16, interface) : bind_unicast(port16, interface)))
         return false;
-    start_thread();
+    start_thread(true);
     return true;
 }
+
+void zq_udp_source::run_before_first() { start_thread(false); }
 
 bool zq_udp_source::bind_multicast(const std::string& address, std::uint16_t port, const std::string& interface)
 {
@@ -148,20 +150,21 @@ void zq_udp_source::call_out(const Call& call)
     m_in_callback.store(false, std::memory_order_release);
 }
 
-void zq_udp_source::start_thread()
+void zq_udp_source::start_thread(bool receives)
 {
     m_stop_promise = std::make_shared<std::promise<void>>();
     m_stopping = false;
     m_ended = false;
     try {
-        m_thread = std::thread([this] {
+        m_thread = std::thread([this, receives] {
             ::pthread_setname_np(::pthread_self(), "zqnetsource");
             try {
                 if (m_before_first)
                     call_out(m_before_first);
                 // The request to stop ends the wait for data, which so needs no time-out: its timer costs CPU.
                 m_wait_ms = endless;
-                work_thread(m_stop_promise->get_future());
+                if (receives)
+                    work_thread(m_stop_promise->get_future());
             } catch (...) {
                 m_statistics.note_exception();
             }
@@ -293,7 +296,7 @@ void zq_udp_source::work_thread(std::future<void>&& stop)
             interval_bytes = 0;
         }
         call_out([&] {
-            m_callback(static_cast<unsigned long>((now - m_thread_start) / 1ns), buffer.get(),
+            m_callback(static_cast<std::uint64_t>((now - m_thread_start) / 1ns), buffer.get(),
                        static_cast<unsigned long>(received));
         });
         interval_bytes += static_cast<std::uint64_t>(received);

@@ -21,7 +21,7 @@ class zq_udp_source
 {
 public:
     /// (nanoseconds since the thread started, the bytes, their count). The bytes are valid during the call only.
-    using callback = std::function<void(unsigned long, unsigned char*, unsigned long)>;
+    using callback = std::function<void(std::uint64_t, unsigned char*, unsigned long)>;
 
     /// Longest datagram delivered whole, in bytes; the socket layer cuts longer ones.
     static constexpr std::size_t max_datagram = 64000;
@@ -38,6 +38,10 @@ public:
     /// `interface` counts: the local address to bind, "" for all. Only the low 16 bits of `port` count.
     /// On failure prints the failed call to standard output and returns false.
     bool open(const std::string& address, std::uint32_t port, const std::string& interface);
+
+    /// For a receiver that could not be opened: runs `before_first` on a thread all the same, which then ends. It is
+    /// stopped and collected like one that receives.
+    void run_before_first();
 
     /// Asks the thread to end and wakes it from its wait for data; it begins no callback any more.
     void ask_to_stop();
@@ -77,7 +81,7 @@ private:
 
     bool bind_multicast(const std::string& address, std::uint16_t port, const std::string& interface);
     bool bind_unicast(std::uint16_t port, const std::string& interface);
-    void start_thread();
+    void start_thread(bool receives);
     int receive(unsigned char* buffer, unsigned long size, int wait_ms);
     bool wait_ended(std::chrono::milliseconds callback_grace);
     void close_socket();

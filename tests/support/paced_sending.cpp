@@ -11,17 +11,17 @@ namespace
 constexpr std::size_t room = std::size_t{96} * 1024;
 constexpr std::size_t cost_of_one = 1024;
 
-unsigned long counted(const element& receiver) { return std::stoul(figure(receiver, "Data counter [byte]")); }
+std::uint64_t counted(const element& receiver) { return std::stoull(figure(receiver, "Data counter [byte]")); }
 } // namespace
 
 bool send_paced(const udp_sender& sender, const std::vector<std::vector<unsigned char>>& datagrams,
                 const std::vector<const element*>& receivers)
 {
-    std::vector<unsigned long> before;
+    std::vector<std::uint64_t> before;
     before.reserve(receivers.size());
     for (const auto* receiver : receivers)
         before.push_back(counted(*receiver));
-    unsigned long sent = 0;
+    std::uint64_t sent = 0;
     const auto caught_up = [&] {
         for (std::size_t i = 0; i < receivers.size(); ++i)
             if (counted(*receivers[i]) < before[i] + sent)

@@ -15,8 +15,8 @@ struct receiving
     zq_net_statistics statistics;
     std::mutex mutex;
     std::vector<std::vector<unsigned char>> datagrams;
-    std::vector<unsigned long> times;
-    zq_udp_source source{[this](unsigned long time, unsigned char* data, unsigned long size) {
+    std::vector<std::uint64_t> times;
+    zq_udp_source source{[this](std::uint64_t time, unsigned char* data, unsigned long size) {
                              const std::lock_guard lock{mutex};
                              datagrams.emplace_back(data, data + size);
                              times.push_back(time);

@@ -148,7 +148,7 @@ TEST(UdpReceiver, MakesAnExceptionOfTheCallbackTheLastErrorAndGoesOn)
 {
     zq_net_statistics statistics;
     std::atomic<int> calls{0};
-    zq_udp_source source{[&](unsigned long, unsigned char*, unsigned long) {
+    zq_udp_source source{[&](std::uint64_t, unsigned char*, unsigned long) {
                              ++calls;
                              throw std::runtime_error("downstream says no");
                          },
@@ -270,7 +270,7 @@ TEST(UdpReceiver, GivesUpOnACallbackThatDoesNotReturnAndCollectsItLater)
     zq_net_statistics statistics;
     std::promise<void> release;
     std::atomic<bool> entered{false};
-    zq_udp_source source{[&, blocked = release.get_future().share()](unsigned long, unsigned char*, unsigned long) {
+    zq_udp_source source{[&, blocked = release.get_future().share()](std::uint64_t, unsigned char*, unsigned long) {
                              entered = true;
                              blocked.wait();
                          },
@@ -293,7 +293,7 @@ TEST(UdpReceiver, CannotBeCollectedOnItsOwnThread)
     std::promise<bool> collected;
     zq_udp_source* self = nullptr;
     zq_udp_source source{
-        [&](unsigned long, unsigned char*, unsigned long) { collected.set_value(self->close_for(10s)); }, statistics};
+        [&](std::uint64_t, unsigned char*, unsigned long) { collected.set_value(self->close_for(10s)); }, statistics};
     self = &source;
     const support::watchdog guard;
     const auto port = support::free_port();
@@ -311,7 +311,7 @@ TEST(UdpReceiver, AbandonedKeepsItsOwnerUntilItsThreadEnds)
         std::promise<void> release;
         std::shared_future<void> released{release.get_future()};
         std::atomic<bool> entered{false};
-        zq_udp_source source{[this](unsigned long, unsigned char*, unsigned long) {
+        zq_udp_source source{[this](std::uint64_t, unsigned char*, unsigned long) {
                                  entered = true;
                                  released.wait();
                              },
