@@ -39,8 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
 {
     if (size == 0 || size > 512)
         return 0;
-    const auto unmarked =
-        static_cast<TextTable>(input[0] % (static_cast<unsigned>(TextTable::private_encoding) + 1));
+    const auto unmarked = static_cast<TextTable>(input[0] % (static_cast<unsigned>(TextTable::private_encoding) + 1));
     if (static_cast<int>(unmarked) == 12)
         return 0; // ISO/IEC 8859 has no part 12
     const std::string text = to_utf8(input + 1, size - 1, unmarked);

@@ -36,13 +36,14 @@ TEST(DVBTextEncoder, TakesTwoBytesACharacterWhereUtf8NeedsThree)
     EXPECT_EQ(from_utf8("中한"), bytes_of("\x11\x4E\x2D\xD5\x5C"));
     EXPECT_EQ(from_utf8("KBS 뉴스"), bytes_of("\x12KBS \xB4\xBA\xBD\xBA"));
     EXPECT_EQ(from_utf8("CCTV 新闻"), bytes_of("\x13"
-                                              "CCTV \xD0\xC2\xCE\xC5"));
+                                               "CCTV \xD0\xC2\xCE\xC5"));
 }
 
 TEST(DVBTextEncoder, TakesUtf8WhereNoOtherTableHasItAll)
 {
     EXPECT_EQ(from_utf8("😀"), bytes_of("\x15\xF0\x9F\x98\x80"));
-    EXPECT_EQ(from_utf8("some ascii, a ģ and a Ж\n"), bytes_of("\x15some ascii, a \xC4\xA3 and a \xD0\x96\xEE\x82\x8A"));
+    EXPECT_EQ(from_utf8("some ascii, a ģ and a Ж\n"),
+              bytes_of("\x15some ascii, a \xC4\xA3 and a \xD0\x96\xEE\x82\x8A"));
 }
 
 TEST(DVBTextEncoder, NeedsNoSelectionForTheTableThatIsUnderstood)
@@ -50,10 +51,10 @@ TEST(DVBTextEncoder, NeedsNoSelectionForTheTableThatIsUnderstood)
     EXPECT_EQ(from_utf8("Тест", TextTable::iso_8859_5), bytes_of("\xC2\xD5\xE1\xE2"));
     EXPECT_EQ(from_utf8("é", TextTable::iso_8859_1), bytes_of("\xE9"));
     EXPECT_EQ(from_utf8("A", TextTable::ucs_2), bytes_of("\x01"
-                                                        "A"))
+                                                         "A"))
         << "whose own first byte would be a selection";
     EXPECT_EQ(from_utf8("A", TextTable::big5), bytes_of("\x01"
-                                                       "A"));
+                                                        "A"));
 }
 
 TEST(DVBTextEncoder, LeavesOutControlCharactersAndShowsWhatIsNoUtf8AsUnknown)
@@ -94,6 +95,7 @@ TEST(DVBTextEncoder, GivesBackRandomTextsInEveryTable)
         const auto unmarked = static_cast<TextTable>(random() % 12);
         const Bytes bytes = from_utf8(text, unmarked);
         ASSERT_EQ(to_utf8(bytes, unmarked), text) << testing::PrintToString(bytes);
-        ASSERT_LE(bytes.size(), text.size() + 1 + 2 * static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
+        ASSERT_LE(bytes.size(),
+                  text.size() + 1 + 2 * static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
     }
 }

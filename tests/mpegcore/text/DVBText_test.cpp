@@ -65,10 +65,7 @@ TEST(DVBText, LeavesTheMarkBehindALetterWithoutAComposedForm)
     expect_all({{bytes_of("\xC1q!"), "q\u0300!"}, {bytes_of("\xCE\xF1"), "æ\u0328"}});
 }
 
-TEST(DVBText, HasTheLatvianSmallGWhoseCedillaStandsAboveIt)
-{
-    expect_all({{bytes_of("\xC2g\xCBg\xCBG"), "ģģĢ"}});
-}
+TEST(DVBText, HasTheLatvianSmallGWhoseCedillaStandsAboveIt) { expect_all({{bytes_of("\xC2g\xCBg\xCBG"), "ģģĢ"}}); }
 
 TEST(DVBText, ShowsAMarkThatStandsOnNoLetterAndKeepsWhatFollows)
 {
@@ -81,7 +78,8 @@ TEST(DVBText, ShowsAMarkThatStandsOnNoLetterAndKeepsWhatFollows)
         {bytes_of("x\xC2"), "x´"},
         {bytes_of("\xC2\xC8u"), "´ü"},
         {bytes_of("\xC2\x8A"
-"e"), "´\ne"},
+                  "e"),
+         "´\ne"},
         {bytes_of("\xC2\xA3"), "´£"},
     });
 }
@@ -282,15 +280,15 @@ TEST(DVBText, OfAnyBytesIsUtf8AndAtMostThreeTimesAsLong)
             const std::string text = to_utf8(bytes, unmarked);
             ASSERT_TRUE(zqtest::is_utf8(text)) << testing::PrintToString(bytes);
             ASSERT_LE(text.size(), 3 * bytes.size()) << testing::PrintToString(bytes);
-            ASSERT_THAT(text, testing::Not(testing::Contains(testing::AllOf(testing::Ge('\0'), testing::Lt(' '),
-                                                                            testing::Ne('\n')))));
+            ASSERT_THAT(text, testing::Not(testing::Contains(
+                                  testing::AllOf(testing::Ge('\0'), testing::Lt(' '), testing::Ne('\n')))));
         }
     }
 }
 
 TEST(DVBText, CutOffAnywhereStartsAsTheWholeDoes)
 {
-    const std::vector<Bytes> texts{bytes_of("K\xC2y\xCFz\xA4"), bytes_of("\x01\xC2\xD5\xE1\xE2"),
+    const std::vector<Bytes> texts{bytes_of("K\xC2y\xCFz\xA4"),      bytes_of("\x01\xC2\xD5\xE1\xE2"),
                                    bytes_of("\x10\x00\x02\xB1\xEA"), bytes_of("\x11\x4E\x2D\x20\xAC"),
                                    bytes_of("\x12\xB4\xBA\xBD\xBA"), bytes_of("\x15\xC3\xBC\xE2\x82\xAC")};
     for (const auto& text : texts) {
