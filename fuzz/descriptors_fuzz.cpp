@@ -1,21 +1,19 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// The first byte picks a dictionary or a class, the rest is read by it. What was read must come back when it is
-// written, also from a copy, and never store outside the room it is given.
-#include "support/descriptor_classes.h"
+// The input is read as a loop by each dictionary, and as a descriptor by each class that its first byte is a tag of.
+// What was read must come back when it is written, also from a copy, and never store outside the room it is given.
+#include "mpegcore/zqdescriptorlist.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <tuple>
-#include <utility>
 
 namespace
 {
 using namespace mpegcore;
 using Reader = ZQSDK::ZQBSReaderT<unsigned char*>;
 using Writer = ZQSDK::ZQBSWriterT<unsigned char*>;
-using Classes = zqtest::descriptor_classes<std::tuple>;
 
 constexpr std::size_t largest = 1024;
 constexpr unsigned char untouched = 0xA5;
@@ -91,24 +89,29 @@ void read_list(ZQDescriptorType type, unsigned char* data, std::size_t size)
     static_cast<void>(Written(list, all.size / 2));
 }
 
-template <std::size_t... At>
-constexpr auto class_readers(std::index_sequence<At...> /*all*/)
+template <class T>
+void read_class_of_tag(unsigned char* data, std::size_t size)
 {
-    return std::array{&read_class<std::tuple_element_t<At, Classes>>...};
+    const auto is_tag = [tag = data[0]](const DescriptorPlace& place) { return place.tag == tag; };
+    if (std::any_of(T::places.begin(), T::places.end(), is_tag))
+        read_class<T>(data, size);
 }
+
+template <class... T>
+struct Classes
+{
+    static void read(unsigned char* data, std::size_t size) { (read_class_of_tag<T>(data, size), ...); }
+};
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t size)
 {
     if (size == 0 || size > largest)
         return 0;
-    static constexpr auto readers = class_readers(std::make_index_sequence<std::tuple_size_v<Classes>>());
     // The reader's interface is not const; it does not write.
-    auto* const data = const_cast<unsigned char*>(input + 1);
-    const std::size_t choice = input[0] % (readers.size() + 2);
-    if (choice < readers.size())
-        readers[choice](data, size - 1);
-    else
-        read_list(choice == readers.size() ? ZQDescriptorType::TS : ZQDescriptorType::SCTE35, data, size - 1);
+    auto* const data = const_cast<unsigned char*>(input);
+    descriptor_classes<Classes>::read(data, size);
+    for (const auto type : {ZQDescriptorType::TS, ZQDescriptorType::SCTE35})
+        read_list(type, data, size);
     return 0;
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/descriptors/DescriptorPlace.h"
 #include "mpegcore/syntax/Syntax.h"
 #include "zqsdk/ZQAlignMemory.h"
 #include "zqsdk/ZQBSReader.h"
@@ -50,6 +51,8 @@ class typed_descriptor : public base_descriptor
 {
 public:
     static constexpr std::uint8_t tag = Tag;
+    /// Where the dictionaries find the class; a class that is to be found elsewhere states its own.
+    static constexpr auto places = places_of_tag(Tag, {ZQDescriptorType::TS});
 
     typed_descriptor() : base_descriptor(Tag) {}
 

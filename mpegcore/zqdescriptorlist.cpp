@@ -3,83 +3,77 @@
 
 #include <algorithm>
 #include <array>
-#include <initializer_list>
 
 namespace mpegcore
 {
 namespace
 {
-constexpr unsigned char t2_delivery_system = 0x04;
 constexpr std::size_t usual_loop = 8;
 } // namespace
 
-/// What reads a descriptor, by its tag.
+/// What reads a descriptor: by its tag and, behind the tag 0x7F, by its extension.
 class ZQDescriptorList::dictionary
 {
 public:
-    struct row
+    /// The dictionary of this type, out of the places that the classes state.
+    template <class... Class>
+    struct of_classes
     {
-        unsigned char tag;
-        read_one read;
+        static constexpr dictionary make(ZQDescriptorType type)
+        {
+            dictionary made;
+            (made.enter<Class>(type), ...);
+            return made;
+        }
     };
 
-    constexpr dictionary(std::initializer_list<row> rows)
-    {
-        for (auto& read : m_readers)
-            read = &ZQDescriptorList::add_generic;
-        for (const row& known : rows)
-            m_readers[known.tag] = known.read;
-    }
-
-    constexpr read_one operator[](unsigned char tag) const { return m_readers[tag]; }
+    constexpr read_one by_tag(unsigned char tag) const { return m_by_tag[tag]; }
+    constexpr read_one by_extension(unsigned char extension) const { return m_by_extension[extension]; }
 
 private:
-    std::array<read_one, 256> m_readers{};
+    constexpr dictionary()
+    {
+        for (auto& read : m_by_tag)
+            read = &ZQDescriptorList::add_generic;
+        for (auto& read : m_by_extension)
+            read = &ZQDescriptorList::add_generic;
+    }
+
+    template <class Class>
+    constexpr void enter(ZQDescriptorType type)
+    {
+        for (const DescriptorPlace& place : Class::places) {
+            if (place.dictionary != type)
+                continue;
+            if (place.tag != DescriptorPlace::extension_tag)
+                m_by_tag[place.tag] = &ZQDescriptorList::add<Class>;
+            else
+                enter_extension(place.extension, &ZQDescriptorList::add<Class>);
+        }
+    }
+
+    constexpr void enter_extension(int extension, read_one read)
+    {
+        m_by_tag[DescriptorPlace::extension_tag] = &ZQDescriptorList::add_extension;
+        if (extension != DescriptorPlace::any_extension) {
+            m_by_extension[static_cast<std::size_t>(extension)] = read;
+            return;
+        }
+        for (auto& other : m_by_extension)
+            if (other == &ZQDescriptorList::add_generic)
+                other = read;
+    }
+
+    std::array<read_one, 256> m_by_tag{};
+    std::array<read_one, 256> m_by_extension{};
 };
 
-const ZQDescriptorList::dictionary& ZQDescriptorList::ts_dictionary()
+const ZQDescriptorList::dictionary& ZQDescriptorList::dictionary_of(ZQDescriptorType type)
 {
-    using list = ZQDescriptorList;
-    static constexpr dictionary tags{
-        // Deliberate: the splice descriptor 0x00 is an avail descriptor in a transport stream loop too.
-        {0x00, &list::add<avail_descriptor>},
-        {0x02, &list::add<video_stream_descriptor>},
-        {0x03, &list::add<audio_stream_descriptor>},
-        {0x09, &list::add<CA_descriptor>},
-        {0x0A, &list::add<ISO_639_language_descriptor>},
-        {0x0C, &list::add<multiplex_buffer_utilization_descriptor>},
-        {0x10, &list::add<smoothing_buffer_descriptor>},
-        {0x11, &list::add<STD_descriptor>},
-        {0x40, &list::add<network_name_descriptor>},
-        {0x41, &list::add<service_list_descriptor>},
-        {0x45, &list::add<VBI_data_descriptor>},
-        {0x46, &list::add<teletext_descriptor>},
-        {0x47, &list::add<bouquet_name_descriptor>},
-        {0x48, &list::add<service_descriptor>},
-        {0x4D, &list::add<short_event_descriptor>},
-        {0x4E, &list::add<extended_event_descriptor>},
-        {0x52, &list::add<stream_identifier_descriptor>},
-        {0x55, &list::add<parental_rating_descriptor>},
-        {0x56, &list::add<teletext_descriptor>},
-        {0x58, &list::add<local_time_offset_descriptor>},
-        {0x59, &list::add<subtitling_descriptor>},
-        {0x6A, &list::add<ac3_descriptor>},
-        {0x7F, &list::add_extension},
-        {0x83, &list::add<logical_channel_descriptor>},
-        {0x8A, &list::add<cue_identifier_descriptor>},
-    };
-    return tags;
-}
-
-const ZQDescriptorList::dictionary& ZQDescriptorList::scte35_dictionary()
-{
-    using list = ZQDescriptorList;
-    static constexpr dictionary tags{
-        {0x00, &list::add<avail_descriptor>},
-        {0x01, &list::add<scte35_dtmf_descriptor>},
-        {0x02, &list::add<scte35_segmentation_descriptor>},
-    };
-    return tags;
+    using classes = descriptor_classes<dictionary::of_classes>;
+    static constexpr dictionary ts = classes::make(ZQDescriptorType::TS);
+    static constexpr dictionary scte35 = classes::make(ZQDescriptorType::SCTE35);
+    return type == ZQDescriptorType::SCTE35 ? scte35 : ts;
 }
 
 bool ZQDescriptorList::read(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
@@ -93,18 +87,21 @@ bool ZQDescriptorList::read(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
     return false;
 }
 
-bool ZQDescriptorList::readTS(ZQSDK::ZQBSReaderT<unsigned char*>& reader) { return read_with(ts_dictionary(), reader); }
+bool ZQDescriptorList::readTS(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
+{
+    return read_with(dictionary_of(ZQDescriptorType::TS), reader);
+}
 
 bool ZQDescriptorList::readSCTE35(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
 {
-    return read_with(scte35_dictionary(), reader);
+    return read_with(dictionary_of(ZQDescriptorType::SCTE35), reader);
 }
 
 bool ZQDescriptorList::read_with(const dictionary& tags, ZQSDK::ZQBSReaderT<unsigned char*>& reader)
 {
     while (reader.availableBytes() >= 3) {
         unsigned char tag = 0;
-        if (!reader.lookBits<8>(tag) || !(this->*tags[tag])(reader))
+        if (!reader.lookBits<8>(tag) || !(this->*tags.by_tag(tag))(reader))
             return false;
     }
     return true;
@@ -127,8 +124,8 @@ bool ZQDescriptorList::add_extension(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
     std::uint32_t start = 0;
     if (!reader.lookBits<24>(start))
         return false;
-    return (start & 0xFF) == t2_delivery_system ? add<T2_delivery_system_descriptor>(reader)
-                                                : add<extension_descriptor>(reader);
+    // Only the dictionary of transport streams has the tag of extensions.
+    return (this->*dictionary_of(ZQDescriptorType::TS).by_extension(start & 0xFF))(reader);
 }
 
 void ZQDescriptorList::append(std::shared_ptr<base_descriptor> descriptor)

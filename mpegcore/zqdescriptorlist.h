@@ -1,33 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/base_descriptor.h"
-#include "mpegcore/descriptors/CA_descriptor.h"
-#include "mpegcore/descriptors/ISO_639_language_descriptor.h"
-#include "mpegcore/descriptors/STD_descriptor.h"
-#include "mpegcore/descriptors/T2_delivery_system_descriptor.h"
-#include "mpegcore/descriptors/VBI_data_descriptor.h"
-#include "mpegcore/descriptors/ac3_descriptor.h"
-#include "mpegcore/descriptors/audio_stream_descriptor.h"
-#include "mpegcore/descriptors/avail_descriptor.h"
-#include "mpegcore/descriptors/bouquet_name_descriptor.h"
-#include "mpegcore/descriptors/cue_identifier_descriptor.h"
-#include "mpegcore/descriptors/extended_event_descriptor.h"
-#include "mpegcore/descriptors/extension_descriptor.h"
-#include "mpegcore/descriptors/local_time_offset_descriptor.h"
-#include "mpegcore/descriptors/logical_channel_descriptor.h"
-#include "mpegcore/descriptors/multiplex_buffer_utilization_descriptor.h"
-#include "mpegcore/descriptors/network_name_descriptor.h"
-#include "mpegcore/descriptors/parental_rating_descriptor.h"
-#include "mpegcore/descriptors/scte35_dtmf_descriptor.h"
-#include "mpegcore/descriptors/scte35_segmentation_descriptor.h"
-#include "mpegcore/descriptors/service_descriptor.h"
-#include "mpegcore/descriptors/service_list_descriptor.h"
-#include "mpegcore/descriptors/short_event_descriptor.h"
-#include "mpegcore/descriptors/smoothing_buffer_descriptor.h"
-#include "mpegcore/descriptors/stream_identifier_descriptor.h"
-#include "mpegcore/descriptors/subtitling_descriptor.h"
-#include "mpegcore/descriptors/teletext_descriptor.h"
-#include "mpegcore/descriptors/video_stream_descriptor.h"
+#include "mpegcore/descriptors/DescriptorRegistry.h"
 #include "mpegcore/parser/BlockPool.h"
 #include "zqsdk/ZQBSReader.h"
 #include "zqsdk/ZQBSWriter.h"
@@ -39,13 +13,6 @@
 
 namespace mpegcore
 {
-/// Chooses the dictionary, from tag to class, that a list reads with.
-enum class ZQDescriptorType
-{
-    TS = 0,     ///< ISO/IEC 13818-1 and ETSI EN 300 468
-    SCTE35 = 1, ///< splice descriptors of ANSI/SCTE 35
-};
-
 /// A descriptor loop: typed descriptors in stream order, those with an unknown tag as generic ones. The list shares
 /// ownership of its descriptors with whoever found or appended them.
 class ZQDescriptorList
@@ -109,8 +76,7 @@ private:
     using read_one = bool (ZQDescriptorList::*)(ZQSDK::ZQBSReaderT<unsigned char*>&);
     class dictionary;
 
-    static const dictionary& ts_dictionary();
-    static const dictionary& scte35_dictionary();
+    static const dictionary& dictionary_of(ZQDescriptorType type);
     bool read_with(const dictionary& tags, ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     bool add_generic(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     bool add_extension(ZQSDK::ZQBSReaderT<unsigned char*>& reader);

@@ -8,6 +8,8 @@ namespace mpegcore
 class T2_delivery_system_descriptor : public typed_descriptor<T2_delivery_system_descriptor, 0x7F>
 {
 public:
+    static constexpr std::array places{DescriptorPlace{ZQDescriptorType::TS, 0x7F, 0x04}};
+
     // Deliberate: always these 6 body bytes, whatever descriptor_length says. The cell loops behind them are not read,
     // and the short form of 4 bytes is not recognised.
     template <class Self, class Io>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "support/descriptor_classes.h"
+#include "mpegcore/zqdescriptorlist.h"
 
 #include <algorithm>
 #include <memory>
@@ -16,7 +16,7 @@ std::uint8_t put_text(Storage& storage, std::string_view text)
     return static_cast<std::uint8_t>(text.size());
 }
 
-// A class that joins descriptor_classes supplies a `fill` here; one that is forgotten there fails a test.
+// A class that joins descriptor_classes supplies a `fill` here; without one the tests do not compile.
 // Each fill builds a descriptor whose stored lengths and counts agree with its fields, no two neighbours being equal.
 
 inline void fill(mpegcore::CA_descriptor& d)
