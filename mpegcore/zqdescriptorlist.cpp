@@ -57,15 +57,17 @@ private:
         m_by_tag[DescriptorPlace::extension_tag] = &ZQDescriptorList::add_extension;
         if (extension != DescriptorPlace::any_extension) {
             m_by_extension[static_cast<std::size_t>(extension)] = read;
+            m_extension_is_named[static_cast<std::size_t>(extension)] = true;
             return;
         }
-        for (auto& other : m_by_extension)
-            if (other == &ZQDescriptorList::add_generic)
-                other = read;
+        for (std::size_t other = 0; other < m_by_extension.size(); ++other)
+            if (!m_extension_is_named[other])
+                m_by_extension[other] = read;
     }
 
     std::array<read_one, 256> m_by_tag{};
     std::array<read_one, 256> m_by_extension{};
+    std::array<bool, 256> m_extension_is_named{}; ///< the sanitizers' builds cannot compare functions while compiling
 };
 
 const ZQDescriptorList::dictionary& ZQDescriptorList::dictionary_of(ZQDescriptorType type)
