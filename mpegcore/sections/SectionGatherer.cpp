@@ -2,59 +2,26 @@
 #include "mpegcore/sections/SectionGatherer.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace mpegcore
 {
-bool SectionPacket::read(const unsigned char* packet)
-{
-    constexpr unsigned has_payload = 0x10, has_field = 0x20;
-    if ((packet[3] & has_payload) == 0)
-        return false;
-    std::size_t payload_at = ts_header_size;
-    discontinuity_indicator = false;
-    if ((packet[3] & has_field) != 0) {
-        const std::size_t adaptation_field_length = packet[4];
-        payload_at += 1 + adaptation_field_length;
-        if (payload_at > ts_packet_size)
-            return false;
-        discontinuity_indicator = adaptation_field_length > 0 && (packet[5] & 0x80U) != 0;
-    }
-    is_unusable = (packet[1] & 0x80U) != 0 || (packet[3] & 0xC0U) != 0;
-    payload_unit_start_indicator = (packet[1] & 0x40U) != 0;
-    continuity_counter = packet[3] & 0x0FU;
-    payload = packet + payload_at;
-    payload_size = ts_packet_size - payload_at;
-    return true;
-}
-
 void SectionGatherer::reset()
 {
     drop();
-    m_has_last = false;
+    m_continuity.reset();
 }
 
-bool SectionGatherer::follow(const SectionPacket& packet)
+bool SectionGatherer::follow(const TransportPayload& packet)
 {
     // What stands in such a packet, its counter included, is not to be relied on.
-    if (packet.is_unusable) {
+    if (!packet.is_usable()) {
         drop();
         return false;
     }
-    if (m_has_last) {
-        if (packet.continuity_counter == m_last_counter && packet.payload_unit_start_indicator == m_last_start &&
-            packet.payload_size == m_last_size && std::memcmp(packet.payload, m_last_payload.data(), m_last_size) == 0)
-            return false;
-        const bool goes_on = packet.continuity_counter == ((m_last_counter + 1) & 0x0F);
-        if (!goes_on && !packet.discontinuity_indicator)
-            drop();
-    }
-    m_has_last = true;
-    m_last_counter = packet.continuity_counter;
-    m_last_start = packet.payload_unit_start_indicator;
-    m_last_size = packet.payload_size;
-    std::memcpy(m_last_payload.data(), packet.payload, m_last_size);
-    return true;
+    const Continuity continuity = m_continuity.follow(packet);
+    if (continuity == Continuity::jumped)
+        drop();
+    return continuity != Continuity::repeated;
 }
 
 void SectionGatherer::begin(const unsigned char* at, const unsigned char* end)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/TransportPacket.h"
+#include "mpegcore/TransportPayload.h"
 #include "mpegcore/sections/SectionHeader.h"
 
 #include <array>
@@ -10,21 +10,6 @@
 
 namespace mpegcore
 {
-/// What a gatherer has to know of a packet.
-struct SectionPacket
-{
-    /// Of the 188 bytes at `packet`. False when there is no payload to be found: none announced, or an adaptation field
-    /// that goes beyond the packet.
-    [[nodiscard]] bool read(const unsigned char* packet);
-
-    std::uint8_t continuity_counter = 0;
-    bool is_unusable = false; ///< transport_error_indicator, or scrambled
-    bool payload_unit_start_indicator = false;
-    bool discontinuity_indicator = false;
-    const unsigned char* payload = nullptr;
-    std::size_t payload_size = 0; ///< 0 to 184
-};
-
 enum class SectionCheck
 {
     good,       ///< also when its kind has no CRC_32
@@ -48,19 +33,19 @@ public:
     template <class Sink>
     void put(const unsigned char* packet, Sink&& sink)
     {
-        SectionPacket fields;
+        TransportPayload fields;
         if (fields.read(packet))
             put(fields, sink);
     }
 
     /// The same for a packet that was read; there is a payload.
     template <class Sink>
-    void put(const SectionPacket& packet, Sink&& sink)
+    void put(const TransportPayload& packet, Sink&& sink)
     {
         if (!follow(packet))
             return;
-        const unsigned char* at = packet.payload;
-        const unsigned char* const end = at + packet.payload_size;
+        const unsigned char* at = packet.data;
+        const unsigned char* const end = at + packet.size;
         if (!packet.payload_unit_start_indicator) {
             go_on(at, end, sink);
             return;
@@ -80,7 +65,7 @@ public:
 
 private:
     /// Follows the continuity_counter; false when the payload is not to be looked at.
-    [[nodiscard]] bool follow(const SectionPacket& packet);
+    [[nodiscard]] bool follow(const TransportPayload& packet);
     void begin(const unsigned char* at, const unsigned char* end);
     /// Adds to the section begun; true when it is whole.
     [[nodiscard]] bool append(const unsigned char* at, const unsigned char* end);
@@ -121,14 +106,10 @@ private:
         }
     }
 
-    std::unique_ptr<unsigned char[]> m_section;                  ///< once its header is there
-    std::array<unsigned char, section_header_size> m_header{};   ///< up to then
-    std::size_t m_gathered = 0;                                  ///< bytes of the section begun; 0: there is none
-    std::size_t m_size = 0;                                      ///< that it announces
-    std::array<unsigned char, ts_payload_size> m_last_payload{}; ///< of the packet before
-    std::size_t m_last_size = 0;
-    bool m_last_start = false;
-    bool m_has_last = false;
-    std::uint8_t m_last_counter = 0;
+    std::unique_ptr<unsigned char[]> m_section;                ///< once its header is there
+    std::array<unsigned char, section_header_size> m_header{}; ///< up to then
+    std::size_t m_gathered = 0;                                ///< bytes of the section begun; 0: there is none
+    std::size_t m_size = 0;                                    ///< that it announces
+    ContinuityFollower m_continuity;
 };
 } // namespace mpegcore
