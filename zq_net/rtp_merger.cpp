@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "zq_net/rtp_merger.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zq_net
+{
+namespace
+{
+/// Far enough from 0 that numbers before the first packet have room.
+constexpr std::uint64_t first_number = std::uint64_t{1} << 32;
+
+/// A larger step forward is no loss but a new count.
+constexpr std::uint64_t longest_dropout = 3000;
+
+bool within(std::uint64_t later, std::uint64_t earlier, std::uint64_t span)
+{
+    return later < earlier || later - earlier < span;
+}
+} // namespace
+
+rtp_merger::rtp_merger(std::size_t legs, const reorder_window::limits& limits)
+    : m_window{limits}, m_history{limits.history}, m_legs(legs)
+{}
+
+void rtp_merger::put(std::size_t leg, const rtp_packet& packet, std::uint64_t arrival, piece_list& out)
+{
+    leg_state& from = m_legs[leg];
+    if (!is_of_the_stream(from, packet, arrival, out)) {
+        ++from.counters.foreign;
+        return;
+    }
+    from.last_arrival = arrival;
+    const piece payload{packet.payload, packet.payload_size, arrival};
+    const auto step = from.tracker.see(packet.sequence_number);
+    from.counters.lost = from.lost_before + from.tracker.lost();
+    if (step != sequence_tracker::step::restarted && !from.suspect.empty()) {
+        ++from.counters.foreign;
+        from.suspect.clear();
+    }
+    switch (step) {
+    case sequence_tracker::step::strange:
+        // Kept until the next packet tells whether it is the first of a new count.
+        from.suspect.assign(payload.data, payload.data + payload.size);
+        from.suspect_arrival = arrival;
+        return;
+    case sequence_tracker::step::restarted:
+        return restart(from, packet, arrival, out);
+    case sequence_tracker::step::repeated:
+        ++from.counters.received;
+        ++from.counters.repeated;
+        return;
+    case sequence_tracker::step::behind:
+        ++from.counters.reordered;
+        break;
+    case sequence_tracker::step::next:
+    case sequence_tracker::step::ahead:
+        break;
+    }
+    ++from.counters.received;
+    from.carries = fits(packet.sequence_number);
+    if (from.carries)
+        pass(from, packet.sequence_number, payload, out);
+    else if (!carried_elsewhere(from, arrival))
+        restart(from, packet, arrival, out);
+    else
+        ++from.counters.foreign;
+}
+
+bool rtp_merger::is_of_the_stream(leg_state& from, const rtp_packet& packet, std::uint64_t arrival, piece_list& out)
+{
+    if (m_started && packet.SSRC == m_SSRC) {
+        if (from.SSRC != packet.SSRC) {
+            from.lost_before += from.tracker.lost();
+            from.tracker = {};
+            from.SSRC = packet.SSRC;
+        }
+        m_last_arrival = arrival;
+        return true;
+    }
+    if (m_started) {
+        const bool former = m_has_former && packet.SSRC == m_former_SSRC;
+        if ((former && within(arrival, m_last_arrival, silence)) || carried_elsewhere(from, arrival)) {
+            from.carries = from.carries && former;
+            return false;
+        }
+        m_has_former = true;
+        m_former_SSRC = m_SSRC;
+        ++m_sender_changes;
+        m_gap = true;
+    }
+    m_SSRC = packet.SSRC;
+    for (leg_state& leg : m_legs)
+        leg.carries = false;
+    from.lost_before += from.tracker.lost();
+    from.tracker = {};
+    from.SSRC = packet.SSRC;
+    m_last_arrival = arrival;
+    begin(from, packet, out);
+    return true;
+}
+
+bool rtp_merger::carried_elsewhere(const leg_state& but, std::uint64_t arrival) const
+{
+    for (const leg_state& leg : m_legs)
+        if (&leg != &but && leg.carries && within(arrival, leg.last_arrival, silence))
+            return true;
+    return false;
+}
+
+void rtp_merger::begin(leg_state& from, const rtp_packet& packet, piece_list& out)
+{
+    m_window.flush(out);
+    m_window.begin(extend_sequence(first_number, packet.sequence_number));
+    m_started = true;
+    from.carries = true;
+}
+
+/// The numbers of `from` went elsewhere: the stream follows, unless the other leg still carries it.
+void rtp_merger::restart(leg_state& from, const rtp_packet& packet, std::uint64_t arrival, piece_list& out)
+{
+    const auto suspect = std::exchange(from.suspect, {});
+    const auto first = static_cast<std::uint16_t>(packet.sequence_number - (suspect.empty() ? 0 : 1));
+    from.counters.received += suspect.empty() ? 0 : 2;
+    if (!fits(first)) {
+        if (carried_elsewhere(from, arrival)) {
+            from.carries = false;
+            from.counters.foreign += suspect.empty() ? 1 : 2;
+            return;
+        }
+        rtp_packet start = packet;
+        start.sequence_number = first;
+        ++m_sender_changes;
+        m_gap = true;
+        begin(from, start, out);
+    }
+    from.carries = true;
+    if (!suspect.empty()) {
+        piece_list held;
+        pass(from, first, {suspect.data(), suspect.size(), from.suspect_arrival}, held);
+        for (const piece& kept : held)
+            out.add_copy(kept);
+    }
+    pass(from, packet.sequence_number, {packet.payload, packet.payload_size, arrival}, out);
+}
+
+bool rtp_merger::fits(std::uint16_t sequence_number) const
+{
+    const std::uint64_t number = extend_sequence(m_window.next(), sequence_number);
+    return number >= m_window.next() ? number - m_window.next() <= std::max(m_history, longest_dropout)
+                                     : m_window.next() - number <= m_history;
+}
+
+void rtp_merger::pass(leg_state& from, std::uint16_t sequence_number, const piece& payload, piece_list& out)
+{
+    piece marked = payload;
+    marked.gap = m_gap;
+    const auto verdict = m_window.put(extend_sequence(m_window.next(), sequence_number), marked, out);
+    if (verdict == reorder_window::verdict::passed && payload.size > 0)
+        m_gap = false;
+    if (verdict == reorder_window::verdict::duplicate)
+        ++from.counters.second;
+    if (verdict == reorder_window::verdict::late)
+        ++m_late;
+}
+} // namespace zq_net
