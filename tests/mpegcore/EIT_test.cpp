@@ -180,6 +180,11 @@ TEST(EventTimes, OfAnyNumberOfSecondsAreBcdDigits)
               static_cast<std::uint32_t>((std::uint64_t{0x1193046} << 16) + (0x28 << 8) + 0x15));
 }
 
+TEST(EventTimes, LoseTheDigitsThatHaveNoRoomInTheirThirtyTwoBits)
+{
+    EXPECT_EQ(CEventInfo::time_to_duration(0, 0, 4294967295), 0x94967295U);
+}
+
 TEST(EventTimes, TurnTheEpochIntoItsModifiedJulianDate)
 {
     EXPECT_EQ(CEventInfo::time_t_to_start_time(0), 0x9E8B000000U);
