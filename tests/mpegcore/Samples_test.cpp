@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/BuiltStreams.h"
 #include "support/FlatJson.h"
 #include "support/RecordingParser.h"
 #include "support/Samples.h"
@@ -9,8 +10,8 @@
 #include <filesystem>
 #include <unistd.h>
 
-// Recorded streams in the folder ZQ_SAMPLE_DIR against NAME.expected.json, the number of every callback, and
-// NAME.tables.txt, one line per table.
+// Streams against the number of every callback and one line per table: built ones, of which the builder says what must
+// come, and the recorded ones in the folder ZQ_SAMPLE_DIR, where NAME.expected.json and NAME.tables.txt say it.
 
 namespace
 {
@@ -53,10 +54,16 @@ RecordingParser::counts expected_counts(const std::filesystem::path& path)
     return counts;
 }
 
-void check(const std::string& name, std::size_t piece)
+/// What must come of a stream.
+struct Expected
+{
+    RecordingParser::counts counts;
+    std::vector<std::string> lines;
+};
+
+void check(const std::string& name, std::string data, const Expected& expected, std::size_t piece)
 {
     SCOPED_TRACE(name + " in pieces of " + std::to_string(piece));
-    std::string data = zqtest::contents(name + ".ts");
     SampleParser parser(true);
     long consumed = 0;
     testing::internal::CaptureStdout();
@@ -72,11 +79,10 @@ void check(const std::string& name, std::size_t piece)
     for (unsigned PID = 0; PID < mpegcore::pid_count; ++PID)
         if (parser.m_PIDs[PID].bitrate != 0)
             counts["bitrate_at_end/" + zqtest::formatted("0x%04x", PID)] = parser.m_PIDs[PID].bitrate;
-    EXPECT_EQ(counts, expected_counts(name + ".expected.json"));
-    const auto lines = zqtest::lines_of(name + ".tables.txt");
-    ASSERT_EQ(parser.lines.size(), lines.size());
-    for (std::size_t at = 0; at < lines.size(); ++at)
-        ASSERT_EQ(parser.lines[at], lines[at]);
+    EXPECT_EQ(counts, expected.counts);
+    ASSERT_EQ(parser.lines.size(), expected.lines.size());
+    for (std::size_t at = 0; at < expected.lines.size(); ++at)
+        ASSERT_EQ(parser.lines[at], expected.lines[at]);
 }
 
 class Samples : public testing::TestWithParam<std::size_t>
@@ -85,11 +91,11 @@ class Samples : public testing::TestWithParam<std::size_t>
 
 TEST_P(Samples, GiveTheExpectedCallbacksAndTables)
 {
-    const auto names = zqtest::sample_names(".tables.txt");
-    if (names.empty())
-        GTEST_SKIP() << "ZQ_SAMPLE_DIR names no folder with samples";
-    for (const auto& name : names)
-        check(name, GetParam());
+    for (const auto& [name, stream] : zqtest::built_streams())
+        check(name, {stream.data().begin(), stream.data().end()}, {stream.counts(), stream.lines()}, GetParam());
+    for (const auto& name : zqtest::sample_names(".tables.txt"))
+        check(name, zqtest::contents(name + ".ts"),
+              {expected_counts(name + ".expected.json"), zqtest::lines_of(name + ".tables.txt")}, GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(InPieces, Samples, testing::Values(std::size_t{1} << 30, std::size_t{1}, std::size_t{1316}),
