@@ -1,16 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "zq_net_source/zq_t2mi_provider.h"
 
+#include "support/BuiltT2MI.h"
+#include "support/Samples.h"
 #include "support/element.h"
 #include "support/paced_sending.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
 #include "tools/t2mi/t2mi_encapsulator.h"
+#include "zq_net_source/zq_net_buffer_pool.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -98,6 +100,31 @@ bytes whole_groups(bytes packets)
     return packets;
 }
 } // namespace
+
+TEST(T2miProvider, PassesOnNothingOfAPlpThatWasNotAskedFor)
+{
+    unsigned buffers = 0;
+    support::test_sink sink{[&](GstBuffer*) {
+        ++buffers;
+        return GST_FLOW_OK;
+    }};
+    zq_net_pad pad{zq_pad_pointer{GST_PAD(gst_object_ref_sink(gst_pad_new("src", GST_PAD_SRC)))}};
+    gst_pad_link(pad.pad.get(), sink.pad());
+    gst_pad_set_active(pad.pad.get(), TRUE);
+    gst_pad_push_event(pad.pad.get(), gst_event_new_stream_start("test"));
+    GstSegment segment;
+    gst_segment_init(&segment, GST_FORMAT_TIME);
+    gst_pad_push_event(pad.pad.get(), gst_event_new_segment(&segment));
+    zq_net_statistics statistics;
+    zq_t2mi_provider provider{pad, create_net_buffer_pool(0, 0, 0), statistics, 3};
+    bytes packet(187);
+    for (int count = 0; count < 7; ++count)
+        provider.OnTS(2, packet.data(), packet.size());
+    EXPECT_EQ(buffers, 0U);
+    for (int count = 0; count < 7; ++count)
+        provider.OnTS(3, packet.data(), packet.size());
+    EXPECT_EQ(buffers, 1U);
+}
 
 TEST(T2miElement, DeliversThePacketsOfTheSelectedPlpByteForByte)
 {
@@ -215,21 +242,25 @@ TEST(T2miElement, OfThreeOnOneGroupEachGetsAllOfItsOwnPlp)
     EXPECT_EQ(third.recorder.bytes(), plps.at(255));
 }
 
-TEST(T2miElement, DeliversTheRecordedStream)
+TEST(T2miElement, DeliversStreamsOfOtherMakersThanTheEncapsulator)
 {
-    const char* folder = std::getenv("ZQ_SAMPLE_DIR");
-    if (folder == nullptr || *folder == '\0')
-        GTEST_SKIP() << "ZQ_SAMPLE_DIR names no folder of recorded streams";
-    const auto file = [&](const std::string& name) {
-        std::ifstream stream{std::string{folder} + "/" + name, std::ios::binary};
-        return bytes{std::istreambuf_iterator<char>{stream}, {}};
-    };
-    const support::watchdog guard;
-    const auto port = support::free_port();
-    receiving_plp receiver{0, port};
-    ASSERT_TRUE(send_paced({"127.0.0.1", port}, datagrams_of(file("t2mi-plp-0.ts")), {&receiver.source}));
-    const auto expected = file("t2mi-plp-0.expected-output.ts");
-    ASSERT_EQ(expected.size(), 175U * 188);
-    ASSERT_TRUE(receiver.received(expected.size()));
-    EXPECT_EQ(receiver.recorder.bytes(), whole_groups(expected));
+    const auto built = zqtest::built_T2MI();
+    std::vector<std::pair<bytes, bytes>> streams{{built.data, built.transport_stream}};
+    if (const auto folder = zqtest::sample_folder()) {
+        const auto file = [&](const char* name) {
+            std::ifstream stream{*folder / name, std::ios::binary};
+            return bytes{std::istreambuf_iterator<char>{stream}, {}};
+        };
+        streams.emplace_back(file("t2mi-plp-0.ts"), file("t2mi-plp-0.expected-output.ts"));
+        ASSERT_EQ(streams.back().second.size(), 175U * 188);
+    }
+    for (const auto& [stream, expected] : streams) {
+        const support::watchdog guard;
+        const auto port = support::free_port();
+        receiving_plp receiver{0, port};
+        ASSERT_TRUE(send_paced({"127.0.0.1", port}, datagrams_of(stream), {&receiver.source}));
+        const auto groups = whole_groups(expected);
+        ASSERT_TRUE(receiver.received(groups.size()));
+        EXPECT_EQ(receiver.recorder.bytes(), groups);
+    }
 }

@@ -49,6 +49,22 @@ TEST_F(ParserTables, ReportsAPmtAgainForEveryFurtherPacketOfItsUnitAndEveryRepet
     EXPECT_THAT(feed(), ElementsAre("PMT 1 1", "PMT 1 1"));
 }
 
+TEST_F(ParserTables, ReadsTablesOfPacketsThatAreLostRepeatedFaultyOrScrambled)
+{
+    // A PAT of two packets, with a jump of continuity_counter from one to the other, an error in the first and a
+    // scrambled second.
+    Bytes body{0, 1, 0xC1, 0, 0};
+    for (unsigned char at = 1; at <= 44; ++at)
+        body = body + Bytes{0, at, 0xE1, at};
+    stream.section(0, zqtest::section_of(0x00, body));
+    ASSERT_EQ(stream.packets(), 2U);
+    stream.data[1] |= 0x80;       // transport_error_indicator
+    stream.data[188 + 3] ^= 0x85; // transport_scrambling_control 2, another continuity_counter
+    const Bytes second(stream.data.begin() + 188, stream.data.end());
+    stream.data.insert(stream.data.end(), second.begin(), second.end());
+    EXPECT_THAT(feed(), ElementsAre("PAT", "PAT")) << "the packet that comes twice, too";
+}
+
 TEST_F(ParserTables, DoesNotLookAtThePointerField)
 {
     Bytes unit = Bytes{5} + PAT({{1, 0x100}});
