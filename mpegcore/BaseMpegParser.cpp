@@ -148,6 +148,8 @@ inline void CBaseMpegParser::process_packet(unsigned char* data)
     transport_packet& packet = m_record;
     fill(packet, data);
     const bool has_field = (packet.adaptation_field_control & 2U) != 0;
+    if (m_routes.has_lost_PMTs())
+        m_routes.drop_lost_PMTs();
     note_if_plain(packet, header_at(data));
     OnPreProcess(0, packet);
     if (!has_field || take_adaptation_field())
@@ -253,6 +255,7 @@ bool CBaseMpegParser::ParserData(transport_packet& packet)
     if ((packet.adaptation_field_control & 2U) != 0 &&
         !(ParserAdaptationField(packet) && pass_adaptation_field(packet)))
         return false;
+    m_routes.drop_lost_PMTs();
     handle_payload(packet);
     return true;
 }
@@ -293,9 +296,11 @@ bool CBaseMpegParser::pass_adaptation_field(transport_packet& packet)
 
 void CBaseMpegParser::report_without_stream(const ProgramRoute& route, transport_packet& packet)
 {
+    if (route.pmt == nullptr) // gone since the packet came
+        return;
     // Deliberately, a PCR on a PID that is itself a stream of the program does not come this far.
     if (route.is_PCR_PID && has_PCR(packet)) {
-        for (const auto& stream : route.pmt->streams)
+        for (const auto& stream : route.pmt->wrapper()->current->streams)
             if (stream.first < pid_count) // an edited PMT may name others
                 m_PIDs[stream.first].putPCR(packet);
         OnPES(route.pmt_PID, nullptr, &packet);

@@ -120,7 +120,9 @@ public:
     CPacketWrapper<CNIT> m_NITOther;
     CPacketWrapper<CTDT> m_TDT;
     CPacketWrapper<CTOT> m_TOT;
-    /// By the PID that carries the PMT. Deliberately kept when a later PAT no longer lists the PID.
+    /// By the PID that carries the PMT. Deliberately kept when a later PAT no longer lists the PID. An entry may be
+    /// erased or replaced at any time, also in a callback: from then on no packet is reported for its PMT, until one
+    /// was read on the PID again.
     std::map<unsigned short, std::unique_ptr<CPacketWrapper<CPMT>>> m_PMTs;
     std::unique_ptr<CBasePID[]> m_PIDs; ///< 8192, by PID
     ZQSDK::ZQAlignMemory<unsigned char> m_carryBuffer;
@@ -186,7 +188,6 @@ private:
     bool m_units_are_seen = true;
     PayloadUnitBudget m_unit_budget;
     PIDRoutes m_routes;
-    std::size_t m_PMTs_size = 0; ///< bytes of the sections that the current PMTs were read from
     transport_packet
         m_record{}; ///< of the packet being handled; clearing one for each call would cost more than the rest
 };

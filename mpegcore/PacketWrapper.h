@@ -10,9 +10,20 @@ namespace mpegcore
 class CBAT;
 class CEIT;
 class CPAT;
+class CarriedPMT;
 
 template <class T>
 class KnownTables;
+
+/// Is told when the CPacketWrapper that it watches goes.
+class PacketWrapperWatcher
+{
+public:
+    virtual void wrapper_goes() = 0;
+
+protected:
+    ~PacketWrapperWatcher() = default;
+};
 
 /// Bytes of the section buffer of each instance in a CPacketWrapper.
 template <class T>
@@ -35,6 +46,8 @@ public:
     }
     ~CPacketWrapper()
     {
+        if (watcher != nullptr)
+            watcher->wrapper_goes();
         delete work;
         delete current;
     }
@@ -59,6 +72,7 @@ public:
 
 private:
     friend class KnownTables<T>;
+    friend class CarriedPMT;
 
     // A section that failed half-way may have left entries behind.
     void clear_work()
@@ -85,5 +99,6 @@ private:
 
     bool work_was_read = false; ///< since it was cleared
     unsigned exchanges = 0;
+    PacketWrapperWatcher* watcher = nullptr;
 };
 } // namespace mpegcore

@@ -32,6 +32,31 @@ auto position_of(std::vector<ProgramRoute>& programs, unsigned short pmt_PID)
 }
 } // namespace
 
+void CarriedPMT::attach(CPacketWrapper<CPMT>& wrapper)
+{
+    if (m_wrapper != nullptr) {
+        m_wrapper->watcher = nullptr;
+        wrapper_goes();
+    }
+    if (wrapper.watcher != nullptr) // it came here from another PID
+        wrapper.watcher->wrapper_goes();
+    wrapper.watcher = this;
+    m_wrapper = &wrapper;
+}
+
+void CarriedPMT::set_section(const unsigned char* bytes, std::size_t size)
+{
+    m_routes.m_PMT_bytes += size - m_section.size();
+    m_section.assign(bytes, bytes + size);
+}
+
+void CarriedPMT::wrapper_goes()
+{
+    m_wrapper = nullptr;
+    set_section(nullptr, 0);
+    m_routes.lose_PMT(m_PID);
+}
+
 void PIDRoutes::set_PAT(const CPAT& pat)
 {
     forget_plain();
@@ -56,21 +81,47 @@ void PIDRoutes::set_CAT(const CCAT& cat)
     });
 }
 
-void PIDRoutes::set_PMT(unsigned short pmt_PID, const CPMT& pmt)
+void PIDRoutes::set_PMT(unsigned short pmt_PID, const CarriedPMT& pmt)
 {
     forget_plain();
+    drop_lost_PMTs();
+    remove_PMT(pmt_PID);
     auto& PIDs = m_program_PIDs[pmt_PID];
-    for (const unsigned short PID : PIDs)
-        remove(PID, pmt_PID);
-    PIDs.clear();
     const auto route_of = [&](unsigned short PID) -> ProgramRoute& {
         PIDs.push_back(PID);
         return find_or_add(PID, pmt_PID, pmt);
     };
-    for (const auto& entry : pmt.streams)
+    const CPMT& table = *pmt.wrapper()->current;
+    for (const auto& entry : table.streams)
         route_of(entry.first).stream = entry.second;
-    route_of(pmt.PCR_PID).is_PCR_PID = true;
-    for_each_CA_PID(pmt.descriptors, [&](unsigned short PID) { ++route_of(PID).CA_count; });
+    route_of(table.PCR_PID).is_PCR_PID = true;
+    for_each_CA_PID(table.descriptors, [&](unsigned short PID) { ++route_of(PID).CA_count; });
+}
+
+void PIDRoutes::lose_PMT(unsigned short pmt_PID)
+{
+    const auto PIDs = m_program_PIDs.find(pmt_PID);
+    if (PIDs == m_program_PIDs.end())
+        return;
+    forget_plain();
+    m_lost_PMTs.push_back(pmt_PID);
+    for (const unsigned short PID : PIDs->second) {
+        auto& programs = m_routes[PID].programs;
+        const auto position = position_of(programs, pmt_PID);
+        if (position == programs.end() || position->pmt_PID != pmt_PID)
+            continue;
+        position->pmt = nullptr;
+        if (position->stream)
+            m_lost_streams.push_back(std::move(position->stream));
+    }
+}
+
+void PIDRoutes::drop_lost_PMTs()
+{
+    for (const unsigned short PID : m_lost_PMTs)
+        remove_PMT(PID);
+    m_lost_PMTs.clear();
+    m_lost_streams.clear();
 }
 
 void PIDRoutes::clear()
@@ -82,6 +133,17 @@ void PIDRoutes::clear()
     m_PMT_PIDs.clear();
     m_EMM_PIDs.clear();
     m_program_PIDs.clear();
+    m_PMT_bytes = 0;
+    m_lost_PMTs.clear();
+    m_lost_streams.clear();
+}
+
+CarriedPMT& PIDRoutes::carried_PMT(unsigned short PID)
+{
+    auto& pmt = used(PID).pmt;
+    if (!pmt)
+        pmt = std::make_unique<CarriedPMT>(*this, PID);
+    return *pmt;
 }
 
 void PIDRoutes::set_plain(unsigned short PID, std::uint32_t header, bool collects, const transport_packet& record)
@@ -103,8 +165,10 @@ void PIDRoutes::set_plain(unsigned short PID, std::uint32_t header, bool collect
 
 void PIDRoutes::forget_plain()
 {
-    for (const unsigned short PID : m_plain)
+    for (const unsigned short PID : m_plain) {
         m_routes[PID].plain_header = no_plain_header;
+        m_routes[PID].stream = nullptr; // also for the packet being reported
+    }
     m_plain.clear();
 }
 
@@ -117,7 +181,7 @@ PIDRoute& PIDRoutes::used(unsigned short PID)
     return route;
 }
 
-ProgramRoute& PIDRoutes::find_or_add(unsigned short PID, unsigned short pmt_PID, const CPMT& pmt)
+ProgramRoute& PIDRoutes::find_or_add(unsigned short PID, unsigned short pmt_PID, const CarriedPMT& pmt)
 {
     auto& programs = used(PID).programs;
     const auto position = position_of(programs, pmt_PID);
@@ -125,9 +189,19 @@ ProgramRoute& PIDRoutes::find_or_add(unsigned short PID, unsigned short pmt_PID,
         return *position;
     ProgramRoute route;
     route.pmt_PID = pmt_PID;
-    route.program_number = pmt.program_number;
+    route.program_number = pmt.wrapper()->current->program_number;
     route.pmt = &pmt;
     return *programs.insert(position, std::move(route));
+}
+
+void PIDRoutes::remove_PMT(unsigned short pmt_PID)
+{
+    const auto PIDs = m_program_PIDs.find(pmt_PID);
+    if (PIDs == m_program_PIDs.end())
+        return;
+    for (const unsigned short PID : PIDs->second)
+        remove(PID, pmt_PID);
+    m_program_PIDs.erase(PIDs);
 }
 
 void PIDRoutes::remove(unsigned short PID, unsigned short pmt_PID)

@@ -104,9 +104,8 @@ void CBaseMpegParser::clear_tables()
     clear_wrapper(m_NITOther, m_knownNITOther);
     clear_wrapper(m_TDT);
     clear_wrapper(m_TOT);
-    m_routes.clear();
+    m_routes.clear(); // first, so that it need not follow each PMT that goes
     m_PMTs.clear();
-    m_PMTs_size = 0;
     m_carryBuffer = {};
     m_carry = 0;
 }
@@ -169,30 +168,27 @@ void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
     const std::size_t size = unit->size - pointer_field_size;
     if (!holds_announced_section(section, size))
         return;
-    PIDRoute& route = m_routes[PID];
-    if (!route.pmt) {
-        auto& wrapper = m_PMTs[PID];
-        wrapper = std::make_unique<CPacketWrapper<CPMT>>();
-        route.pmt = std::make_unique<CarriedPMT>();
-        route.pmt->wrapper = wrapper.get();
-    }
-    CarriedPMT& carried = *route.pmt;
-    auto& wrapper = *carried.wrapper;
+    auto& entry = m_PMTs[PID];
+    if (!entry)
+        entry = std::make_unique<CPacketWrapper<CPMT>>();
+    auto& wrapper = *entry;
+    CarriedPMT& carried = m_routes.carried_PMT(PID);
+    if (carried.wrapper() != &wrapper)
+        carried.attach(wrapper);
     // PMTs come again and again; reading the same bytes would give the same table.
-    auto& known = carried.section;
+    const auto& known = carried.section();
     if (!carried.may_be_edited && !known.empty() && known.size() <= size &&
         std::memcmp(known.data(), section, known.size()) == 0)
     {
         carried.as_read.restore(*wrapper.current);
     } else {
-        const std::size_t PMTs_size = m_PMTs_size - known.size() + section_size(section);
+        const std::size_t announced = section_size(section);
         section_reader reader(section, size);
-        if (PMTs_size > PMT_limit || wrapper.Parser(reader) == 0)
+        if (m_routes.PMT_bytes() - known.size() + announced > PMT_limit || wrapper.Parser(reader) == 0)
             return;
-        known.assign(section, section + section_size(section));
+        carried.set_section(section, announced);
         carried.as_read.note(*wrapper.current);
-        m_PMTs_size = PMTs_size;
-        m_routes.set_PMT(PID, *wrapper.current);
+        m_routes.set_PMT(PID, carried);
     }
     carried.may_be_edited = m_editableTables;
     OnPMT(&program, wrapper.current);
