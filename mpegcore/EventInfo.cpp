@@ -64,11 +64,11 @@ std::uint32_t CEventInfo::sec_to_duration(unsigned int seconds)
     return time_to_duration(seconds / 3600, seconds % 3600 / 60, seconds % 60);
 }
 
-std::uint64_t CEventInfo::time_t_to_start_time(long time)
+std::uint64_t CEventInfo::time_t_to_start_time(std::int64_t time)
 {
-    const std::time_t instant = time;
+    const auto instant = static_cast<std::time_t>(time);
     std::tm utc{};
-    if (gmtime_r(&instant, &utc) == nullptr)
+    if (instant != time || gmtime_r(&instant, &utc) == nullptr)
         return 0;
     const int january_or_february = utc.tm_mon < 2 ? 1 : 0;
     // In 64 bits: the far end of time_t has years whose days do not fit an int.
@@ -80,7 +80,7 @@ std::uint64_t CEventInfo::time_t_to_start_time(long time)
                                                                       static_cast<unsigned>(utc.tm_sec));
 }
 
-std::time_t CEventInfo::start_time_to_time_t(unsigned long start_time)
+std::time_t CEventInfo::start_time_to_time_t(std::uint64_t start_time)
 {
     // 32 bits of it count; whatever the caller put there, what follows fits 64.
     const std::int64_t MJD = static_cast<std::int32_t>(static_cast<std::uint32_t>(start_time >> 24));

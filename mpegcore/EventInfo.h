@@ -28,11 +28,12 @@ public:
     /// BCD hhmmss. Deliberately not clipped: 123 hours spill above bit 23.
     static std::uint32_t time_to_duration(unsigned int hours, unsigned int minutes, unsigned int seconds);
     static std::uint32_t sec_to_duration(unsigned int seconds);
-    /// MJD and BCD hhmmss of `time`, UTC, in 40 bits; 0 for a time whose year no calendar time can hold.
-    static std::uint64_t time_t_to_start_time(long time);
+    /// MJD and BCD hhmmss of `time`, UTC, in 40 bits; 0 for a time that std::time_t does not hold or
+    /// whose year no calendar time can hold.
+    static std::uint64_t time_t_to_start_time(std::int64_t time);
     /// Deliberately 1900 years and two months behind the encoded date: year and month are not taken back to the
     /// counting of struct tm.
-    static std::time_t start_time_to_time_t(unsigned long start_time);
+    static std::time_t start_time_to_time_t(std::uint64_t start_time);
 
     template <class Self, class Io>
     static bool syntax(Self& e, Io& io)

@@ -11,7 +11,7 @@ constexpr std::uint8_t time_date_section = 0x70;
 constexpr std::uint32_t UTC_time_size = 5;
 } // namespace
 
-CTDT::CTDT(unsigned long utc, unsigned char* data, unsigned long size) : CBaseMpegTable(data, size), UTC_time(utc)
+CTDT::CTDT(std::uint64_t utc, unsigned char* data, unsigned long size) : CBaseMpegTable(data, size), UTC_time(utc)
 {
     table_id = time_date_section;
     section_syntax_indicator = 0;

@@ -12,7 +12,7 @@ class CTDT : public CBaseMpegTable
 public:
     using CBaseMpegTable::CBaseMpegTable;
     /// A table ready to render. Deliberately, the bit behind section_syntax_indicator is 0, although DVB sets it.
-    CTDT(unsigned long utc, unsigned char* data, unsigned long size);
+    CTDT(std::uint64_t utc, unsigned char* data, unsigned long size);
 
     /// Ignores section_length; false only when fewer than 5 bytes follow the header.
     bool read(Reader& reader) override;

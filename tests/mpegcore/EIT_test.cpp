@@ -226,12 +226,14 @@ TEST(EventTimes, ReadBcdUpToTheFirstDigitThatIsNone)
 
 TEST(EventTimes, SurviveAnyValue)
 {
-    EXPECT_EQ(CEventInfo::time_t_to_start_time(std::numeric_limits<long>::max()), 0U) << "no calendar year holds it";
-    EXPECT_EQ(CEventInfo::time_t_to_start_time(std::numeric_limits<long>::min()), 0U);
+    constexpr auto every_bit = std::numeric_limits<std::uint64_t>::max();
+    EXPECT_EQ(CEventInfo::time_t_to_start_time(std::numeric_limits<std::int64_t>::max()), 0U)
+        << "no calendar year holds it";
+    EXPECT_EQ(CEventInfo::time_t_to_start_time(std::numeric_limits<std::int64_t>::min()), 0U);
     for (unsigned shift = 0; shift < 64; ++shift) {
-        static_cast<void>(CEventInfo::start_time_to_time_t(1UL << shift));
-        static_cast<void>(CEventInfo::start_time_to_time_t(~0UL >> shift));
-        static_cast<void>(CEventInfo::time_t_to_start_time(static_cast<long>(~0UL >> shift)));
-        static_cast<void>(CEventInfo::time_t_to_start_time(-static_cast<long>(~0UL >> 1 >> shift)));
+        static_cast<void>(CEventInfo::start_time_to_time_t(std::uint64_t{1} << shift));
+        static_cast<void>(CEventInfo::start_time_to_time_t(every_bit >> shift));
+        static_cast<void>(CEventInfo::time_t_to_start_time(static_cast<std::int64_t>(every_bit >> shift)));
+        static_cast<void>(CEventInfo::time_t_to_start_time(-static_cast<std::int64_t>(every_bit >> 1 >> shift)));
     }
 }
