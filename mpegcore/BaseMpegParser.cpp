@@ -82,19 +82,26 @@ unsigned long CBaseMpegParser::Process(unsigned char* data, unsigned long size)
     report(route, packet, unit);
 }
 
-inline void CBaseMpegParser::report(const PIDRoute& route, transport_packet& packet, CDataAccumulator* unit)
+inline void CBaseMpegParser::report_programs(const ProgramRoutes& programs, transport_packet& packet,
+                                             CDataAccumulator* unit)
 {
-    for (const ProgramRoute& program : route.programs) {
+    for (const auto& [pmt_PID, program] : programs) {
         CBaseStreamTypeMap* const stream = program.stream.get();
         if (stream == nullptr) {
-            report_without_stream(program, packet);
+            report_without_stream(pmt_PID, program, packet);
             continue;
         }
         if (unit != nullptr && unit->size != 0)
-            OnPES(program.pmt_PID, stream, unit->data, unit->size);
-        OnPES(program.pmt_PID, stream, &packet);
-        OnPES(program.pmt_PID, program.program_number, stream, &packet);
+            OnPES(pmt_PID, stream, unit->data, unit->size);
+        OnPES(pmt_PID, stream, &packet);
+        OnPES(pmt_PID, program.program_number, stream, &packet);
     }
+}
+
+inline void CBaseMpegParser::report(const PIDRoute& route, transport_packet& packet, CDataAccumulator* unit)
+{
+    if (route.programs)
+        report_programs(*route.programs, packet, unit);
     for (std::uint32_t count = route.EMM_count; count != 0; --count)
         OnEMM(&packet);
     onOtherPid(&packet);
@@ -267,7 +274,7 @@ inline void CBaseMpegParser::note_if_plain(const transport_packet& packet, std::
         return;
     const PIDRoute& route = m_routes[packet.PID];
     if (packet.PID == null_packet_PID || (m_PAT.valid != 0 && packet.PID > last_table_PID && !route.carries_PMT))
-        m_routes.set_plain(packet.PID, header, m_units_are_seen || route.programs.empty() || reports_units(), packet);
+        m_routes.set_plain(packet.PID, header, m_units_are_seen || !route.programs || reports_units(), packet);
 }
 
 /// That of m_record, which is still clear.
@@ -294,7 +301,7 @@ bool CBaseMpegParser::pass_adaptation_field(transport_packet& packet)
     return true;
 }
 
-void CBaseMpegParser::report_without_stream(const ProgramRoute& route, transport_packet& packet)
+void CBaseMpegParser::report_without_stream(unsigned short pmt_PID, const ProgramRoute& route, transport_packet& packet)
 {
     if (route.pmt == nullptr) // gone since the packet came
         return;
@@ -303,7 +310,7 @@ void CBaseMpegParser::report_without_stream(const ProgramRoute& route, transport
         for (const auto& stream : route.pmt->wrapper()->current->streams)
             if (stream.first < pid_count) // an edited PMT may name others
                 m_PIDs[stream.first].putPCR(packet);
-        OnPES(route.pmt_PID, nullptr, &packet);
+        OnPES(pmt_PID, nullptr, &packet);
         return;
     }
     for (std::uint32_t count = route.CA_count; count != 0; --count)

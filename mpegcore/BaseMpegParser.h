@@ -171,7 +171,8 @@ private:
     void parse_PMT(unsigned short PID, CBaseMpegProgram& program);
     void route_packet(transport_packet& packet, CDataAccumulator* unit);
     void report(const PIDRoute& route, transport_packet& packet, CDataAccumulator* unit);
-    void report_without_stream(const ProgramRoute& route, transport_packet& packet);
+    void report_programs(const ProgramRoutes& programs, transport_packet& packet, CDataAccumulator* unit);
+    void report_without_stream(unsigned short pmt_PID, const ProgramRoute& route, transport_packet& packet);
 
     KnownTables<CPAT> m_knownPAT{m_PAT, known_tables_limit};
     KnownTables<CCAT> m_knownCAT{m_CAT, known_tables_limit};

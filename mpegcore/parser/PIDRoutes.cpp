@@ -2,8 +2,8 @@
 #include "mpegcore/parser/PIDRoutes.h"
 #include "mpegcore/zqdescriptorlist.h"
 
-#include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace mpegcore
 {
@@ -23,12 +23,6 @@ void for_each_CA_PID(const ZQDescriptorList& descriptors, Visit visit)
         if (const auto* ca = dynamic_cast<const CA_descriptor*>(descriptor.get()))
             visit(static_cast<unsigned short>(ca->CA_PID & (pid_count - 1)));
     }
-}
-
-auto position_of(std::vector<ProgramRoute>& programs, unsigned short pmt_PID)
-{
-    return std::lower_bound(programs.begin(), programs.end(), pmt_PID,
-                            [](const ProgramRoute& route, unsigned short PID) { return route.pmt_PID < PID; });
 }
 } // namespace
 
@@ -85,17 +79,31 @@ void PIDRoutes::set_PMT(unsigned short pmt_PID, const CarriedPMT& pmt)
 {
     forget_plain();
     drop_lost_PMTs();
-    remove_PMT(pmt_PID);
+    // Most PMTs change in other things than their PIDs, so what stays is not taken out and put in again.
     auto& PIDs = m_program_PIDs[pmt_PID];
-    const auto route_of = [&](unsigned short PID) -> ProgramRoute& {
-        PIDs.push_back(PID);
-        return find_or_add(PID, pmt_PID, pmt);
-    };
+    const auto PIDs_before = std::exchange(PIDs, {});
+    for (const unsigned short PID : PIDs_before)
+        if (ProgramRoute* const route = find(PID, pmt_PID))
+            *route = ProgramRoute{};
     const CPMT& table = *pmt.wrapper()->current;
+    const auto route_of = [&](unsigned short PID) -> ProgramRoute& {
+        auto& programs = used(PID).programs;
+        if (!programs)
+            programs = std::make_unique<ProgramRoutes>();
+        ProgramRoute& route = (*programs)[pmt_PID];
+        if (route.pmt == nullptr)
+            PIDs.push_back(PID);
+        route.pmt = &pmt;
+        route.program_number = table.program_number;
+        return route;
+    };
     for (const auto& entry : table.streams)
         route_of(entry.first).stream = entry.second;
     route_of(table.PCR_PID).is_PCR_PID = true;
     for_each_CA_PID(table.descriptors, [&](unsigned short PID) { ++route_of(PID).CA_count; });
+    for (const unsigned short PID : PIDs_before)
+        if (const ProgramRoute* const route = find(PID, pmt_PID); route != nullptr && route->pmt == nullptr)
+            remove(PID, pmt_PID);
 }
 
 void PIDRoutes::lose_PMT(unsigned short pmt_PID)
@@ -106,13 +114,12 @@ void PIDRoutes::lose_PMT(unsigned short pmt_PID)
     forget_plain();
     m_lost_PMTs.push_back(pmt_PID);
     for (const unsigned short PID : PIDs->second) {
-        auto& programs = m_routes[PID].programs;
-        const auto position = position_of(programs, pmt_PID);
-        if (position == programs.end() || position->pmt_PID != pmt_PID)
+        ProgramRoute* const route = find(PID, pmt_PID);
+        if (route == nullptr)
             continue;
-        position->pmt = nullptr;
-        if (position->stream)
-            m_lost_streams.push_back(std::move(position->stream));
+        route->pmt = nullptr;
+        if (route->stream)
+            m_lost_streams.push_back(std::move(route->stream));
     }
 }
 
@@ -155,10 +162,10 @@ void PIDRoutes::set_plain(unsigned short PID, std::uint32_t header, bool collect
     route.collects = collects;
     std::memcpy(route.plain_fields.data(), &record, route.plain_fields.size());
     route.stream = nullptr;
-    if (route.programs.size() != 1 || route.EMM_count != 0 || PID == null_packet_PID)
+    if (!route.programs || route.programs->size() != 1 || route.EMM_count != 0 || PID == null_packet_PID)
         return;
-    const ProgramRoute& program = route.programs.front();
-    route.pmt_PID = program.pmt_PID;
+    const auto& [pmt_PID, program] = *route.programs->begin();
+    route.pmt_PID = pmt_PID;
     route.program_number = program.program_number;
     route.stream = program.stream.get();
 }
@@ -181,17 +188,13 @@ PIDRoute& PIDRoutes::used(unsigned short PID)
     return route;
 }
 
-ProgramRoute& PIDRoutes::find_or_add(unsigned short PID, unsigned short pmt_PID, const CarriedPMT& pmt)
+ProgramRoute* PIDRoutes::find(unsigned short PID, unsigned short pmt_PID)
 {
-    auto& programs = used(PID).programs;
-    const auto position = position_of(programs, pmt_PID);
-    if (position != programs.end() && position->pmt_PID == pmt_PID)
-        return *position;
-    ProgramRoute route;
-    route.pmt_PID = pmt_PID;
-    route.program_number = pmt.wrapper()->current->program_number;
-    route.pmt = &pmt;
-    return *programs.insert(position, std::move(route));
+    const auto& programs = m_routes[PID].programs;
+    if (!programs)
+        return nullptr;
+    const auto found = programs->find(pmt_PID);
+    return found == programs->end() ? nullptr : &found->second;
 }
 
 void PIDRoutes::remove_PMT(unsigned short pmt_PID)
@@ -207,8 +210,7 @@ void PIDRoutes::remove_PMT(unsigned short pmt_PID)
 void PIDRoutes::remove(unsigned short PID, unsigned short pmt_PID)
 {
     auto& programs = m_routes[PID].programs;
-    const auto position = position_of(programs, pmt_PID);
-    if (position != programs.end() && position->pmt_PID == pmt_PID)
-        programs.erase(position);
+    if (programs && programs->erase(pmt_PID) != 0 && programs->empty())
+        programs = nullptr;
 }
 } // namespace mpegcore

@@ -52,13 +52,15 @@ private:
 /// What one PMT says of one PID. The first of these that holds for a packet decides, as in the order below.
 struct ProgramRoute
 {
-    unsigned short pmt_PID = 0;
     unsigned short program_number = 0;
     const CarriedPMT* pmt = nullptr;            ///< what was read on that PID; null once its wrapper is gone
     std::shared_ptr<CBaseStreamTypeMap> stream; ///< its stream entry, when the PID is an elementary_PID
     bool is_PCR_PID = false;
     std::uint32_t CA_count = 0; ///< CA descriptors of the program loop that name the PID
 };
+
+/// By pmt_PID, in whose order they are reported. A tree: thousands of PMTs may name one PID, and change all the time.
+using ProgramRoutes = std::map<unsigned short, ProgramRoute>;
 
 /// Before the first plain packet; with the bits of a continuity_counter set, it is no packet's.
 constexpr std::uint32_t no_plain_header = 0xFFFFFFFF;
@@ -67,11 +69,11 @@ constexpr std::uint32_t no_plain_header = 0xFFFFFFFF;
 struct alignas(64) PIDRoute
 {
     bool is_used = false;
-    bool carries_PMT = false;           ///< in the PAT
-    bool collects = true;               ///< plain packets into payload units
-    std::uint32_t EMM_count = 0;        ///< CA descriptors of the CAT that name the PID
-    std::vector<ProgramRoute> programs; ///< ascending by pmt_PID
-    std::unique_ptr<CarriedPMT> pmt;    ///< if the PID ever was in the PAT
+    bool carries_PMT = false;                ///< in the PAT
+    bool collects = true;                    ///< plain packets into payload units
+    std::uint32_t EMM_count = 0;             ///< CA descriptors of the CAT that name the PID
+    std::unique_ptr<ProgramRoutes> programs; ///< null: no PMT names the PID
+    std::unique_ptr<CarriedPMT> pmt;         ///< if the PID ever was in the PAT
     /// The header, continuity_counter apart, of the last plain packet, with which nothing is to be done but to collect
     /// and to report it. What follows holds for those packets.
     std::uint32_t plain_header = no_plain_header;
@@ -114,7 +116,7 @@ public:
 private:
     friend class CarriedPMT;
 
-    ProgramRoute& find_or_add(unsigned short PID, unsigned short pmt_PID, const CarriedPMT& pmt);
+    ProgramRoute* find(unsigned short PID, unsigned short pmt_PID);
     void remove_PMT(unsigned short pmt_PID);
     void remove(unsigned short PID, unsigned short pmt_PID);
 
