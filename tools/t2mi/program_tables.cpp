@@ -4,7 +4,6 @@
 #include "mpegcore/PAT.h"
 #include "mpegcore/PMT.h"
 
-#include <algorithm>
 #include <memory>
 
 namespace t2mi
@@ -13,6 +12,7 @@ namespace
 {
 constexpr unsigned long section_capacity = mpegcore::ts_payload_size;
 constexpr std::uint8_t private_data_stream = 0x06;
+constexpr std::uint16_t PAT_PID = 0x0000;
 constexpr std::uint16_t no_PCR = 0x1FFF;
 
 /// The fields that PAT and PMT have in common.
@@ -26,23 +26,16 @@ void fill_header(Table& table, std::uint8_t table_id)
     table.current_next_indicator = 1;
 }
 
-/// The section behind a pointer_field of 0. A section of one entry fits in any case.
+/// A section of one entry fits in any case.
 template <class Table>
-ts_packet render_packet(std::uint16_t PID, Table& table)
+std::vector<unsigned char> render_section(Table& table)
 {
-    ts_packet packet;
-    packet.fill(0xFF);
-    packet[0] = mpegcore::ts_sync_byte;
-    packet[1] = static_cast<unsigned char>(0x40 | PID >> 8);
-    packet[2] = static_cast<unsigned char>(PID);
-    packet[3] = 0x1F; // the first sending steps the counter to 0
-    packet[4] = 0;
-    if (table.RenderTable())
-        std::copy_n(table.buffer, table.used, packet.begin() + 5);
-    return packet;
+    if (!table.RenderTable())
+        return {};
+    return {table.buffer, table.buffer + table.used};
 }
 
-ts_packet render_PAT(const t2mi_options& options)
+std::vector<unsigned char> render_PAT(const t2mi_options& options)
 {
     mpegcore::CPAT pat(nullptr, section_capacity);
     fill_header(pat, 0x00);
@@ -51,10 +44,10 @@ ts_packet render_PAT(const t2mi_options& options)
     program.program_number = options.program_number;
     program.reserved = 7;
     program.PID = options.pmt_PID;
-    return render_packet(0x0000, pat);
+    return render_section(pat);
 }
 
-ts_packet render_PMT(const t2mi_options& options)
+std::vector<unsigned char> render_PMT(const t2mi_options& options)
 {
     mpegcore::CPMT pmt(nullptr, section_capacity);
     fill_header(pmt, 0x02);
@@ -68,17 +61,18 @@ ts_packet render_PMT(const t2mi_options& options)
     stream->elementary_PID = options.t2mi_PID;
     stream->reserved2 = 0xF;
     pmt.streams[options.t2mi_PID] = stream;
-    return render_packet(options.pmt_PID, pmt);
+    return render_section(pmt);
 }
 } // namespace
 
-program_tables::program_tables(const t2mi_options& options) : m_packets{render_PAT(options), render_PMT(options)} {}
+program_tables::program_tables(const t2mi_options& options)
+    : m_tables{sent_table{render_PAT(options), mpegcore::SectionPacketizer(PAT_PID)},
+               sent_table{render_PMT(options), mpegcore::SectionPacketizer(options.pmt_PID)}}
+{}
 
 void program_tables::send(const ts_sink& sink)
 {
-    for (auto& packet : m_packets) {
-        packet[3] = static_cast<unsigned char>(0x10 | ((packet[3] + 1) & 0x0F));
-        sink(packet.data());
-    }
+    for (auto& table : m_tables)
+        static_cast<void>(table.packetizer.put(table.section.data(), table.section.size(), sink)); // it is a section
 }
 } // namespace t2mi

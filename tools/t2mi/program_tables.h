@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/sections/SectionPacketizer.h"
 #include "tools/t2mi/t2mi_options.h"
 #include "tools/t2mi/t2mi_packetizer.h"
 
 #include <array>
+#include <vector>
 
 namespace t2mi
 {
@@ -18,6 +20,12 @@ public:
     void send(const ts_sink& sink);
 
 private:
-    std::array<ts_packet, 2> m_packets;
+    struct sent_table
+    {
+        std::vector<unsigned char> section;
+        mpegcore::SectionPacketizer packetizer;
+    };
+
+    std::array<sent_table, 2> m_tables;
 };
 } // namespace t2mi

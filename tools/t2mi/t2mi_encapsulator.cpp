@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tools/t2mi/t2mi_encapsulator.h"
 
+#include "mpegcore/PacketTime.h"
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -85,11 +87,7 @@ std::chrono::nanoseconds t2mi_encapsulator::lead() const
 {
     if (m_options.bitrate == 0)
         return 0ns;
-    const std::uint64_t bits = m_packets_sent * bits_a_packet;
-    const std::chrono::seconds whole(bits / m_options.bitrate);
-    // Below 10^10 bits of rest the product stays within 64 bits.
-    const std::chrono::nanoseconds part(bits % m_options.bitrate * 1'000'000'000 / m_options.bitrate);
-    return whole + part - m_time;
+    return mpegcore::packets_time(m_packets_sent, m_options.bitrate) - m_time;
 }
 
 void t2mi_encapsulator::send(const unsigned char* packet)
