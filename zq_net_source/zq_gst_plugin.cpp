@@ -4,5 +4,5 @@
 static gboolean plugin_init(GstPlugin* plugin) { return zq_register_elements(plugin); }
 
 #define PACKAGE "zqnetsource"
-GST_PLUGIN_DEFINE(1, 20, zqnetsource, "Template zqnetsource", plugin_init, "1.20.1", "LGPL", "Gst ZQ Network Source",
+GST_PLUGIN_DEFINE(1, 20, zqnetsource, "Template zqnetsource", plugin_init, ZQ_VERSION, "LGPL", "Gst ZQ Network Source",
                   "Quillmark")

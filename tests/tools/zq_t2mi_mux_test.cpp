@@ -181,7 +181,7 @@ TEST_F(Mux, ShowsOnATerminalHowFarALongJobIsAndTidiesUp)
 {
     make_file("in.ts", 1500);
     const auto at_terminal = [&](const std::string& options) {
-        const std::string job = "(cat in.ts; sleep 1; cat in.ts) | " ZQ_T2MI_MUX " --plp 0=- --output out.ts" + options;
+        const std::string job = "(cat in.ts; sleep 1; cat in.ts) | '" ZQ_T2MI_MUX "' --plp 0=- --output out.ts" + options;
         return shell("script -qec '" + job + "' /dev/null").text;
     };
     const std::string shown = at_terminal("");
@@ -198,7 +198,7 @@ TEST_F(Mux, NeedsNoMoreMemoryForALongerInput)
 #endif
     make_file("in.ts", 5000);
     const auto result = shell("i=0; while [ $i -lt 100 ]; do cat in.ts; i=$((i + 1)); done | "
-                              "(ulimit -v 40000; exec " ZQ_T2MI_MUX " --plp 0=- --output /dev/null)");
+                              "(ulimit -v 40000; exec '" ZQ_T2MI_MUX "' --plp 0=- --output /dev/null)");
     EXPECT_EQ(result.exit_code, 0) << "94 MB within 40 MB of address space";
     EXPECT_EQ(result.text, "");
 }

@@ -114,7 +114,7 @@ TEST(Plugin, RegistersStaticallyUnderTheSameName)
 
 TEST(Plugin, ExportsItsTwoEntryPointsAndNothingElse)
 {
-    std::istringstream lines{output_of("nm -D --defined-only " ZQ_PLUGIN)};
+    std::istringstream lines{output_of("nm -D --defined-only '" ZQ_PLUGIN "'")};
     std::vector<std::string> names;
     for (std::string address, type, name; lines >> address >> type >> name;)
         names.push_back(name);
