@@ -7,12 +7,12 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-if(NOT CMAKE_BUILD_TYPE)
+if(NOT CMAKE_BUILD_TYPE AND PROJECT_IS_TOP_LEVEL)
     set(CMAKE_BUILD_TYPE RelWithDebInfo)
 endif()
 
 # Messages that carry __FILE__ name the path inside the source tree, wherever it was built.
-add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
     -Wcast-align -Wimplicit-fallthrough)
 if(ZQ_WERROR)
