@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "mpegcore/syntax/Record.h"
+#include "mpegcore/t2mi/DVBT2Timestamp.h"
+#include "mpegcore/t2mi/L1Current.h"
+#include "mpegcore/t2mi/T2MIHeader.h"
+
+#include <array>
+
+namespace mpegcore
+{
+bool is_known_T2MI_packet_type(std::uint8_t packet_type)
+{
+    switch (static_cast<T2MIPacketType>(packet_type)) {
+    case T2MIPacketType::baseband_frame:
+    case T2MIPacketType::auxiliary_stream:
+    case T2MIPacketType::arbitrary_cells:
+    case T2MIPacketType::L1_current:
+    case T2MIPacketType::L1_future:
+    case T2MIPacketType::P2_bias_balancing:
+    case T2MIPacketType::DVB_T2_timestamp:
+    case T2MIPacketType::individual_addressing:
+    case T2MIPacketType::FEF_null:
+    case T2MIPacketType::FEF_IQ:
+    case T2MIPacketType::FEF_composite:
+    case T2MIPacketType::FEF_sub_part:
+        return true;
+    }
+    return false;
+}
+
+std::uint32_t DVBT2Timestamp::subseconds_per_second() const
+{
+    constexpr std::array<std::uint32_t, 6> millions{131, 40, 48, 56, 64, 80};
+    return bw < millions.size() ? millions[bw] * 1000000 : 0;
+}
+
+bool L1Current::read(const unsigned char* payload, std::size_t size) { return read_record(*this, payload, size); }
+
+std::vector<unsigned char> L1Current::payload() const
+{
+    constexpr std::size_t longest = 8192; // that payload_len can announce
+    std::vector<unsigned char> bytes(longest);
+    bytes.resize(write_record(*this, bytes.data(), bytes.size()));
+    return bytes;
+}
+
+void L1Current::measure()
+{
+    L1PRE.NUM_RF = static_cast<std::uint8_t>(L1CONF.RFs.size());
+    L1CONF.NUM_PLP = static_cast<std::uint8_t>(L1CONF.PLPs.size());
+    L1CONF.NUM_AUX = static_cast<std::uint8_t>(L1CONF.AUXs.size());
+    L1CONF_LEN = static_cast<std::uint16_t>(configurable_bits());
+    L1DYN_CURR_LEN = static_cast<std::uint16_t>(dynamic_bits());
+    L1PRE.L1_POST_EXTENSION = L1EXT_LEN != 0 ? 1 : 0;
+    L1PRE.L1_POST_INFO_SIZE = std::uint32_t{L1CONF_LEN} + L1DYN_CURR_LEN + L1EXT_LEN;
+}
+} // namespace mpegcore
