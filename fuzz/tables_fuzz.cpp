@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The first byte picks a table class, the rest is a section whose length and CRC_32 are put right. What is read must
 // render, and what was rendered must read and render to the same bytes again.
+#include "fuzz/RepairedSection.h"
 #include "mpegcore/BAT.h"
 #include "mpegcore/CAT.h"
-#include "mpegcore/CRC.h"
 #include "mpegcore/EIT.h"
 #include "mpegcore/NIT.h"
 #include "mpegcore/PAT.h"
@@ -23,8 +23,6 @@ namespace
 {
 using namespace mpegcore;
 
-constexpr std::size_t largest = 1024;
-
 void require(bool held)
 {
     if (!held)
@@ -34,7 +32,7 @@ void require(bool held)
 template <class Table>
 Table& scratch(unsigned which)
 {
-    static Table tables[2]{{nullptr, largest}, {nullptr, largest}};
+    static Table tables[2]{{nullptr, zqfuzz::largest_section}, {nullptr, zqfuzz::largest_section}};
     tables[which].Clear();
     return tables[which];
 }
@@ -81,25 +79,9 @@ constexpr std::array<target, 10> targets{
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    if (size < 4 || size > 1 + largest - 4)
+    if (!zqfuzz::RepairedSection::takes(size))
         return 0;
-    std::array<unsigned char, largest> section;
-    const std::size_t body = size - 1;
-    std::memcpy(section.data(), data + 1, body);
-    const unsigned pick = data[0];
-    if (pick % 10 == 1) {
-        section[0] = 0x02;
-        section[1] &= 0xBF;
-    }
-    // With a high first byte the length stays as the input has it.
-    if (pick < 0xC8) {
-        const std::size_t length = body + 4 - 3;
-        section[1] = static_cast<unsigned char>((section[1] & 0xF0U) | length >> 8);
-        section[2] = static_cast<unsigned char>(length);
-    }
-    const std::uint32_t crc = crc32_mpeg2(section.data(), body);
-    for (unsigned at = 0; at < 4; ++at)
-        section[body + at] = static_cast<unsigned char>(crc >> (24 - 8 * at));
-    targets[pick % 10](section.data(), body + 4);
+    const zqfuzz::RepairedSection section(data, size, targets.size());
+    targets[section.pick](section.bytes.data(), section.size);
     return 0;
 }

@@ -2,6 +2,7 @@
 #include "mpegcore/BaseMpegTable.h"
 
 #include "mpegcore/CRC.h"
+#include "mpegcore/syntax/Syntax.h"
 
 #include <algorithm>
 
@@ -31,21 +32,22 @@ bool CBaseMpegTable::read(Reader& reader)
     table_id = section_syntax_indicator = private_indicator = reserved = 0;
     section_length = 0;
     // A short header leaves its later fields zero; the result says nothing about it.
-    static_cast<void>(reader.getBits<8>(table_id) && reader.getBits<1>(section_syntax_indicator) &&
-                      reader.getBits<1>(private_indicator) && reader.getBits<2>(reserved) &&
-                      reader.getBits<12>(section_length));
+    SyntaxReader io(reader);
+    static_cast<void>(header(*this, io));
     return true;
 }
 
 bool CBaseMpegTable::write(Writer& writer)
 {
     section_length = static_cast<std::uint16_t>(calc_section_length());
-    writer.putBits<8>(table_id);
-    writer.putBits<1>(section_syntax_indicator & 0x1U);
-    writer.putBits<1>(private_indicator & 0x1U);
-    writer.putBits<2>(reserved & 0x3U);
-    writer.putBits<12>(section_length & 0xFFFU);
+    SyntaxWriter io(writer);
+    static_cast<void>(header(static_cast<const CBaseMpegTable&>(*this), io));
     return true;
+}
+
+void CBaseMpegTable::print(FieldPrinter& printer) const
+{
+    print_section(printer, [](SyntaxPrinter&) { return true; });
 }
 
 bool CBaseMpegTable::AddData(const unsigned char* data, unsigned long len)

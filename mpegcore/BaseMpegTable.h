@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/syntax/SyntaxPrinter.h"
 #include "zqsdk/ZQBSReader.h"
 #include "zqsdk/ZQBSWriter.h"
 
@@ -32,6 +33,9 @@ public:
     virtual bool write(Writer& writer);
     /// The section_length that the contents need, in bytes.
     virtual std::uint32_t calc_section_length() const = 0;
+    /// Hands every field of the section to `printer`, in stream order and by their standard names; lengths and CRC_32
+    /// as they are stored. Here the common header.
+    virtual void print(FieldPrinter& printer) const;
 
     /// Appends `len` bytes to the buffer. False, and nothing is copied, without a buffer or when the buffer would
     /// become full: deliberately, its last byte is never filled.
@@ -88,6 +92,24 @@ protected:
     [[nodiscard]] bool render_section_without_crc(Body&& body)
     {
         return render_bytes(0, body);
+    }
+
+    /// The fields of the common header.
+    template <class Self, class Io>
+    static bool header(Self& t, Io& io)
+    {
+        return io.bits(8, "table_id", t.table_id) &&
+               io.bits(1, "section_syntax_indicator", t.section_syntax_indicator) &&
+               io.bits(1, "private_indicator", t.private_indicator) && io.bits(2, "reserved", t.reserved) &&
+               io.bits(12, "section_length", t.section_length);
+    }
+
+    /// Prints a section: the header, what `body` hands to the SyntaxPrinter that it is given.
+    template <class Body>
+    void print_section(FieldPrinter& printer, Body&& body) const
+    {
+        SyntaxPrinter io(printer);
+        static_cast<void>(header(*this, io) && body(io));
     }
 
     /// Copies the header fields, section_length among them.

@@ -35,6 +35,11 @@ bool CDescriptorTable::read(Reader& reader)
     });
 }
 
+void CDescriptorTable::print(FieldPrinter& printer) const
+{
+    print_section(printer, [this](SyntaxPrinter& io) { return syntax(*this, io) && io.bits(32, "CRC_32", CRC_32); });
+}
+
 std::uint32_t CDescriptorTable::calc_section_length() const { return fixed_length + descriptors.getSize(); }
 
 bool CDescriptorTable::RenderTable()

@@ -17,6 +17,7 @@ public:
     /// table_id is not checked. A section without descriptors leaves CRC_32 at 0; that is meant.
     bool read(Reader& reader) override;
     std::uint32_t calc_section_length() const override;
+    void print(FieldPrinter& printer) const override;
     /// False, with `used` 0, when the section does not fit `buffer` or 4095 bytes of section_length.
     [[nodiscard]] bool RenderTable();
 

@@ -54,6 +54,11 @@ bool CEIT::write(Writer& writer)
     return true;
 }
 
+void CEIT::print(FieldPrinter& printer) const
+{
+    print_section(printer, [this](SyntaxPrinter& io) { return syntax(*this, io) && io.bits(32, "CRC_32", CRC_32); });
+}
+
 std::uint32_t CEIT::calc_section_length() const
 {
     std::uint32_t length = fixed_length;

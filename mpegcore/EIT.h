@@ -22,6 +22,7 @@ public:
     /// writer is full.
     bool write(Writer& writer) override;
     std::uint32_t calc_section_length() const override;
+    void print(FieldPrinter& printer) const override;
     /// One section. False, with `used` 0, when it does not fit `buffer` or 4095 bytes of section_length.
     [[nodiscard]] bool RenderTable();
     void copyTo(CEIT* target) const;

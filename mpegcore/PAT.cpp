@@ -37,6 +37,11 @@ bool CPAT::read(Reader& reader)
     });
 }
 
+void CPAT::print(FieldPrinter& printer) const
+{
+    print_section(printer, [this](SyntaxPrinter& io) { return syntax(*this, io) && io.bits(32, "CRC_32", CRC_32); });
+}
+
 std::uint32_t CPAT::calc_section_length() const
 {
     return fixed_length + program_length * static_cast<std::uint32_t>(programs.size());

@@ -18,6 +18,7 @@ public:
     /// table_id is not checked. A section without a program leaves CRC_32 at 0; that is meant.
     bool read(Reader& reader) override;
     std::uint32_t calc_section_length() const override;
+    void print(FieldPrinter& printer) const override;
     /// False, with `used` 0, when the section does not fit `buffer` or 4095 bytes of section_length.
     [[nodiscard]] bool RenderTable();
     /// Programs of `target` stay, also in place of a copy under the same PID; that is meant.

@@ -49,6 +49,11 @@ bool CPMT::read(Reader& reader)
     });
 }
 
+void CPMT::print(FieldPrinter& printer) const
+{
+    print_section(printer, [this](SyntaxPrinter& io) { return syntax(*this, io) && io.bits(32, "CRC_32", CRC_32); });
+}
+
 std::uint32_t CPMT::calc_section_length() const
 {
     std::uint32_t length = fixed_length + descriptors.getSize();

@@ -48,6 +48,7 @@ public:
     /// Refuses a table_id other than 0x02 and a set private_indicator; section_syntax_indicator is not checked.
     bool read(Reader& reader) override;
     std::uint32_t calc_section_length() const override;
+    void print(FieldPrinter& printer) const override;
     /// False, with `used` 0, when the section does not fit `buffer` or 4095 bytes of section_length.
     [[nodiscard]] bool RenderTable();
     void copyTo(CPMT* target) const;

@@ -46,6 +46,11 @@ bool CSDT::read(Reader& reader)
     });
 }
 
+void CSDT::print(FieldPrinter& printer) const
+{
+    print_section(printer, [this](SyntaxPrinter& io) { return syntax(*this, io) && io.bits(32, "CRC_32", CRC_32); });
+}
+
 std::uint32_t CSDT::calc_section_length() const
 {
     std::uint32_t length = fixed_length;

@@ -51,6 +51,7 @@ public:
     void Clear() override;
     bool read(Reader& reader) override;
     std::uint32_t calc_section_length() const override;
+    void print(FieldPrinter& printer) const override;
     /// Always one section. False, with `used` 0, when it does not fit `buffer` or 4095 bytes of section_length.
     [[nodiscard]] bool RenderTable();
     void copyTo(CSDT* target) const;

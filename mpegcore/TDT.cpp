@@ -25,6 +25,11 @@ bool CTDT::read(Reader& reader)
     return CBaseMpegTable::read(reader) && reader.availableBytes() >= UTC_time_size && reader.getBits<40>(UTC_time);
 }
 
+void CTDT::print(FieldPrinter& printer) const
+{
+    print_section(printer, [this](SyntaxPrinter& io) { return io.time("UTC_time", UTC_time); });
+}
+
 std::uint32_t CTDT::calc_section_length() const { return UTC_time_size; }
 
 bool CTDT::RenderTable()

@@ -17,6 +17,7 @@ public:
     /// Ignores section_length; false only when fewer than 5 bytes follow the header.
     bool read(Reader& reader) override;
     std::uint32_t calc_section_length() const override;
+    void print(FieldPrinter& printer) const override;
     /// False, with `used` 0, when `buffer` has fewer than 8 bytes.
     [[nodiscard]] bool RenderTable();
     void copyTo(CTDT* target) const;

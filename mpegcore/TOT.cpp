@@ -46,6 +46,13 @@ bool CTOT::read(Reader& reader)
     });
 }
 
+void CTOT::print(FieldPrinter& printer) const
+{
+    print_section(printer, [this](SyntaxPrinter& io) {
+        return fields(*this, io) && io.descriptors(0, "descriptors", descriptors) && io.bits(32, "CRC_32", CRC_32);
+    });
+}
+
 std::uint32_t CTOT::calc_section_length() const { return fixed_length + descriptors.getSize(); }
 
 bool CTOT::RenderTable()

@@ -18,6 +18,7 @@ public:
     /// and those behind it are 0 then.
     bool read(Reader& reader) override;
     std::uint32_t calc_section_length() const override;
+    void print(FieldPrinter& printer) const override;
     /// Sets descriptors_loop_length. False, with `used` 0, when the section does not fit `buffer` or 4095 bytes of
     /// section_length.
     [[nodiscard]] bool RenderTable();

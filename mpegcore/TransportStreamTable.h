@@ -42,6 +42,7 @@ public:
     void Clear() override;
     bool read(Reader& reader) override;
     std::uint32_t calc_section_length() const override;
+    void print(FieldPrinter& printer) const override;
     /// Bytes of the transport stream loop.
     std::uint32_t calc_transport_stream_loop_length() const;
     /// One section. False, with `used` 0, when it does not fit `buffer` or 4095 bytes of section_length.

@@ -32,9 +32,13 @@ bool base_descriptor::write(ZQSDK::ZQBSWriterT<unsigned char*>& writer) const
 {
     SyntaxWriter io(writer);
     // Deliberately true even when the writer is full; typed classes are the ones that report it.
-    static_cast<void>(io.bits(8, "descriptor_tag", descriptor_tag) &&
-                      io.bits(8, "descriptor_length", descriptor_length) &&
-                      io.bytes(descriptor_length, "payload", payload));
+    static_cast<void>(tag_and_length(*this, io) && io.bytes(descriptor_length, "payload", payload));
     return true;
+}
+
+void base_descriptor::print(FieldPrinter& printer) const
+{
+    SyntaxPrinter io(printer);
+    static_cast<void>(tag_and_length(*this, io) && io.bytes(descriptor_length, "payload", payload));
 }
 } // namespace mpegcore

@@ -34,6 +34,8 @@ public:
     /// Here tag and length only; the list reads the body of a generic descriptor. False when the data end before
     /// descriptor_length bytes of body, or, in a typed class, before its last field.
     virtual bool read(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
+    /// Hands tag, stored length and every field to `printer`, in stream order and by their standard names.
+    virtual void print(FieldPrinter& printer) const;
 
     std::uint8_t descriptor_tag = 0;
     /// Bytes of the body as read, or as set by whoever builds the descriptor.
@@ -42,6 +44,12 @@ public:
     ZQSDK::ZQAlignMemory<unsigned char> payload;
 
 protected:
+    template <class Self, class Io>
+    static bool tag_and_length(Self& d, Io& io)
+    {
+        return io.bits(8, "descriptor_tag", d.descriptor_tag) && io.bits(8, "descriptor_length", d.descriptor_length);
+    }
+
     explicit base_descriptor(std::uint8_t tag) : descriptor_tag(tag) {}
 };
 
@@ -68,7 +76,7 @@ public:
     bool write(ZQSDK::ZQBSWriterT<unsigned char*>& writer) const override
     {
         SyntaxWriter io(writer);
-        if (!io.bits(8, "descriptor_tag", descriptor_tag) || !io.bits(8, "descriptor_length", descriptor_length))
+        if (!tag_and_length(*this, io))
             return false;
         io.open_body(descriptor_length);
         return Self::syntax(static_cast<const Self&>(*this), io);
@@ -81,6 +89,16 @@ public:
         SyntaxReader io(reader);
         io.open_body(descriptor_length);
         return Self::syntax(static_cast<Self&>(*this), io);
+    }
+
+    void print(FieldPrinter& printer) const override
+    {
+        SyntaxPrinter io(printer);
+        if (!tag_and_length(*this, io))
+            return;
+        io.open_body(descriptor_length);
+        static_cast<void>(Self::syntax(static_cast<const Self&>(*this), io) &&
+                          (payload.size() == 0 || io.bytes(payload.size(), "payload", payload)));
     }
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/syntax/SyntaxBody.h"
+#include "mpegcore/syntax/SyntaxPrinter.h"
 #include "mpegcore/syntax/SyntaxReader.h"
 #include "mpegcore/syntax/SyntaxWriter.h"
 
@@ -10,6 +11,7 @@
 //     static bool syntax(Self& d, Io& io) { return io.bits(3, "reserved", d.reserved) && io.bits(13, "CA_PID",
 //     d.CA_PID); }
 //
-// which reads when Io is a SyntaxReader and writes when Io is a SyntaxWriter (Self is const then). All walkers offer
+// which reads when Io is a SyntaxReader, writes when Io is a SyntaxWriter and prints when Io is a SyntaxPrinter (Self is
+// const for these two). All walkers offer
 // the same verbs; each returns false when the data, or the room, ran out. Lengths and counts are members like all
 // others: they are written as stored, while vectors are written as long as they are.

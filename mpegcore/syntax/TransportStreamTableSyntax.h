@@ -46,6 +46,12 @@ bool CTransportStreamTable<Table, Entry>::read(Reader& reader)
 }
 
 template <class Table, class Entry>
+void CTransportStreamTable<Table, Entry>::print(FieldPrinter& printer) const
+{
+    print_section(printer, [this](SyntaxPrinter& io) { return syntax(table(), io) && io.bits(32, "CRC_32", CRC_32); });
+}
+
+template <class Table, class Entry>
 std::uint32_t CTransportStreamTable<Table, Entry>::calc_transport_stream_loop_length() const
 {
     std::uint32_t length = 0;

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// A section as in the tables target, read into a table and printed; the first classes are tables, the last two read the
+// bytes as a loop of descriptors. Whatever the bytes, JSON is one valid line without a key twice in an object, and text
+// has no control characters but line breaks.
+#include "fuzz/RepairedSection.h"
+#include "mpegcore/BAT.h"
+#include "mpegcore/CAT.h"
+#include "mpegcore/EIT.h"
+#include "mpegcore/NIT.h"
+#include "mpegcore/PAT.h"
+#include "mpegcore/PMT.h"
+#include "mpegcore/SDT.h"
+#include "mpegcore/TDT.h"
+#include "mpegcore/TOT.h"
+#include "mpegcore/TSDT.h"
+#include "mpegcore/TablePrinter.h"
+#include "support/StrictJson.h"
+
+#include <array>
+#include <cstdlib>
+#include <vector>
+
+namespace
+{
+using namespace mpegcore;
+using zqfuzz::RepairedSection;
+
+void require(bool held)
+{
+    if (!held)
+        std::abort();
+}
+
+template <class Structure>
+void print(const Structure& structure)
+{
+    require(zqtest::strict_json(to_json(structure)).has_value());
+    for (const char letter : to_text(structure))
+        require(letter == '\n' || static_cast<unsigned char>(letter) >= 0x20);
+}
+
+template <class Table>
+void print_table(RepairedSection& section)
+{
+    Table table(nullptr, zqfuzz::largest_section);
+    typename Table::Reader reader(section.bytes.data(), section.size);
+    // What is refused has kept its fields up to the bad one, which must print, too.
+    static_cast<void>(table.read(reader));
+    print(static_cast<const CBaseMpegTable&>(table));
+}
+
+template <ZQDescriptorType Type>
+void print_descriptors(RepairedSection& section)
+{
+    ZQDescriptorList list(Type);
+    ZQSDK::ZQBSReaderT<unsigned char*> reader(section.bytes.data(), section.size);
+    static_cast<void>(list.read(reader));
+    for (const auto& descriptor : list)
+        print(*descriptor);
+}
+
+using target = void (*)(RepairedSection&);
+constexpr std::array<target, 12> targets{print_table<CPAT>,
+                                         print_table<CPMT>,
+                                         print_table<CCAT>,
+                                         print_table<CTSDT>,
+                                         print_table<CNIT>,
+                                         print_table<CBAT>,
+                                         print_table<CSDT>,
+                                         print_table<CEIT>,
+                                         print_table<CTDT>,
+                                         print_table<CTOT>,
+                                         print_descriptors<ZQDescriptorType::TS>,
+                                         print_descriptors<ZQDescriptorType::SCTE35>};
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    if (!RepairedSection::takes(size))
+        return 0;
+    RepairedSection section(data, size, targets.size());
+    targets[section.pick](section);
+    return 0;
+}
