@@ -74,7 +74,7 @@ struct Filled
     template <class Class>
     static void append(ZQDescriptorList& list)
     {
-        // In a loop of transport streams a class of another dictionary would be taken for that of its tag.
+        // Only the classes of the dictionary that the rows read with.
         if (Class::places[0].dictionary != ZQDescriptorType::TS)
             return;
         auto descriptor = std::make_shared<Class>();
@@ -83,7 +83,7 @@ struct Filled
     }
 };
 
-// One of each class, as the tests fill it.
+// One of each class that this dictionary has, as the tests fill it.
 Loop every = mpegcore::descriptor_classes<Filled>::loop();
 
 void read_into(ZQDescriptorList& list, Loop& loop)

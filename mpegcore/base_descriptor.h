@@ -40,7 +40,8 @@ public:
     std::uint8_t descriptor_tag = 0;
     /// Bytes of the body as read, or as set by whoever builds the descriptor.
     std::uint8_t descriptor_length = 0;
-    /// The body of a generic descriptor; empty in typed classes.
+    /// The body of a generic descriptor. In typed classes what a loop by the standards has behind the syntax, up to
+    /// descriptor_length, and else empty.
     ZQSDK::ZQAlignMemory<unsigned char> payload;
 
 protected:
@@ -60,9 +61,18 @@ class typed_descriptor : public base_descriptor
 public:
     static constexpr std::uint8_t tag = Tag;
     /// Where the dictionaries find the class; a class that is to be found elsewhere states its own.
-    static constexpr auto places = places_of_tag(Tag, {ZQDescriptorType::TS});
+    static constexpr auto places = places_of_tag(Tag, {ZQDescriptorType::TS, ZQDescriptorType::Standard});
 
     typed_descriptor() : base_descriptor(Tag) {}
+    typed_descriptor(const typed_descriptor& other) : base_descriptor(Tag) { *this = other; }
+    typed_descriptor& operator=(const typed_descriptor& other)
+    {
+        descriptor_tag = other.descriptor_tag;
+        descriptor_length = other.descriptor_length;
+        if (payload.data() != nullptr || other.payload.data() != nullptr)
+            payload = other.payload;
+        return *this;
+    }
 
     std::shared_ptr<base_descriptor> create() const override { return std::make_shared<Self>(); }
 
@@ -79,13 +89,15 @@ public:
         if (!tag_and_length(*this, io))
             return false;
         io.open_body(descriptor_length);
-        return Self::syntax(static_cast<const Self&>(*this), io);
+        return Self::syntax(static_cast<const Self&>(*this), io) && io.bytes(payload.size(), "payload", payload);
     }
 
     bool read(ZQSDK::ZQBSReaderT<unsigned char*>& reader) override
     {
         if (!base_descriptor::read(reader))
             return false;
+        if (payload.data() != nullptr)
+            payload = {};
         SyntaxReader io(reader);
         io.open_body(descriptor_length);
         return Self::syntax(static_cast<Self&>(*this), io);
@@ -100,6 +112,23 @@ public:
         static_cast<void>(Self::syntax(static_cast<const Self&>(*this), io) &&
                           (payload.size() == 0 || io.bytes(payload.size(), "payload", payload)));
     }
+};
+
+/// A class that only the dictionary Standard has, beside the stated ones.
+template <class Self, std::uint8_t Tag>
+class standard_descriptor : public typed_descriptor<Self, Tag>
+{
+public:
+    static constexpr auto places = places_of_tag(Tag, {ZQDescriptorType::Standard});
+};
+
+/// The same behind the tag 0x7F.
+template <class Self, std::uint8_t Extension>
+class standard_extension : public typed_descriptor<Self, DescriptorPlace::extension_tag>
+{
+public:
+    static constexpr std::array places{
+        DescriptorPlace{ZQDescriptorType::Standard, DescriptorPlace::extension_tag, Extension}};
 };
 
 inline bool base_descriptor::read(ZQSDK::ZQBSReaderT<unsigned char*>& reader)

@@ -9,9 +9,35 @@ namespace mpegcore
 namespace
 {
 constexpr std::size_t usual_loop = 8;
+constexpr unsigned char private_data_specifier_tag = 0x5F;
+constexpr unsigned char first_private_tag = 0x80;
+constexpr std::uint32_t splice_identifier = 0x43554549; // "CUEI"
+
+bool is_by_the_standards(ZQDescriptorType type)
+{
+    return type == ZQDescriptorType::Standard || type == ZQDescriptorType::StandardSCTE35 ||
+           type == ZQDescriptorType::StandardAIT;
+}
 } // namespace
 
-/// What reads a descriptor: by its tag and, behind the tag 0x7F, by its extension.
+/// What is needed of a descriptor to choose its class.
+struct ZQDescriptorList::descriptor_start
+{
+    explicit descriptor_start(ZQSDK::ZQBSReaderT<unsigned char*> at)
+    {
+        static_cast<void>(at.getBits<8>(tag) && at.getBits<8>(length));
+        static_cast<void>(at.lookBits<8>(extension));
+        static_cast<void>(at.getBits<32>(first_word));
+    }
+
+    unsigned char tag = 0;
+    unsigned char length = 0;
+    /// The first byte of the body, and its first four; of no meaning when the body is shorter.
+    unsigned char extension = 0;
+    std::uint32_t first_word = 0;
+};
+
+/// What reads a descriptor: by its tag, behind the tag 0x7F by its extension, and behind a private tag by its owner.
 class ZQDescriptorList::dictionary
 {
 public:
@@ -30,6 +56,27 @@ public:
     constexpr read_one by_tag(unsigned char tag) const { return m_by_tag[tag]; }
     constexpr read_one by_extension(unsigned char extension) const { return m_by_extension[extension]; }
 
+    read_one by_private_tag(unsigned char tag, std::uint32_t specifier) const
+    {
+        for (std::size_t at = 0; at < m_private_count; ++at)
+            if (const private_row& row = m_private[at];
+                row.place.tag == tag && row.place.first_specifier <= specifier && specifier <= row.place.last_specifier)
+                return row.read;
+        return &ZQDescriptorList::add_generic;
+    }
+
+    /// What reads a descriptor that starts like this, in a loop by the standards.
+    read_one choose(ZQDescriptorType type, const descriptor_start& start, std::uint32_t specifier) const
+    {
+        if (type == ZQDescriptorType::StandardSCTE35 && (start.length < 4 || start.first_word != splice_identifier))
+            return &ZQDescriptorList::add_generic;
+        if (type != ZQDescriptorType::Standard || start.tag < DescriptorPlace::extension_tag)
+            return by_tag(start.tag);
+        if (start.tag >= first_private_tag)
+            return by_private_tag(start.tag, specifier);
+        return start.length == 0 ? &ZQDescriptorList::add_generic : by_extension(start.extension);
+    }
+
 private:
     constexpr dictionary()
     {
@@ -45,7 +92,9 @@ private:
         for (const DescriptorPlace& place : Class::places) {
             if (place.dictionary != type)
                 continue;
-            if (place.tag != DescriptorPlace::extension_tag)
+            if (type == ZQDescriptorType::Standard && place.tag >= first_private_tag)
+                m_private[m_private_count++] = {place, &ZQDescriptorList::add<Class>};
+            else if (place.tag != DescriptorPlace::extension_tag)
                 m_by_tag[place.tag] = &ZQDescriptorList::add<Class>;
             else
                 enter_extension(place.extension, &ZQDescriptorList::add<Class>);
@@ -65,9 +114,18 @@ private:
                 m_by_extension[other] = read;
     }
 
+    struct private_row
+    {
+        DescriptorPlace place;
+        read_one read = nullptr;
+    };
+
     std::array<read_one, 256> m_by_tag{};
     std::array<read_one, 256> m_by_extension{};
     std::array<bool, 256> m_extension_is_named{}; ///< the sanitizers' builds cannot compare functions while compiling
+    // Room enough, or the dictionary does not compile.
+    std::array<private_row, 16> m_private{};
+    std::size_t m_private_count = 0;
 };
 
 const ZQDescriptorList::dictionary& ZQDescriptorList::dictionary_of(ZQDescriptorType type)
@@ -75,7 +133,21 @@ const ZQDescriptorList::dictionary& ZQDescriptorList::dictionary_of(ZQDescriptor
     using classes = descriptor_classes<dictionary::of_classes>;
     static constexpr dictionary ts = classes::make(ZQDescriptorType::TS);
     static constexpr dictionary scte35 = classes::make(ZQDescriptorType::SCTE35);
-    return type == ZQDescriptorType::SCTE35 ? scte35 : ts;
+    static constexpr dictionary standard = classes::make(ZQDescriptorType::Standard);
+    static constexpr dictionary standard_scte35 = classes::make(ZQDescriptorType::StandardSCTE35);
+    static constexpr dictionary standard_ait = classes::make(ZQDescriptorType::StandardAIT);
+    switch (type) {
+    case ZQDescriptorType::SCTE35:
+        return scte35;
+    case ZQDescriptorType::Standard:
+        return standard;
+    case ZQDescriptorType::StandardSCTE35:
+        return standard_scte35;
+    case ZQDescriptorType::StandardAIT:
+        return standard_ait;
+    default:
+        return ts;
+    }
 }
 
 bool ZQDescriptorList::read(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
@@ -85,8 +157,9 @@ bool ZQDescriptorList::read(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
         return readTS(reader);
     case ZQDescriptorType::SCTE35:
         return readSCTE35(reader);
+    default:
+        return readStandard(reader, m_type);
     }
-    return false;
 }
 
 bool ZQDescriptorList::readTS(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
@@ -107,6 +180,40 @@ bool ZQDescriptorList::read_with(const dictionary& tags, ZQSDK::ZQBSReaderT<unsi
             return false;
     }
     return true;
+}
+
+bool ZQDescriptorList::readStandard(ZQSDK::ZQBSReaderT<unsigned char*>& reader, ZQDescriptorType type)
+{
+    if (!is_by_the_standards(type))
+        return false;
+    const dictionary& known = dictionary_of(type);
+    std::uint32_t specifier = 0;
+    while (reader.availableBytes() >= 2) {
+        const descriptor_start start(reader);
+        const read_one read_class = known.choose(type, start, specifier);
+        if (!reader.readLimited(2UL + start.length, [&](auto& whole) { return add_whole(read_class, whole); }))
+            return false;
+        if (start.tag == private_data_specifier_tag && start.length >= 4)
+            specifier = start.first_word;
+    }
+    return true;
+}
+
+bool ZQDescriptorList::add_whole(read_one read_class, ZQSDK::ZQBSReaderT<unsigned char*>& whole)
+{
+    const ZQSDK::ZQBSReaderT<unsigned char*> start = whole;
+    const std::size_t before = m_descriptors.size();
+    const std::size_t length = whole.availableBytes() - 2;
+    if ((this->*read_class)(whole)) {
+        base_descriptor& added = *m_descriptors.back();
+        SyntaxReader behind(whole);
+        // A class that cannot keep a body so long has shortened the length.
+        if (added.descriptor_length == length && behind.bytes(whole.availableBytes(), "payload", added.payload))
+            return true;
+    }
+    m_descriptors.resize(before);
+    whole = start;
+    return add_generic(whole);
 }
 
 bool ZQDescriptorList::add_generic(ZQSDK::ZQBSReaderT<unsigned char*>& reader)

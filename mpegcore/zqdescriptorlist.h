@@ -26,11 +26,16 @@ public:
     ZQDescriptorList& operator=(const ZQDescriptorList&) = delete;
 
     /// Appends the descriptors of a loop that is all that is left in `reader`. False when one of them does not parse;
-    /// those before it stay in the list. Deliberate: 1 or 2 bytes at the end are ignored, be they an empty descriptor.
+    /// those before it stay in the list. Deliberate: 1 or 2 bytes at the end are ignored, be they an empty descriptor,
+    /// unless the dictionary is one by the standards.
     [[nodiscard]] bool read(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     /// read() with a dictionary other than the list's own.
     [[nodiscard]] bool readTS(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     [[nodiscard]] bool readSCTE35(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
+    /// The same with one of the dictionaries by the standards. False when a descriptor_length runs past the loop, those
+    /// before it staying in the list, and with a `type` that is none of these. A last byte alone is left unread.
+    [[nodiscard]] bool readStandard(ZQSDK::ZQBSReaderT<unsigned char*>& reader,
+                                    ZQDescriptorType type = ZQDescriptorType::Standard);
 
     /// Reads one descriptor as a T, whatever its tag, and appends it. False, and nothing is appended, when that fails.
     template <class T>
@@ -76,10 +81,13 @@ private:
     using read_one = bool (ZQDescriptorList::*)(ZQSDK::ZQBSReaderT<unsigned char*>&);
     class dictionary;
 
+    struct descriptor_start;
+
     static const dictionary& dictionary_of(ZQDescriptorType type);
     bool read_with(const dictionary& tags, ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     bool add_generic(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     bool add_extension(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
+    bool add_whole(read_one read_class, ZQSDK::ZQBSReaderT<unsigned char*>& whole);
 
     container m_descriptors;
     const ZQDescriptorType m_type;

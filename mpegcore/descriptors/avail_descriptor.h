@@ -9,7 +9,8 @@ class avail_descriptor : public typed_descriptor<avail_descriptor, 0x00>
 {
 public:
     // Deliberate: the splice descriptor 0x00 is an avail descriptor in a transport stream loop too.
-    static constexpr auto places = places_of_tag(0x00, {ZQDescriptorType::TS, ZQDescriptorType::SCTE35});
+    static constexpr auto places =
+        places_of_tag(0x00, {ZQDescriptorType::TS, ZQDescriptorType::SCTE35, ZQDescriptorType::StandardSCTE35});
 
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)

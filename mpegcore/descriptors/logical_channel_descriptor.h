@@ -8,6 +8,13 @@ namespace mpegcore
 class logical_channel_descriptor : public typed_descriptor<logical_channel_descriptor, 0x83>
 {
 public:
+    // By the standard the tag is private: these are EACEM, the UK's DTT and the networks of Australia.
+    static constexpr int any = DescriptorPlace::any_extension;
+    static constexpr std::array places{DescriptorPlace{ZQDescriptorType::TS, 0x83},
+                                       DescriptorPlace{ZQDescriptorType::Standard, 0x83, any, 0x00000028, 0x00000028},
+                                       DescriptorPlace{ZQDescriptorType::Standard, 0x83, any, 0x0000233A, 0x0000233A},
+                                       DescriptorPlace{ZQDescriptorType::Standard, 0x83, any, 0x00003200, 0x0000320F}};
+
     struct entry
     {
         template <class Self, class Io>

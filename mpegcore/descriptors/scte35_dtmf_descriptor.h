@@ -8,7 +8,7 @@ namespace mpegcore
 class scte35_dtmf_descriptor : public typed_descriptor<scte35_dtmf_descriptor, 0x01>
 {
 public:
-    static constexpr auto places = places_of_tag(0x01, {ZQDescriptorType::SCTE35});
+    static constexpr auto places = places_of_tag(0x01, {ZQDescriptorType::SCTE35, ZQDescriptorType::StandardSCTE35});
 
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)

@@ -8,7 +8,7 @@ namespace mpegcore
 class scte35_segmentation_descriptor : public typed_descriptor<scte35_segmentation_descriptor, 0x02>
 {
 public:
-    static constexpr auto places = places_of_tag(0x02, {ZQDescriptorType::SCTE35});
+    static constexpr auto places = places_of_tag(0x02, {ZQDescriptorType::SCTE35, ZQDescriptorType::StandardSCTE35});
 
     struct component
     {

@@ -8,8 +8,9 @@ namespace mpegcore
 class teletext_descriptor : public typed_descriptor<teletext_descriptor, 0x56>
 {
 public:
-    static constexpr std::array places{DescriptorPlace{ZQDescriptorType::TS, 0x46},
-                                       DescriptorPlace{ZQDescriptorType::TS, 0x56}};
+    static constexpr std::array places{
+        DescriptorPlace{ZQDescriptorType::TS, 0x46}, DescriptorPlace{ZQDescriptorType::TS, 0x56},
+        DescriptorPlace{ZQDescriptorType::Standard, 0x46}, DescriptorPlace{ZQDescriptorType::Standard, 0x56}};
 
     struct entry
     {

@@ -2,6 +2,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 namespace mpegcore
 {
@@ -28,7 +29,15 @@ public:
         return walked;
     }
 
+    /// within() for an inner length that its contents must fill: a reader refuses it when `walk` ends before or behind.
+    template <class Walk>
+    bool exactly(std::size_t bytes, Walk&& walk)
+    {
+        return within(bytes, std::forward<Walk>(walk));
+    }
+
 protected:
+    bool body_is_at_its_end() const { return m_bits_left == 0; }
     void passed_bits(std::size_t count) { m_bits_left -= static_cast<std::int64_t>(count); }
     void passed_bytes(std::size_t count) { passed_bits(8 * count); }
 

@@ -119,6 +119,12 @@ public:
         return m_reader.readLimited(size, [&list](auto& loop) { return list.read(loop); });
     }
 
+    template <class Walk>
+    bool exactly(std::size_t bytes, Walk&& walk)
+    {
+        return within(bytes, [&] { return walk() && body_is_at_its_end(); });
+    }
+
 private:
     template <class Store>
     bool take(std::size_t count, Store&& store)

@@ -84,6 +84,12 @@ std::shared_ptr<T> golden_scte35(const Bytes& bytes)
     return golden<T>(mpegcore::ZQDescriptorType::SCTE35, bytes);
 }
 
+template <class T>
+std::shared_ptr<T> golden_standard(const Bytes& bytes)
+{
+    return golden<T>(mpegcore::ZQDescriptorType::Standard, bytes);
+}
+
 /// The first `count` bytes of `storage` as text.
 template <class Storage>
 std::string_view text(const Storage& storage, std::size_t count)

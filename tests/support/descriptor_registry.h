@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/zqdescriptorlist.h"
+#include "support/standard_fills.h"
 
 #include <algorithm>
 #include <memory>

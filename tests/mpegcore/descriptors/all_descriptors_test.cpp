@@ -255,10 +255,19 @@ TEST(DescriptorRegistry, HoldsNoMoreThanTheStatedClassesInTheStatedDictionaries)
 
 TEST(DescriptorRegistry, HasOneClassAtAPlace)
 {
-    std::set<std::tuple<ZQDescriptorType, int, int>> taken;
+    std::set<std::tuple<ZQDescriptorType, int, int, std::uint32_t>> taken;
     for (const Row& known : rows())
         for (const DescriptorPlace& place : known.places)
-            EXPECT_TRUE(taken.emplace(place.dictionary, place.tag, place.extension).second) << known.name;
+            EXPECT_TRUE(taken.emplace(place.dictionary, place.tag, place.extension, place.first_specifier).second)
+                << known.name;
+}
+
+Bytes written_specifier(std::uint32_t specifier)
+{
+    private_data_specifier_descriptor d;
+    d.private_data_specifier = specifier;
+    d.descriptor_length = 4;
+    return written(d);
 }
 
 constexpr int extension_of_nobody = 0xFE;
@@ -272,14 +281,15 @@ TEST_P(EveryDescriptor, IsChosenAtItsPlaces)
         if (place.tag == DescriptorPlace::extension_tag)
             bytes[2] = static_cast<unsigned char>(
                 place.extension == DescriptorPlace::any_extension ? extension_of_nobody : place.extension);
-        ExactBlock block(bytes);
+        const Bytes owner = place.first_specifier == 0 ? Bytes{} : written_specifier(place.first_specifier);
+        ExactBlock block(owner + bytes);
         auto reader = block.reader();
         ZQDescriptorList list(place.dictionary);
         EXPECT_TRUE(list.read(reader));
-        ASSERT_EQ(list.size(), 1U);
-        const base_descriptor& only = **list.begin();
-        EXPECT_EQ(std::type_index(typeid(only)), row.type);
-        EXPECT_EQ(written(list), bytes);
+        ASSERT_EQ(list.size(), owner.empty() ? 1U : 2U);
+        const base_descriptor& last = **(list.end() - 1);
+        EXPECT_EQ(std::type_index(typeid(last)), row.type);
+        EXPECT_EQ(written(list), owner + bytes);
     }
 }
 
@@ -299,7 +309,7 @@ std::string meaning(const std::string& name)
 {
     std::ifstream header(ZQ_SOURCE_DIR "/mpegcore/descriptors/" + name + ".h");
     std::string line, comment;
-    while (std::getline(header, line) && line.rfind("class " + name + " ", 0) != 0)
+    while (std::getline(header, line) && line != "class " + name && line.rfind("class " + name + " ", 0) != 0)
         comment = line.rfind("/// ", 0) == 0 ? comment + (comment.empty() ? "" : " ") + line.substr(4) : "";
     return comment;
 }
@@ -313,15 +323,30 @@ std::string tag_text(const DescriptorPlace& place)
     return text.str();
 }
 
+std::string owner_text(const DescriptorPlace& place)
+{
+    if (place.first_specifier == 0)
+        return "";
+    std::ostringstream text;
+    text << std::hex << std::uppercase << " behind 0x" << place.first_specifier;
+    if (place.last_specifier != place.first_specifier)
+        text << "-0x" << place.last_specifier;
+    return text.str();
+}
+
 /// The table of docs/descriptors.md as the registry has it: by tag, a line for each class and tag.
 std::string documented()
 {
-    constexpr std::array names{"TS", "SCTE35"};
+    const std::map<ZQDescriptorType, std::string> names{{ZQDescriptorType::TS, "TS"},
+                                                        {ZQDescriptorType::SCTE35, "SCTE35"},
+                                                        {ZQDescriptorType::Standard, "Standard"},
+                                                        {ZQDescriptorType::StandardSCTE35, "StandardSCTE35"},
+                                                        {ZQDescriptorType::StandardAIT, "StandardAIT"}};
     std::map<std::pair<std::string, std::string>, std::string> dictionaries;
     for (const Row& known : rows())
         for (const DescriptorPlace& place : known.places) {
             std::string& text = dictionaries[{tag_text(place), known.name}];
-            text += (text.empty() ? "" : ", ") + std::string(names.at(static_cast<std::size_t>(place.dictionary)));
+            text += (text.empty() ? "" : ", ") + names.at(place.dictionary) + owner_text(place);
         }
     std::string table = "| Tag | Class | Dictionaries | What it says |\n|---|---|---|---|\n";
     for (const auto& [where, text] : dictionaries)

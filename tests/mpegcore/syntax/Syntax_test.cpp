@@ -267,6 +267,22 @@ TEST(Syntax, GivesAnInnerBodyItsOwnCount)
     EXPECT_EQ(write_into(8, walk), (Bytes{9, 0x10, 0x02, 0x30, 0x04, 9}));
 }
 
+TEST(Syntax, RefusesAnInnerBodyThatItsContentsDoNotFill)
+{
+    Pair pair;
+    for (const std::size_t bytes : {1U, 2U, 3U})
+        read_from(
+            {0x12, 0x34, 0x56},
+            [&](SyntaxReader& io) { return io.exactly(bytes, [&] { return io.entry("pair", pair); }); }, bytes == 2);
+}
+
+TEST(Syntax, WritesAnInnerBodyAsItIsWhateverItsLength)
+{
+    const Pair pair{1, 0x234};
+    const auto walk = [&](SyntaxWriter& io) { return io.exactly(7, [&] { return io.entry("pair", pair); }); };
+    EXPECT_EQ(write_into(8, walk), (Bytes{0x12, 0x34}));
+}
+
 TEST(Syntax, ReadsADescriptorLoopOfExactlyItsLength)
 {
     ZQDescriptorList list(ZQDescriptorType::TS);
