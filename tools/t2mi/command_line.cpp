@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tools/t2mi/command_line.h"
 
+#include "tools/common/parse_number.h"
+
 #include <algorithm>
-#include <charconv>
 #include <functional>
 #include <limits>
 #include <string_view>
@@ -11,16 +12,7 @@ namespace t2mi
 {
 namespace
 {
-/// Decimal, or hexadecimal behind 0x. False when the text is anything else or exceeds the type.
-template <class T>
-bool parse_number(std::string_view text, T& number)
-{
-    const bool hexadecimal = text.substr(0, 2) == "0x" || text.substr(0, 2) == "0X";
-    if (hexadecimal)
-        text.remove_prefix(2);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, hexadecimal ? 16 : 10);
-    return error == std::errc{} && end == text.data() + text.size();
-}
+using tools::parse_number;
 
 bool parse_frame_size(std::string_view text, t2mi_options& options)
 {

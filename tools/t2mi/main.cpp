@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tools/common/progress_bar.h"
 #include "tools/t2mi/command_line.h"
 #include "tools/t2mi/input_clock.h"
-#include "tools/t2mi/progress_bar.h"
 #include "tools/t2mi/t2mi_encapsulator.h"
 #include "tools/t2mi/ts_file.h"
 
@@ -66,7 +66,7 @@ int multiplex(std::vector<plp_source>& sources, const t2mi::command_line& line, 
         total += source.file.size();
         total_known = total_known && source.file.size() != 0;
     }
-    t2mi::progress_bar progress(total_known ? total : 0, !line.quiet);
+    tools::progress_bar progress(total_known ? total : 0, !line.quiet);
     std::uint64_t done = 0;
     for (;;) {
         auto& source = *std::min_element(sources.begin(), sources.end(), goes_first);

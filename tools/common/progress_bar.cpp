@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "tools/t2mi/progress_bar.h"
+#include "tools/common/progress_bar.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -7,7 +7,7 @@
 
 #include <unistd.h>
 
-namespace t2mi
+namespace tools
 {
 using namespace std::chrono_literals;
 
@@ -15,10 +15,13 @@ progress_bar::progress_bar(std::uint64_t total, bool wanted)
     : m_total(total), m_wanted(wanted && isatty(STDERR_FILENO) != 0), m_next_draw(clock::now() + 500ms)
 {}
 
-progress_bar::~progress_bar()
+progress_bar::~progress_bar() { hide(); }
+
+void progress_bar::hide()
 {
     if (m_drawn)
         std::fputs("\r\033[K", stderr);
+    m_drawn = false;
 }
 
 void progress_bar::show(std::uint64_t done)
@@ -38,4 +41,4 @@ void progress_bar::show(std::uint64_t done)
     std::fill_n(bar.begin(), static_cast<std::size_t>(share * width), '#');
     std::fprintf(stderr, "\r[%s] %3d%%  %.1f MB", bar.c_str(), static_cast<int>(share * 100), megabytes);
 }
-} // namespace t2mi
+} // namespace tools

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cstdint>
 
-namespace t2mi
+namespace tools
 {
 /// A line on standard error that shows how far a long job is. Appears only when standard error is a terminal and the
 /// job takes longer than half a second; redrawn at most ten times a second.
@@ -17,6 +17,8 @@ public:
     progress_bar& operator=(const progress_bar&) = delete;
 
     void show(std::uint64_t done);
+    /// Makes room for a line of something else; the next show() draws it again.
+    void hide();
 
 private:
     using clock = std::chrono::steady_clock;
@@ -26,4 +28,4 @@ private:
     bool m_drawn = false;
     clock::time_point m_next_draw;
 };
-} // namespace t2mi
+} // namespace tools

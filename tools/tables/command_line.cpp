@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tools/tables/command_line.h"
+
+#include "tools/common/parse_number.h"
+#include "tools/common/udp_address.h"
+
+#include <CLI/CLI.hpp>
+
+namespace tables
+{
+namespace
+{
+constexpr const char* description = "Shows the tables of a transport stream (ISO/IEC 13818-1, ETSI EN 300 468).";
+constexpr const char* footer =
+    "Packets of 188, 192 and 204 bytes are told apart; datagrams may carry RTP. Numbers may be hexadecimal behind 0x.\n"
+    "Exits with 0, with 1 when the input or the output fails it or holds no transport stream, with 2 when the\n"
+    "arguments are wrong.";
+
+/// Takes numbers up to `highest`, as often as they come, into `numbers`.
+template <class T>
+CLI::Option* add_numbers(CLI::App& app, const std::string& name, std::vector<T>& numbers, unsigned highest,
+                         const std::string& help)
+{
+    const auto take = [&numbers, highest](const CLI::results_t& texts) {
+        for (const auto& text : texts) {
+            unsigned number = 0;
+            if (!tools::parse_number(text, number) || number > highest)
+                return false;
+            numbers.push_back(static_cast<T>(number));
+        }
+        return true;
+    };
+    return app.add_option(name, take, help)
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+std::string check_table_name(const std::string& name)
+{
+    return is_table_name(name) ? std::string() : "there is no table \"" + name + "\"";
+}
+
+std::string check_input(const std::string& name)
+{
+    const bool bad = tools::is_udp_address(name) && !tools::parse_udp_address(name);
+    return bad ? "\"" + name + "\" is not udp://[SOURCE@]GROUP:PORT" : std::string();
+}
+
+void add_options(CLI::App& app, options& options)
+{
+    app.add_option("INPUT", options.input, "a file, \"-\" for standard input (the default), or datagrams")
+        ->option_text("FILE | - | udp://[SOURCE@]GROUP:PORT")
+        ->check(check_input);
+    app.add_flag("--sections", options.sections, "one line for each section in the order in which they end");
+    add_numbers(app, "--pid", options.filter.PIDs, 0x1FFF, "only this PID, also one that has no table by itself")
+        ->option_text("PID ...");
+    add_numbers(app, "--table-id", options.filter.table_ids, 0xFF, "only this table_id")->option_text("ID ...");
+    app.add_option("--table", options.filter.names, "only tables of this name: PAT, \"NIT actual\", \"EIT schedule\"")
+        ->option_text("NAME ...")
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->check(check_table_name);
+    app.add_option("--interface", options.interface, "local address to join a multicast group on")
+        ->option_text("ADDRESS");
+    app.add_flag("--quiet", options.quiet, "no progress bar");
+}
+} // namespace
+
+request parse_command_line(const std::vector<std::string>& arguments, const std::string& version, options& options,
+                           std::string& text)
+{
+    CLI::App app(description, "zq-tables");
+    app.set_help_flag("-h,--help", "prints this text");
+    app.set_version_flag("--version", "zq-tables " + version, "prints the version");
+    app.footer(footer);
+    add_options(app, options);
+    try {
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    } catch (const CLI::CallForHelp&) {
+        text = app.help();
+        return request::print;
+    } catch (const CLI::CallForVersion& call) {
+        text = std::string(call.what()) + '\n';
+        return request::print;
+    } catch (const CLI::ParseError& error) {
+        text = error.what();
+        return request::refuse;
+    }
+    return request::run;
+}
+} // namespace tables

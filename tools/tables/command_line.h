@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "tools/tables/table_filter.h"
+
+#include <string>
+#include <vector>
+
+namespace tables
+{
+/// What the command line of zq-tables asks for.
+struct options
+{
+    std::string input = "-"; ///< a file, "-" or "udp://[SOURCE@]GROUP:PORT"
+    std::string interface;   ///< the local address to join a group on; empty: the system's choice
+    bool sections = false;
+    bool quiet = false;
+    table_filter filter;
+};
+
+enum class request
+{
+    run,
+    print, ///< the text, with success: --help and --version
+    refuse ///< for the reason in the text
+};
+
+/// Fills `options` from the arguments behind the program's name, and `text` unless the result is `run`.
+[[nodiscard]] request parse_command_line(const std::vector<std::string>& arguments, const std::string& version,
+                                         options& options, std::string& text);
+} // namespace tables

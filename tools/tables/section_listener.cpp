@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tools/tables/section_listener.h"
+
+#include <utility>
+
+namespace tables
+{
+namespace
+{
+// ETSI EN 300 468, table 1, and ISO/IEC 13818-1, table 2-3.
+constexpr std::array<std::uint16_t, 10> table_PIDs{0x0000, 0x0001, 0x0002, 0x0010, 0x0011,
+                                                   0x0012, 0x0013, 0x0014, 0x001E, 0x001F};
+constexpr std::uint16_t PAT_PID = 0x0000;
+constexpr std::uint8_t PAT_table_id = 0x00;
+
+constexpr std::uint16_t word(const unsigned char* at) { return static_cast<std::uint16_t>(at[0] << 8 | at[1]); }
+} // namespace
+
+section_listener::section_listener(report on_section) : m_on_section(std::move(on_section))
+{
+    for (const auto PID : table_PIDs)
+        m_gatherers[PID] = std::make_unique<mpegcore::SectionGatherer>();
+}
+
+void section_listener::listen(std::uint16_t PID) { m_new_PIDs.push_back(PID & 0x1FFFU); }
+
+void section_listener::put(const unsigned char* packet)
+{
+    for (const auto PID : m_new_PIDs)
+        if (m_gatherers[PID] == nullptr)
+            m_gatherers[PID] = std::make_unique<mpegcore::SectionGatherer>();
+    m_new_PIDs.clear();
+    const auto PID = static_cast<std::uint16_t>(word(packet + 1) & 0x1FFFU);
+    if (auto* const gatherer = m_gatherers[PID].get())
+        gatherer->put(packet, [&](const unsigned char* section, std::size_t size, mpegcore::SectionCheck check) {
+            if (check != mpegcore::SectionCheck::good) {
+                ++m_damaged_sections;
+                return;
+            }
+            if (PID == PAT_PID)
+                follow_PAT(section, size);
+            m_on_section({m_packets, PID, section, size});
+        });
+    ++m_packets;
+}
+
+void section_listener::follow_PAT(const unsigned char* section, std::size_t size)
+{
+    const mpegcore::SectionHeader header(section, size);
+    if (header.table_id() != PAT_table_id || !header.has_extension() || !header.current_next_indicator())
+        return;
+    constexpr std::size_t program_size = 4;
+    constexpr std::size_t CRC_size = 4;
+    for (std::size_t at = mpegcore::long_section_header_size; at + program_size + CRC_size <= size; at += program_size)
+        if (word(section + at) != 0)
+            listen(word(section + at + 2));
+}
+} // namespace tables
