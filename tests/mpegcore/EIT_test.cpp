@@ -213,12 +213,26 @@ TEST(EventTimes, Return1900YearsAndTwoMonthsLater)
     EXPECT_EQ(CEventInfo::start_time_to_time_t(0xC079124500), timegm(&date));
 }
 
+TEST(EventTimes, ReturnEveryDayFrom1970To2038WithTheSameShift)
+{
+    for (std::time_t day = 0; day < 24855; ++day) {
+        const std::time_t time = 86400 * day;
+        std::tm date{};
+        gmtime_r(&time, &date);
+        date.tm_year += 1900;
+        date.tm_mon += 2;
+        ASSERT_EQ(CEventInfo::start_time_to_time_t((40587UL + static_cast<unsigned long>(day)) << 24), timegm(&date));
+    }
+}
+
 TEST(EventTimes, ReadBcdUpToTheFirstDigitThatIsNone)
 {
     const auto seconds_of = [](unsigned bcd) {
         return CEventInfo::start_time_to_time_t(0xC079000000 + bcd) - CEventInfo::start_time_to_time_t(0xC079000000);
     };
     EXPECT_EQ(seconds_of(0x59), 59);
+    EXPECT_EQ(seconds_of(0x09), 9);
+    EXPECT_EQ(seconds_of(0x90), 90);
     EXPECT_EQ(seconds_of(0x5A), 5);
     EXPECT_EQ(seconds_of(0x0F), 0);
     EXPECT_EQ(seconds_of(0xA5), 0);

@@ -111,6 +111,13 @@ TEST(BBFrame, OverwritesTheCarryWithItsRest)
     EXPECT_EQ(decapsulator.packets[4], slice(data, 187, 60) + pattern(127, 5));
 }
 
+TEST(BBFrame, SendsACarriedPacketOnlyOnce)
+{
+    const Bytes end_and_packet = pattern(87 + 187);
+    const auto decapsulator = decapsulated({{0, 0, data_1}, {0, 87 * 8, end_and_packet}, {0, 87 * 8, end_and_packet}});
+    EXPECT_THAT(decapsulator.packets, SizeIs(3 + 2 + 1));
+}
+
 TEST(BBFrame, WithoutARestDeliberatelyKeepsAnOldCarry)
 {
     const auto decapsulator = decapsulated({{0, 0, data_1}, {0, 0, pattern(187)}, {0, 87 * 8, data_2}});

@@ -49,6 +49,8 @@ TEST(AlignedMemory, ReallocatesForAnotherAlignment)
     EXPECT_EQ(memory.size(), 50U);
     EXPECT_EQ(memory.capacity(), 50U);
     EXPECT_EQ(memory.alignment(), 32U);
+    memory.alloc(50, 16);
+    EXPECT_EQ(memory.alignment(), 16U) << "also where the old one would do";
 }
 
 TEST(AlignedMemory, StartsEmpty)
