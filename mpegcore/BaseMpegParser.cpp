@@ -25,13 +25,9 @@ bool has_PCR(const transport_packet& packet)
 } // namespace
 
 CBaseMpegParser::CBaseMpegParser(bool use_carry)
-    : m_PIDs(new CBasePID[pid_count]),
-      m_useCarry(use_carry),
-      // The first two buffers of every PID are set aside.
-      m_unit_budget(unit_memory_limit - std::size_t{2} * pid_count * CBasePID::first_capacity)
+    : m_PIDs(new CBasePID[pid_count]), m_useCarry(use_carry), m_PID_memory(m_PIDs.get(), pid_count, unit_memory_limit)
 {
     m_carryBuffer.alloc(longest_partial_packet, carry_alignment);
-    m_unit_budget.share_among(m_PIDs.get(), pid_count);
 }
 
 CBaseMpegParser::~CBaseMpegParser() = default;
@@ -226,13 +222,25 @@ unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned lon
                 position += ts_packet_size;
             } else {
                 const void* sync = std::memchr(packet, ts_sync_byte, end - position);
-                if (sync == nullptr)
-                    return end;
+                if (sync == nullptr) {
+                    position = end;
+                    break;
+                }
                 position = static_cast<unsigned long>(static_cast<const unsigned char*>(sync) - data);
             }
         }
     }
+    if (m_PID_memory.passed(position))
+        sweep_PIDs();
     return position;
+}
+
+void CBaseMpegParser::sweep_PIDs()
+{
+    m_PID_memory.sweep([this](unsigned short PID) {
+        const PIDRoute& route = m_routes[PID];
+        return route.programs != nullptr || route.carries_PMT || (PID <= last_table_PID && first_row(PID) != nullptr);
+    });
 }
 
 void CBaseMpegParser::append_to_carry(const unsigned char* data, std::size_t size)

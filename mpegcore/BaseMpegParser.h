@@ -14,6 +14,7 @@
 #include "mpegcore/TSDT.h"
 #include "mpegcore/TransportPacket.h"
 #include "mpegcore/parser/KnownTables.h"
+#include "mpegcore/parser/PIDMemory.h"
 #include "mpegcore/parser/PIDRoutes.h"
 #include "zqsdk/ZQAlignMemory.h"
 
@@ -124,7 +125,9 @@ public:
     /// erased or replaced at any time, also in a callback: from then on no packet is reported for its PMT, until one
     /// was read on the PID again.
     std::map<unsigned short, std::unique_ptr<CPacketWrapper<CPMT>>> m_PMTs;
-    std::unique_ptr<CBasePID[]> m_PIDs; ///< 8192, by PID
+    /// 8192, by PID. One that had no packet for 2^20 to 2^21 packets of the stream and that is in no table has its
+    /// buffers taken away until the next unit starts.
+    std::unique_ptr<CBasePID[]> m_PIDs;
     ZQSDK::ZQAlignMemory<unsigned char> m_carryBuffer;
     std::size_t m_carry = 0; ///< bytes held in m_carryBuffer
     bool m_useCarry;
@@ -160,6 +163,7 @@ private:
     bool take_adaptation_field();
     bool pass_adaptation_field(transport_packet& packet);
     static const TableRow* first_row(unsigned short PID);
+    void sweep_PIDs();
     void follow(const CPAT& pat);
     void follow(const CCAT& cat);
     void follow(const CBaseMpegTable&) {}
@@ -187,7 +191,7 @@ private:
     KnownTables<CNIT> m_knownNITActual{m_NITActual, known_tables_limit};
     KnownTables<CNIT> m_knownNITOther{m_NITOther, known_tables_limit};
     bool m_units_are_seen = true;
-    PayloadUnitBudget m_unit_budget;
+    PIDMemory m_PID_memory;
     PIDRoutes m_routes;
     transport_packet
         m_record{}; ///< of the packet being handled; clearing one for each call would cost more than the rest

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/BasePID.h"
+#include "mpegcore/parser/PayloadUnitBudget.h"
 
 #include <algorithm>
 #include <limits>
@@ -32,6 +33,8 @@ void CBasePID::create_buffers()
     if (collecting == nullptr)
         collecting = new CDataAccumulator(first_capacity);
     completed = new CDataAccumulator(first_capacity);
+    if (budget != nullptr)
+        budget->got_buffers(*this);
 }
 
 // CDataAccumulator grows by what is needed plus 4095 bytes, which costs quadratic time over a long unit; here the
@@ -81,9 +84,33 @@ void CBasePID::release_idle()
 
 void CBasePID::give_up_if_silent()
 {
-    if (had_packet == 0 && collecting != nullptr && collecting->capacity > first_capacity)
+    const bool was_heard = had_packet == heard || had_packet == heard_since_give_up;
+    if (!was_heard && collecting != nullptr && collecting->capacity > first_capacity)
         discard_unit();
-    had_packet = 0;
+    had_packet = had_packet == heard || had_packet == heard_since_release ? heard_since_release : 0;
+}
+
+void CBasePID::release_if_silent(bool keeps_unit)
+{
+    const bool was_heard = had_packet == heard || had_packet == heard_since_release;
+    had_packet = had_packet == heard || had_packet == heard_since_give_up ? heard_since_give_up : 0;
+    if (was_heard)
+        return;
+    if (keeps_unit)
+        return release_idle();
+    started = 0;
+    release(collecting);
+    release(completed);
+}
+
+void CBasePID::release(CDataAccumulator*& buffer)
+{
+    if (buffer == nullptr)
+        return;
+    if (budget != nullptr)
+        budget->give_back(buffer->capacity - first_capacity);
+    delete buffer;
+    buffer = nullptr;
 }
 
 std::int64_t CBasePID::putPCR(const transport_packet& packet)

@@ -2,7 +2,6 @@
 #pragma once
 #include "mpegcore/DataAccumulator.h"
 #include "mpegcore/TransportPacket.h"
-#include "mpegcore/parser/PayloadUnitBudget.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -12,13 +11,15 @@
 
 namespace mpegcore
 {
+class PayloadUnitBudget;
+
 /// State of one PID: last continuity counter, bytes and bit rate between PCRs, and the payload unit (PES packet or
 /// PSI sections) being collected from one payload_unit_start_indicator to the next.
 ///
 /// Memory: two buffers of 4095 bytes from the first packet on; a buffer that fills up is doubled. A unit that would
 /// pass `max_unit_size`, or for which the budget has nothing left, is discarded, and its buffer shrinks to its
 /// first size; collecting begins afresh with the next unit start. When the budget runs short, the unit completed last
-/// is gone as well.
+/// is gone as well. Where a parser keeps the PID, both buffers are given back when it had no packet for long.
 ///
 /// One cache line each: a multiplex visits many of them in no order.
 class alignas(64) CBasePID
@@ -57,7 +58,7 @@ public:
             create_buffers();
         if ((packet.adaptation_field_control & 1U) == 0)
             return nullptr;
-        had_packet = 1;
+        had_packet = heard;
         CDataAccumulator* result = nullptr;
         if (packet.payload_unit_start_indicator != 0) {
             std::swap(collecting, completed);
@@ -76,7 +77,7 @@ public:
     {
         bytes += ts_payload_size;
         continuity_counter = packet[3] & 0x0FU;
-        had_packet = 1;
+        had_packet = heard;
         if (started == 0 || !make_room(ts_payload_size))
             return;
         std::memcpy(collecting->data + collecting->size, packet + ts_header_size, ts_payload_size);
@@ -96,10 +97,13 @@ public:
     void release_idle();
     /// Discards the unit being collected unless the PID had a packet since the last call.
     void give_up_if_silent();
+    /// Gives back both buffers, and what is in them, unless the PID had a packet since the last call; with `keeps_unit`
+    /// only what release_idle() does.
+    void release_if_silent(bool keeps_unit);
 
     std::uint8_t continuity_counter = 0xFF; ///< 0xFF after clear()
     std::uint8_t started = 0;               ///< 1 once a unit start was seen
-    std::uint8_t had_packet = 0;            ///< 1 once the PID had a payload; give_up_if_silent() takes it back
+    std::uint8_t had_packet = 0;            ///< 1 from a payload on until give_up_if_silent() or release_if_silent()
     std::uint64_t bytes = 0;                ///< payload bytes since the last PCR
     std::uint64_t last_pcr = 0;             ///< in 100 ns
     std::int64_t bitrate = 0;               ///< bits per second between the last two PCRs
@@ -107,7 +111,11 @@ public:
     CDataAccumulator* completed = nullptr;  ///< owned; the unit before it
 
 private:
+    /// Values of had_packet: since both, only since one of them was called last.
+    static constexpr std::uint8_t heard = 1, heard_since_give_up = 2, heard_since_release = 3;
+
     void create_buffers();
+    void release(CDataAccumulator*& buffer);
     /// False when there is no room, the unit being discarded.
     [[nodiscard]] bool make_room(std::size_t size)
     {

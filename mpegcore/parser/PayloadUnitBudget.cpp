@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/parser/PayloadUnitBudget.h"
 
-#include "mpegcore/BasePID.h"
-
 namespace mpegcore
 {
 namespace
@@ -11,22 +9,16 @@ namespace
 constexpr std::size_t looks_every = 8;
 } // namespace
 
-void PayloadUnitBudget::share_among(CBasePID* PIDs, std::size_t count)
-{
-    m_PIDs = PIDs;
-    m_count = count;
-    for (std::size_t at = 0; at < count; ++at)
-        PIDs[at].set_budget(this);
-}
-
 bool PayloadUnitBudget::make_room(std::size_t bytes, const CBasePID& asking)
 {
+    if (m_sharers == nullptr)
+        return bytes <= m_left;
     if (bytes > m_left && m_refused % looks_every == 0)
-        release_idle(asking);
+        m_sharers->release_idle(asking);
     if (bytes <= m_left)
         return true;
-    if (++m_refused % patience == 0)
-        give_up_silent(asking);
+    if (++m_refused % refusals_until_silent == 0)
+        m_sharers->give_up_silent(asking);
     return bytes <= m_left;
 }
 
@@ -36,19 +28,5 @@ bool PayloadUnitBudget::take(std::size_t bytes)
         return false;
     m_left -= bytes;
     return true;
-}
-
-void PayloadUnitBudget::release_idle(const CBasePID& asking)
-{
-    for (CBasePID* PID = m_PIDs; PID != m_PIDs + m_count; ++PID)
-        if (PID != &asking)
-            PID->release_idle();
-}
-
-void PayloadUnitBudget::give_up_silent(const CBasePID& asking)
-{
-    for (CBasePID* PID = m_PIDs; PID != m_PIDs + m_count; ++PID)
-        if (PID != &asking)
-            PID->give_up_if_silent();
 }
 } // namespace mpegcore

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/BasePID.h"
+#include "mpegcore/parser/PayloadUnitBudget.h"
 #include "support/Stream.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/BasePID.h"
-#include "mpegcore/parser/PayloadUnitBudget.h"
+#include "mpegcore/parser/PIDMemory.h"
 #include "support/Stream.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +9,7 @@
 
 using mpegcore::CBasePID;
 using mpegcore::PayloadUnitBudget;
+using mpegcore::PIDMemory;
 using zqtest::Bytes;
 
 namespace
@@ -17,8 +18,6 @@ class Budget : public testing::Test
 {
 protected:
     static constexpr std::size_t first = CBasePID::first_capacity;
-
-    Budget() { budget.share_among(PIDs.data(), PIDs.size()); }
 
     /// Packets of 184 bytes, the first of which starts a unit unless the unit just goes on.
     void collect(std::size_t PID, unsigned packets, bool starts = true)
@@ -35,15 +34,16 @@ protected:
     }
 
     /// Asks in vain as often as it takes for silent PIDs to be looked for.
-    void lose_patience()
+    void ask_in_vain()
     {
-        for (std::size_t count = 0; count < PayloadUnitBudget::patience; ++count)
+        for (std::size_t count = 0; count < PayloadUnitBudget::refusals_until_silent; ++count)
             EXPECT_FALSE(budget.make_room(1U << 20, PIDs[0]));
     }
 
     Bytes payload = Bytes(184, 5);
-    PayloadUnitBudget budget{4 * first};
     std::array<CBasePID, 3> PIDs;
+    PIDMemory memory{PIDs.data(), PIDs.size(), 2 * 3 * first + 4 * first};
+    PayloadUnitBudget& budget = memory.budget();
 };
 } // namespace
 
@@ -89,10 +89,10 @@ TEST_F(Budget, TakesTheUnitOfAPidThatStaysSilent)
 {
     collect(1, 40);
     collect(2, 40);
-    lose_patience();
+    ask_in_vain();
     EXPECT_EQ(PIDs[1].collecting->size, 40 * 184U) << "it had packets before";
     collect(2, 1, false);
-    lose_patience();
+    ask_in_vain();
     EXPECT_EQ(PIDs[1].collecting->size, 0U);
     EXPECT_EQ(PIDs[1].collecting->capacity, first);
     EXPECT_EQ(PIDs[1].started, 0);
@@ -101,10 +101,54 @@ TEST_F(Budget, TakesTheUnitOfAPidThatStaysSilent)
 
 TEST_F(Budget, GoesFromOneUnitToTheNext)
 {
-    PayloadUnitBudget larger(6 * first);
-    larger.share_among(PIDs.data(), PIDs.size());
+    PIDMemory larger(PIDs.data(), PIDs.size(), 2 * 3 * first + 6 * first);
     for (unsigned unit = 0; unit < 100; ++unit)
         collect(unit % 3, 40);
     for (const auto& PID : PIDs)
         EXPECT_EQ(PID.collecting->size, 40 * 184U);
+}
+
+TEST_F(Budget, GetsBackTheBuffersOfPidsThatWereSilentSinceTheSweepBefore)
+{
+    collect(1, 40);
+    collect(2, 1);
+    memory.sweep([](unsigned short) { return false; });
+    EXPECT_EQ(PIDs[1].collecting->size, 40 * 184U) << "it had packets before";
+    collect(2, 1, false);
+    memory.sweep([](unsigned short) { return false; });
+    EXPECT_EQ(PIDs[1].collecting, nullptr);
+    EXPECT_EQ(PIDs[1].completed, nullptr);
+    EXPECT_EQ(PIDs[1].started, 0);
+    EXPECT_EQ(PIDs[2].collecting->size, 2 * 184U) << "it had a packet meanwhile";
+    EXPECT_EQ(budget.left(), 4 * first);
+    collect(1, 2, false);
+    EXPECT_EQ(PIDs[1].collecting->size, 0U) << "collecting begins with the next unit";
+    collect(1, 2);
+    EXPECT_EQ(PIDs[1].collecting->size, 2 * 184U);
+}
+
+TEST_F(Budget, GetsBackOnlyTheCompletedUnitsOfSilentPidsThatATableNames)
+{
+    collect(1, 40);
+    collect(1, 30);
+    for (int count = 0; count < 2; ++count)
+        memory.sweep([](unsigned short PID) { return PID == 1; });
+    EXPECT_EQ(PIDs[1].collecting->size, 30 * 184U);
+    EXPECT_EQ(PIDs[1].completed->capacity, first);
+    collect(1, 10, false);
+    EXPECT_EQ(PIDs[1].collecting->size, 40 * 184U);
+}
+
+TEST_F(Budget, TellsSilenceBetweenSweepsFromSilenceBetweenRefusals)
+{
+    collect(1, 40);
+    memory.sweep([](unsigned short) { return false; });
+    ask_in_vain();
+    EXPECT_EQ(PIDs[1].collecting->size, 40 * 184U) << "no refusals before the packets";
+    collect(1, 1, false);
+    ask_in_vain();
+    memory.sweep([](unsigned short) { return false; });
+    EXPECT_EQ(PIDs[1].collecting->size, 41 * 184U) << "no sweep before the last packet";
+    memory.sweep([](unsigned short) { return false; });
+    EXPECT_EQ(PIDs[1].collecting, nullptr);
 }
