@@ -2,10 +2,12 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 # packaging/check-install.sh BUILD_DIR: installs a finished build into a scratch folder and uses it as a stranger
 # would: a program found through find_package, the same through pkg-config, every installed header, and the plugin.
+# The same program again with the whole tree as a part of its project, which must not become more than the library.
 set -euo pipefail
-[ $# -eq 1 ] || { sed -n '3,4s/^# //p' "$0" >&2; exit 2; }
+[ $# -eq 1 ] || { sed -n '3,5s/^# //p' "$0" >&2; exit 2; }
 build=$(cd "$1" && pwd)
 consumer=$(cd "$(dirname "$0")" && pwd)/consumer
+version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 prefix=$scratch/prefix
@@ -20,10 +22,20 @@ cmake --install "$build" --prefix "$prefix" >"$scratch/install.log" || { cat "$s
 mv "$prefix" "$scratch/moved"
 prefix=$scratch/moved
 
-cmake -S "$consumer" -B "$scratch/consumer" -DCMAKE_PREFIX_PATH="$prefix" >"$scratch/cmake.log" 2>&1 &&
-    cmake --build "$scratch/consumer" >>"$scratch/cmake.log" 2>&1 || { cat "$scratch/cmake.log"; fail "find_package"; }
-by_cmake=$("$scratch/consumer/consumer") || fail "the program built through find_package failed"
+build_consumer() { # build_consumer FOLDER OPTION...
+    cmake -G Ninja -S "$consumer" -B "$scratch/$1" "${@:2}" >"$scratch/cmake.log" 2>&1 &&
+        cmake --build "$scratch/$1" >>"$scratch/cmake.log" 2>&1 || { cat "$scratch/cmake.log"; fail "$1"; }
+}
+
+build_consumer find_package -DCMAKE_PREFIX_PATH="$prefix" -DZQ_VERSION="$version"
+by_cmake=$("$scratch/find_package/consumer") || fail "the program built through find_package failed"
 echo "find_package: $by_cmake"
+
+build_consumer add_subdirectory -DZQ_TREE="$(dirname "$consumer")/.."
+[ "$by_cmake" = "$("$scratch/add_subdirectory/consumer")" ] || fail "the program with the tree inside disagrees"
+cmake --install "$scratch/add_subdirectory" --prefix "$scratch/embedded" >/dev/null
+[ ! -e "$scratch/embedded" ] || fail "the tree inside a project installed something"
+echo "add_subdirectory: the same"
 
 pc=$(only "$prefix" mpegcore.pc)
 export PKG_CONFIG_PATH=${pc%/*}
@@ -33,7 +45,8 @@ compiler=${CXX:-c++}
 "$compiler" -std=c++17 "${flags[@]}" "$consumer/consumer.cpp" "${libs[@]}" -o "$scratch/by-pkg-config"
 by_pkg_config=$("$scratch/by-pkg-config") || fail "the program built through pkg-config failed"
 [ "$by_cmake" = "$by_pkg_config" ] || fail "the two programs disagree: $by_pkg_config"
-echo "pkg-config $(pkg-config --modversion mpegcore): the same"
+[ "$(pkg-config --modversion mpegcore)" = "$version" ] || fail "pkg-config gives another version than $version"
+echo "pkg-config $version: the same"
 
 # No installed header may need one that stayed behind.
 (cd "$prefix/include" && find . -name '*.h' -printf '#include "%P"\n') | sort >"$scratch/all-headers.cpp"
