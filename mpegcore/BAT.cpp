@@ -5,6 +5,7 @@
 
 namespace mpegcore
 {
+template class CSectionTable<CBAT>;
 template class CTransportStreamTable<CBAT, CBouquetAssociationStream>;
 
 void CBouquetAssociationStream::copyTo(CBouquetAssociationStream* target) const

@@ -32,6 +32,7 @@ public:
 
 private:
     friend CTransportStreamTable;
+    friend CSectionTable<CBAT>;
 
     static constexpr auto id = &CBAT::bouquet_id;
     static constexpr auto id_name = "bouquet_id";
@@ -49,5 +50,6 @@ private:
     }
 };
 
+extern template class CSectionTable<CBAT>;
 extern template class CTransportStreamTable<CBAT, CBouquetAssociationStream>;
 } // namespace mpegcore

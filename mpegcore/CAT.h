@@ -10,10 +10,6 @@ class CCAT : public CDescriptorTable
 public:
     using CDescriptorTable::CDescriptorTable;
 
-    void copyTo(CCAT* target) const
-    {
-        if (target != nullptr)
-            copy_to(*target);
-    }
+    void copyTo(CCAT* target) const { CDescriptorTable::copyTo(target); }
 };
 } // namespace mpegcore

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/DescriptorTable.h"
 
-#include "mpegcore/syntax/TableSyntax.h"
+#include "mpegcore/syntax/SectionTableSyntax.h"
 
 namespace mpegcore
 {
@@ -16,6 +16,8 @@ bool CDescriptorTable::syntax(Self& t, Io& io)
     return io.bits(18, "reserved", t.reserved) && version_and_sections(t, io) &&
            io.descriptors(io.body_left(), "descriptors", t.descriptors);
 }
+
+template class CSectionTable<CDescriptorTable>;
 
 void CDescriptorTable::Clear()
 {
@@ -35,30 +37,5 @@ bool CDescriptorTable::read(Reader& reader)
     });
 }
 
-void CDescriptorTable::print(FieldPrinter& printer) const
-{
-    print_section(printer, [this](SyntaxPrinter& io) { return syntax(*this, io) && io.bits(32, "CRC_32", CRC_32); });
-}
-
 std::uint32_t CDescriptorTable::calc_section_length() const { return fixed_length + descriptors.getSize(); }
-
-bool CDescriptorTable::RenderTable()
-{
-    return render_section(CRC_32, [this](Writer& writer) {
-        TableWriter io(writer);
-        return syntax(*this, io);
-    });
-}
-
-void CDescriptorTable::copy_to(CDescriptorTable& target) const
-{
-    if (&target == this)
-        return;
-    copy_header(target);
-    target.reserved = reserved;
-    copy_version_and_sections(*this, target);
-    replace_descriptors(descriptors, target.descriptors);
-    target.CRC_32 = CRC_32;
-    target.section_length = static_cast<std::uint16_t>(calc_section_length());
-}
 } // namespace mpegcore

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/EIT.h"
 
-#include "mpegcore/syntax/TableSyntax.h"
+#include "mpegcore/syntax/SectionTableSyntax.h"
 
 namespace mpegcore
 {
@@ -26,6 +26,8 @@ bool CEIT::syntax(Self& t, Io& io)
 {
     return fields(t, io) && io.loop(event_length, "events", t.events);
 }
+
+template class CSectionTable<CEIT>;
 
 void CEIT::Clear()
 {
@@ -54,11 +56,6 @@ bool CEIT::write(Writer& writer)
     return true;
 }
 
-void CEIT::print(FieldPrinter& printer) const
-{
-    print_section(printer, [this](SyntaxPrinter& io) { return syntax(*this, io) && io.bits(32, "CRC_32", CRC_32); });
-}
-
 std::uint32_t CEIT::calc_section_length() const
 {
     std::uint32_t length = fixed_length;
@@ -66,30 +63,5 @@ std::uint32_t CEIT::calc_section_length() const
         if (event)
             length += event_length + event->descriptors.getSize();
     return length;
-}
-
-bool CEIT::RenderTable()
-{
-    return render_section(CRC_32, [this](Writer& writer) {
-        TableWriter io(writer);
-        return syntax(*this, io);
-    });
-}
-
-void CEIT::copyTo(CEIT* target) const
-{
-    if (target == nullptr || target == this)
-        return;
-    copy_header(*target);
-    target->service_id = service_id;
-    target->reserved = reserved;
-    copy_version_and_sections(*this, *target);
-    target->transport_stream_id = transport_stream_id;
-    target->original_network_id = original_network_id;
-    target->segment_last_section_number = segment_last_section_number;
-    target->last_table_id = last_table_id;
-    copy_entries(events, target->events);
-    target->CRC_32 = CRC_32;
-    target->section_length = static_cast<std::uint16_t>(target->calc_section_length());
 }
 } // namespace mpegcore

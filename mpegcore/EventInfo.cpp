@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/EventInfo.h"
 
+#include "mpegcore/syntax/SyntaxCopier.h"
 #include "mpegcore/syntax/TableSyntax.h"
 
 namespace mpegcore
@@ -46,12 +47,8 @@ void CEventInfo::copyTo(CEventInfo* target) const
 {
     if (target == nullptr || target == this)
         return;
-    target->event_id = event_id;
-    target->start_time = start_time;
-    target->duration = duration;
-    target->running_status = running_status;
-    target->free_CA_mode = free_CA_mode;
-    target->descriptors_loop_length = static_cast<std::uint16_t>(replace_descriptors(descriptors, target->descriptors));
+    copy_fields(*this, *target);
+    target->descriptors_loop_length = static_cast<std::uint16_t>(target->descriptors.getSize());
 }
 
 std::uint32_t CEventInfo::time_to_duration(unsigned int hours, unsigned int minutes, unsigned int seconds)

@@ -5,6 +5,7 @@
 
 namespace mpegcore
 {
+template class CSectionTable<CNIT>;
 template class CTransportStreamTable<CNIT, CBaseTransportStream>;
 
 void CBaseTransportStream::copyTo(CBaseTransportStream* target) const

@@ -33,6 +33,7 @@ public:
 
 private:
     friend CTransportStreamTable;
+    friend CSectionTable<CNIT>;
 
     static constexpr auto id = &CNIT::network_id;
     static constexpr auto id_name = "network_id";
@@ -47,5 +48,6 @@ private:
     }
 };
 
+extern template class CSectionTable<CNIT>;
 extern template class CTransportStreamTable<CNIT, CBaseTransportStream>;
 } // namespace mpegcore

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/PAT.h"
 
-#include "mpegcore/syntax/TableSyntax.h"
+#include "mpegcore/syntax/SectionTableSyntax.h"
 
 namespace mpegcore
 {
@@ -17,6 +17,8 @@ bool CPAT::syntax(Self& t, Io& io)
     return io.bits(16, "transport_stream_id", t.transport_stream_id) && io.bits(2, "reserved", t.reserved) &&
            version_and_sections(t, io) && io.keyed_loop(program_length, "programs", t.programs, &CBaseMpegProgram::PID);
 }
+
+template class CSectionTable<CPAT>;
 
 void CPAT::Clear()
 {
@@ -37,35 +39,9 @@ bool CPAT::read(Reader& reader)
     });
 }
 
-void CPAT::print(FieldPrinter& printer) const
-{
-    print_section(printer, [this](SyntaxPrinter& io) { return syntax(*this, io) && io.bits(32, "CRC_32", CRC_32); });
-}
-
 std::uint32_t CPAT::calc_section_length() const
 {
     return fixed_length + program_length * static_cast<std::uint32_t>(programs.size());
-}
-
-bool CPAT::RenderTable()
-{
-    return render_section(CRC_32, [this](Writer& writer) {
-        TableWriter io(writer);
-        return syntax(*this, io);
-    });
-}
-
-void CPAT::copyTo(CPAT* target) const
-{
-    if (target == nullptr || target == this)
-        return;
-    copy_header(*target);
-    target->transport_stream_id = transport_stream_id;
-    target->reserved = reserved;
-    copy_version_and_sections(*this, *target);
-    target->programs.insert(programs.begin(), programs.end());
-    target->CRC_32 = CRC_32;
-    target->section_length = static_cast<std::uint16_t>(target->calc_section_length());
 }
 
 bool CPAT::operator!=(const CPAT& other) const

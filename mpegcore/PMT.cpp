@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/PMT.h"
 
-#include "mpegcore/syntax/TableSyntax.h"
+#include "mpegcore/syntax/SectionTableSyntax.h"
 
 namespace mpegcore
 {
@@ -16,11 +16,7 @@ void CBaseStreamTypeMap::copyTo(CBaseStreamTypeMap* target) const
 {
     if (target == nullptr || target == this)
         return;
-    target->stream_type = stream_type;
-    target->reserved = reserved;
-    target->elementary_PID = elementary_PID;
-    target->reserved2 = reserved2;
-    target->ES_info_length = static_cast<std::uint16_t>(replace_descriptors(descriptors, target->descriptors));
+    copy_fields(*this, *target);
 }
 
 template <class Self, class Io>
@@ -34,24 +30,15 @@ bool CPMT::syntax(Self& t, Io& io)
            io.keyed_loop(stream_length, "streams", t.streams, &CBaseStreamTypeMap::elementary_PID);
 }
 
+bool CPMT::header_fits() const { return table_id == program_map_section && private_indicator == 0; }
+
+template class CSectionTable<CPMT>;
+
 void CPMT::Clear()
 {
     streams.clear();
     descriptors.clear();
     CBaseMpegTable::Clear();
-}
-
-bool CPMT::read(Reader& reader)
-{
-    const auto header_fits = [this] { return table_id == program_map_section && private_indicator == 0; };
-    return read_section(reader, header_fits, [this](Reader& section) {
-        return read_body(section, CRC_32, [this](TableReader& io) { return syntax(*this, io); });
-    });
-}
-
-void CPMT::print(FieldPrinter& printer) const
-{
-    print_section(printer, [this](SyntaxPrinter& io) { return syntax(*this, io) && io.bits(32, "CRC_32", CRC_32); });
 }
 
 std::uint32_t CPMT::calc_section_length() const
@@ -61,31 +48,6 @@ std::uint32_t CPMT::calc_section_length() const
         if (stream.second)
             length += stream_length + stream.second->descriptors.getSize();
     return length;
-}
-
-bool CPMT::RenderTable()
-{
-    return render_section(CRC_32, [this](Writer& writer) {
-        TableWriter io(writer);
-        return syntax(*this, io);
-    });
-}
-
-void CPMT::copyTo(CPMT* target) const
-{
-    if (target == nullptr || target == this)
-        return;
-    copy_header(*target);
-    target->program_number = program_number;
-    target->reserved = reserved;
-    copy_version_and_sections(*this, *target);
-    target->reserved2 = reserved2;
-    target->PCR_PID = PCR_PID;
-    target->reserved3 = reserved3;
-    target->program_info_length = static_cast<std::uint16_t>(replace_descriptors(descriptors, target->descriptors));
-    copy_entries(streams, target->streams);
-    target->CRC_32 = CRC_32;
-    target->section_length = static_cast<std::uint16_t>(target->calc_section_length());
 }
 
 bool CPMT::operator!=(const CPMT& other) const

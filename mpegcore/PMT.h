@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/BaseMpegTable.h"
+#include "mpegcore/SectionTable.h"
 #include "mpegcore/zqdescriptorlist.h"
 
 #include <cstdint>
@@ -38,40 +38,35 @@ public:
     ZQDescriptorList descriptors{ZQDescriptorType::TS};
 };
 
-/// Program map section (ISO/IEC 13818-1, 2.4.4.8).
-class CPMT : public CBaseMpegTable
+/// Program map section (ISO/IEC 13818-1, 2.4.4.8). Reading refuses a table_id other than 0x02 and a set
+/// private_indicator; section_syntax_indicator is not checked.
+class CPMT : public CSectionTable<CPMT>
 {
 public:
-    using CBaseMpegTable::CBaseMpegTable;
+    using CSectionTable::CSectionTable;
 
     void Clear() override;
-    /// Refuses a table_id other than 0x02 and a set private_indicator; section_syntax_indicator is not checked.
-    bool read(Reader& reader) override;
     std::uint32_t calc_section_length() const override;
-    void print(FieldPrinter& printer) const override;
-    /// False, with `used` 0, when the section does not fit `buffer` or 4095 bytes of section_length.
-    [[nodiscard]] bool RenderTable();
-    void copyTo(CPMT* target) const;
     /// Compares the fields, the reserved bits among them but deliberately not section_number, and the number of
     /// streams; not CRC_32, descriptors and streams.
     bool operator!=(const CPMT& other) const;
 
     std::uint16_t program_number = 0;
-    std::uint8_t reserved = 0; ///< 2 bits, behind program_number
-    std::uint8_t version_number = 0;
-    std::uint8_t current_next_indicator = 0;
-    std::uint8_t section_number = 0;
-    std::uint8_t last_section_number = 0;
+    std::uint8_t reserved = 0;  ///< 2 bits, behind program_number
     std::uint8_t reserved2 = 0; ///< 3 bits, in front of PCR_PID
     std::uint16_t PCR_PID = 0;
     std::uint8_t reserved3 = 0;            ///< 4 bits, in front of program_info_length
     std::uint16_t program_info_length = 0; ///< as read; written is the size of `descriptors`
     ZQDescriptorList descriptors{ZQDescriptorType::TS};
     std::map<std::uint16_t, std::shared_ptr<CBaseStreamTypeMap>> streams; ///< by elementary_PID; the last one stays
-    std::uint32_t CRC_32 = 0;
 
 private:
+    friend CSectionTable;
+
+    bool header_fits() const;
     template <class Self, class Io>
     static bool syntax(Self& t, Io& io);
 };
+
+extern template class CSectionTable<CPMT>;
 } // namespace mpegcore

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/BaseMpegTable.h"
+#include "mpegcore/SectionTable.h"
 #include "mpegcore/zqdescriptorlist.h"
 
 #include <cstdint>
@@ -43,33 +43,27 @@ public:
 };
 
 /// Service description section (ETSI EN 300 468, 5.2.3).
-class CSDT : public CBaseMpegTable
+class CSDT : public CSectionTable<CSDT>
 {
 public:
-    using CBaseMpegTable::CBaseMpegTable;
+    using CSectionTable::CSectionTable;
 
     void Clear() override;
-    bool read(Reader& reader) override;
     std::uint32_t calc_section_length() const override;
-    void print(FieldPrinter& printer) const override;
-    /// Always one section. False, with `used` 0, when it does not fit `buffer` or 4095 bytes of section_length.
-    [[nodiscard]] bool RenderTable();
-    void copyTo(CSDT* target) const;
 
     std::uint16_t transport_stream_id = 0;
     std::uint8_t reserved = 0; ///< 2 bits, behind transport_stream_id
-    std::uint8_t version_number = 0;
-    std::uint8_t current_next_indicator = 0;
-    std::uint8_t section_number = 0;
-    std::uint8_t last_section_number = 0;
     std::uint16_t original_network_id = 0;
     std::uint8_t reserved_future_use = 0; ///< 8 bits
     std::map<std::uint16_t, std::shared_ptr<CServiceDescriptionSection>>
         services; ///< by service_id; the last one stays
-    std::uint32_t CRC_32 = 0;
 
 private:
+    friend CSectionTable;
+
     template <class Self, class Io>
     static bool syntax(Self& t, Io& io);
 };
+
+extern template class CSectionTable<CSDT>;
 } // namespace mpegcore

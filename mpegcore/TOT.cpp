@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/TOT.h"
 
+#include "mpegcore/syntax/SyntaxCopier.h"
 #include "mpegcore/syntax/TableSyntax.h"
 
 namespace mpegcore
@@ -70,9 +71,8 @@ void CTOT::copyTo(CTOT* target) const
     if (target == nullptr || target == this)
         return;
     copy_header(*target);
-    target->UTC_time = UTC_time;
-    target->reserved = reserved;
-    target->descriptors_loop_length = static_cast<std::uint16_t>(replace_descriptors(descriptors, target->descriptors));
+    copy_walked(*this, *target,
+                [](auto& t, auto& io) { return fields(t, io) && io.descriptors(0, "descriptors", t.descriptors); });
     target->CRC_32 = CRC_32;
     target->section_length = static_cast<std::uint16_t>(target->calc_section_length());
 }

@@ -10,10 +10,6 @@ class CTSDT : public CDescriptorTable
 public:
     using CDescriptorTable::CDescriptorTable;
 
-    void copyTo(CTSDT* target) const
-    {
-        if (target != nullptr)
-            copy_to(*target);
-    }
+    void copyTo(CTSDT* target) const { CDescriptorTable::copyTo(target); }
 };
 } // namespace mpegcore

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/BaseMpegTable.h"
+#include "mpegcore/SectionTable.h"
 #include "mpegcore/zqdescriptorlist.h"
 
 #include <cstdint>
@@ -34,37 +34,27 @@ public:
 /// and a loop of transport streams behind one of descriptors. `Table`, which derives from it, has the table id
 /// extension and that first loop under names of its own, and tells which list holds the descriptors of an entry.
 template <class Table, class Entry>
-class CTransportStreamTable : public CBaseMpegTable
+class CTransportStreamTable : public CSectionTable<Table>
 {
 public:
-    using CBaseMpegTable::CBaseMpegTable;
+    using CSectionTable<Table>::CSectionTable;
 
     void Clear() override;
-    bool read(Reader& reader) override;
     std::uint32_t calc_section_length() const override;
-    void print(FieldPrinter& printer) const override;
     /// Bytes of the transport stream loop.
     std::uint32_t calc_transport_stream_loop_length() const;
-    /// One section. False, with `used` 0, when it does not fit `buffer` or 4095 bytes of section_length.
-    [[nodiscard]] bool RenderTable();
-    void copyTo(Table* target) const;
 
-    std::uint8_t reserved = 0; ///< 2 bits, behind the table id extension
-    std::uint8_t version_number = 0;
-    std::uint8_t current_next_indicator = 0;
-    std::uint8_t section_number = 0;
-    std::uint8_t last_section_number = 0;
+    std::uint8_t reserved = 0;                             ///< 2 bits, behind the table id extension
     std::uint8_t reserved_future_use = 0;                  ///< 4 bits, in front of the first loop's length
     std::uint8_t reserved_future_use2 = 0;                 ///< 4 bits, in front of transport_stream_loop_length
     std::uint16_t transport_stream_loop_length = 0;        ///< as read; written is what the entries need
     std::vector<std::shared_ptr<Entry>> transport_streams; ///< in stream order, doubles too
-    std::uint32_t CRC_32 = 0;
 
 private:
+    friend CSectionTable<Table>;
+    using CSectionTable<Table>::table;
+
     template <class Self, class Io>
     static bool syntax(Self& t, Io& io);
-
-    Table& table() { return static_cast<Table&>(*this); }
-    const Table& table() const { return static_cast<const Table&>(*this); }
 };
 } // namespace mpegcore

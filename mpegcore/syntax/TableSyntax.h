@@ -116,15 +116,6 @@ bool version_and_sections(Table& t, Io& io)
            io.bits(8, "section_number", t.section_number) && io.bits(8, "last_section_number", t.last_section_number);
 }
 
-template <class Table>
-void copy_version_and_sections(const Table& from, Table& to)
-{
-    to.version_number = from.version_number;
-    to.current_next_indicator = from.current_next_indicator;
-    to.section_number = from.section_number;
-    to.last_section_number = from.last_section_number;
-}
-
 /// Calls `walk(TableReader&)` with the body between section_length and CRC_32 of a section, and reads CRC_32 from the
 /// section's last 4 bytes.
 template <class Walk>
@@ -165,6 +156,13 @@ void copy_entries(const std::map<Key, std::shared_ptr<Entry>>& from, std::map<Ke
     for (const auto& item : from)
         if (item.second)
             item.second->copyTo((to[item.first] = std::make_shared<Entry>()).get());
+}
+
+/// Adds copies of those entries of `from` whose keys `to` does not have.
+template <class Key, class Entry>
+void copy_entries(const std::map<Key, Entry>& from, std::map<Key, Entry>& to)
+{
+    to.insert(from.begin(), from.end());
 }
 
 template <class... Fields>

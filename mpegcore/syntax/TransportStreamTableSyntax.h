@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/TransportStreamTable.h"
-#include "mpegcore/syntax/TableSyntax.h"
+#include "mpegcore/syntax/SectionTableSyntax.h"
 
 #include <cstdint>
 
@@ -38,20 +38,6 @@ void CTransportStreamTable<Table, Entry>::Clear()
 }
 
 template <class Table, class Entry>
-bool CTransportStreamTable<Table, Entry>::read(Reader& reader)
-{
-    return read_section(reader, [this](Reader& section) {
-        return read_body(section, CRC_32, [this](TableReader& io) { return syntax(table(), io); });
-    });
-}
-
-template <class Table, class Entry>
-void CTransportStreamTable<Table, Entry>::print(FieldPrinter& printer) const
-{
-    print_section(printer, [this](SyntaxPrinter& io) { return syntax(table(), io) && io.bits(32, "CRC_32", CRC_32); });
-}
-
-template <class Table, class Entry>
 std::uint32_t CTransportStreamTable<Table, Entry>::calc_transport_stream_loop_length() const
 {
     std::uint32_t length = 0;
@@ -66,33 +52,5 @@ std::uint32_t CTransportStreamTable<Table, Entry>::calc_section_length() const
 {
     constexpr std::uint32_t fixed_length = 13;
     return fixed_length + (table().*(Table::first_loop)).getSize() + calc_transport_stream_loop_length();
-}
-
-template <class Table, class Entry>
-bool CTransportStreamTable<Table, Entry>::RenderTable()
-{
-    return render_section(CRC_32, [this](Writer& writer) {
-        TableWriter io(writer);
-        return syntax(table(), io);
-    });
-}
-
-template <class Table, class Entry>
-void CTransportStreamTable<Table, Entry>::copyTo(Table* target) const
-{
-    if (target == nullptr || target == &table())
-        return;
-    copy_header(*target);
-    target->*(Table::id) = table().*(Table::id);
-    target->reserved = reserved;
-    copy_version_and_sections(table(), *target);
-    target->reserved_future_use = reserved_future_use;
-    target->*(Table::first_loop_length) =
-        static_cast<std::uint16_t>(replace_descriptors(table().*(Table::first_loop), target->*(Table::first_loop)));
-    target->reserved_future_use2 = reserved_future_use2;
-    copy_entries(transport_streams, target->transport_streams);
-    target->transport_stream_loop_length = static_cast<std::uint16_t>(target->calc_transport_stream_loop_length());
-    target->CRC_32 = CRC_32;
-    target->section_length = static_cast<std::uint16_t>(target->calc_section_length());
 }
 } // namespace mpegcore
