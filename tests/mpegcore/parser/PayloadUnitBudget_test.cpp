@@ -152,3 +152,12 @@ TEST_F(Budget, TellsSilenceBetweenSweepsFromSilenceBetweenRefusals)
     memory.sweep([](unsigned short) { return false; });
     EXPECT_EQ(PIDs[1].collecting, nullptr);
 }
+
+TEST_F(Budget, LeavesTheUnitsOfSilentPidsThatHoldNothingOfIt)
+{
+    collect(1, 5);
+    ask_in_vain();
+    ask_in_vain();
+    EXPECT_EQ(PIDs[1].collecting->size, 5 * 184U);
+    EXPECT_EQ(PIDs[1].started, 1);
+}
