@@ -14,6 +14,7 @@ struct piece
     std::size_t size = 0;
     std::uint64_t arrival = 0; ///< nanoseconds of the system's real-time clock
     bool gap = false;          ///< something is missing in front of it
+    bool anew = false;         ///< another sender begins with it
 };
 
 /// Pieces in stream order. Neighbours in memory become one piece, so that a batch of datagrams which were received
@@ -22,7 +23,7 @@ class piece_list
 {
 public:
     /// `longest_span`, in nanoseconds: a piece that came so much later than the one before it stays apart, because
-    /// its time must be told.
+    /// its time must be told. 0: every piece stays apart.
     explicit piece_list(std::uint64_t longest_span = 10'000'000) : m_longest_span{longest_span} {}
 
     /// Borrows the bytes until clear().
@@ -32,7 +33,7 @@ public:
             return;
         if (!m_pieces.empty()) {
             piece& last = m_pieces.back();
-            const bool adjoins = last.data + last.size == added.data;
+            const bool adjoins = m_longest_span > 0 && last.data + last.size == added.data;
             if (adjoins && !added.gap && added.arrival < last.arrival + m_longest_span) {
                 last.size += added.size;
                 return;

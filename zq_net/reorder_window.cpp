@@ -27,7 +27,8 @@ reorder_window::verdict reorder_window::put(std::uint64_t number, const piece& p
 {
     if (number == m_next) {
         m_gap = m_gap || payload.gap;
-        out.add({payload.data, payload.size, payload.arrival, payload.size > 0 && std::exchange(m_gap, false)});
+        const bool gap = payload.size > 0 && std::exchange(m_gap, false);
+        out.add({payload.data, payload.size, payload.arrival, gap, payload.anew});
         step_over(number);
         if (!m_kept.empty())
             release(out);

@@ -88,7 +88,7 @@ bool rtp_merger::is_of_the_stream(leg_state& from, const rtp_packet& packet, std
         m_has_former = true;
         m_former_SSRC = m_SSRC;
         ++m_sender_changes;
-        m_gap = true;
+        m_anew = true;
     }
     m_SSRC = packet.SSRC;
     for (leg_state& leg : m_legs)
@@ -132,7 +132,7 @@ void rtp_merger::restart(leg_state& from, const rtp_packet& packet, std::uint64_
         rtp_packet start = packet;
         start.sequence_number = first;
         ++m_sender_changes;
-        m_gap = true;
+        m_anew = true;
         begin(from, start, out);
     }
     from.carries = true;
@@ -155,10 +155,10 @@ bool rtp_merger::fits(std::uint16_t sequence_number) const
 void rtp_merger::pass(leg_state& from, std::uint16_t sequence_number, const piece& payload, piece_list& out)
 {
     piece marked = payload;
-    marked.gap = m_gap;
+    marked.gap = marked.anew = m_anew;
     const auto verdict = m_window.put(extend_sequence(m_window.next(), sequence_number), marked, out);
     if (verdict == reorder_window::verdict::passed && payload.size > 0)
-        m_gap = false;
+        m_anew = false;
     if (verdict == reorder_window::verdict::duplicate)
         ++from.counters.second;
     if (verdict == reorder_window::verdict::late)

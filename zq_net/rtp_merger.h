@@ -71,7 +71,7 @@ private:
     std::uint64_t m_history;
     std::vector<leg_state> m_legs;
     bool m_started = false;
-    bool m_gap = false;
+    bool m_anew = false; // for the next payload
     std::uint32_t m_SSRC = 0;
     bool m_has_former = false;
     std::uint32_t m_former_SSRC = 0;

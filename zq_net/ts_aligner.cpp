@@ -36,7 +36,7 @@ ts_aligner::verdict ts_aligner::put(const piece& bytes, piece_list& out)
     if (bytes.gap)
         drop_begun();
     std::size_t first = 0;
-    const std::size_t missing = m_begun_size > 0 ? ts_packet_size - m_begun_size : 0;
+    const std::size_t missing = awaited();
     if (missing > 0 && has_sync_from(bytes.data, bytes.size, missing)) {
         finish_begun(bytes, std::min(missing, bytes.size), out);
         first = std::min(missing, bytes.size);

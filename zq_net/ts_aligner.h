@@ -28,6 +28,8 @@ public:
     /// Bytes pass uncopied, but for packets that lie in two datagrams.
     verdict put(const piece& bytes, piece_list& out);
 
+    /// Bytes that a packet begun still lacks; 0 when none is begun.
+    [[nodiscard]] std::size_t awaited() const { return m_begun_size > 0 ? ts_packet_size - m_begun_size : 0; }
     /// Bytes dropped between packets, and of packets whose end never came.
     [[nodiscard]] std::uint64_t dropped_bytes() const { return m_dropped_bytes; }
 

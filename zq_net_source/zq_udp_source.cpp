@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "zq_net_source/zq_udp_source.h"
 
+#include "zq_net/receive_buffer.h"
+
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -17,41 +19,10 @@ using std::chrono::steady_clock;
 
 namespace
 {
-/// About 1.3 s of a 50 Mbit/s stream; what Linux gives unasked holds 20 ms of it.
-constexpr int wanted_receive_buffer = 8 * 1024 * 1024;
-
 template <class T>
 bool set_option(int socket, int level, int name, const T& value)
 {
     return ::setsockopt(socket, level, name, &value, sizeof(value)) == 0;
-}
-
-int receive_buffer(int socket)
-{
-    int size = 0;
-    socklen_t length = sizeof(size);
-    return ::getsockopt(socket, SOL_SOCKET, SO_RCVBUF, &size, &length) == 0 ? size : 0;
-}
-
-/// What the unprivileged option would give: the kernel cuts it to a limit that may lie below a socket's default.
-int obtainable_receive_buffer()
-{
-    const int probe = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
-    if (probe < 0)
-        return 0;
-    const int size = set_option(probe, SOL_SOCKET, SO_RCVBUF, wanted_receive_buffer) ? receive_buffer(probe) : 0;
-    ::close(probe);
-    return size;
-}
-
-void enlarge_receive_buffer(int socket)
-{
-    const int present = receive_buffer(socket);
-    // The kernel reports twice what was asked for: its own bookkeeping counts too.
-    if (present >= 2 * wanted_receive_buffer || set_option(socket, SOL_SOCKET, SO_RCVBUFFORCE, wanted_receive_buffer))
-        return;
-    if (obtainable_receive_buffer() > present)
-        set_option(socket, SOL_SOCKET, SO_RCVBUF, wanted_receive_buffer);
 }
 
 in_addr_t address_or_any(const std::string& address)
@@ -99,7 +70,7 @@ bool zq_udp_source::open(const std::string& address, std::uint32_t port, const s
         std::puts("::setsockopt(m_hSocket, SOL_SOCKET, SO_REUSEPORT, (char *)&nReusePort, sizeof(int)) < 0");
         return false;
     }
-    enlarge_receive_buffer(m_socket);
+    zq_net::enlarge_receive_buffer(m_socket);
     const auto port16 = static_cast<std::uint16_t>(port);
     if (!(isMulticast(address) ? bind_multicast(address, port16, interface) : bind_unicast(port16, interface)))
         return false;

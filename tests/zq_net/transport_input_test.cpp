@@ -1,0 +1,374 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "zq_net/transport_input.h"
+
+#include "support/RTP.h"
+#include "support/net_sandbox.h"
+#include "support/udp_sender.h"
+#include "support/watchdog.h"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <memory>
+#include <random>
+#include <thread>
+
+using support::pattern;
+using support::rtp_datagram;
+using zq_net::transport_input;
+using result = transport_input::result;
+
+namespace
+{
+using bytes = std::vector<unsigned char>;
+
+/// An input on free ports of the loopback, with a sender to each leg.
+struct stand
+{
+    explicit stand(zq_net::input_settings settings = {}, std::size_t legs = 1)
+    {
+        for (std::size_t leg = 0; leg < legs; ++leg) {
+            const auto port = support::free_port();
+            settings.legs.push_back({"127.0.0.1", port, "", {}, 0});
+            senders.push_back(std::make_unique<support::udp_sender>("127.0.0.1", port));
+        }
+        EXPECT_TRUE(input.open(settings)) << input.error();
+    }
+    void send(const bytes& datagram, std::size_t leg = 0) const { senders[leg]->send(datagram); }
+    result receive()
+    {
+        memory.resize(transport_input::most_slots * 2048);
+        const auto got = input.receive(memory.data(), input.wanted_slots(), input.wanted_slot_size());
+        for (const auto& piece : input.pieces()) {
+            gaps += piece.gap ? 1 : 0;
+            out.insert(out.end(), piece.data, piece.data + piece.size);
+        }
+        return got;
+    }
+    void receive_until(std::size_t size)
+    {
+        while (out.size() < size)
+            receive();
+    }
+    void receive_datagrams(std::uint64_t count)
+    {
+        const auto received = [this] {
+            const auto figures = input.figures();
+            return figures.legs[0].datagrams + figures.legs[1].datagrams;
+        };
+        while (received() < count)
+            receive();
+    }
+
+    support::watchdog guard;
+    transport_input input;
+    std::vector<std::unique_ptr<support::udp_sender>> senders;
+    bytes memory;
+    bytes out;
+    int gaps = 0;
+};
+
+bytes joined(const std::vector<bytes>& parts)
+{
+    bytes all;
+    for (const bytes& part : parts)
+        all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+zq_net::input_settings with_rtp(zq_net::rtp_mode mode)
+{
+    zq_net::input_settings settings;
+    settings.rtp = mode;
+    return settings;
+}
+} // namespace
+
+TEST(TransportInput, LendsWhatItReceivedUncopied)
+{
+    stand to;
+    to.send(pattern(1316));
+    EXPECT_EQ(to.receive(), result::data);
+    ASSERT_EQ(to.input.pieces().size(), 1U);
+    EXPECT_EQ(to.input.pieces()[0].data, to.memory.data());
+    EXPECT_EQ(to.out, pattern(1316));
+}
+
+TEST(TransportInput, MakesOnePieceOfABurst)
+{
+    stand to;
+    for (unsigned i = 0; i < 64; ++i)
+        to.send(pattern(1316, i));
+    std::vector<bytes> sent;
+    std::size_t calls = 0;
+    while (to.out.size() < 64 * 1316) {
+        to.receive();
+        EXPECT_EQ(to.input.pieces().size(), 1U);
+        ++calls;
+    }
+    for (unsigned i = 0; i < 64; ++i)
+        sent.push_back(pattern(1316, i));
+    EXPECT_EQ(to.out, joined(sent));
+    EXPECT_LE(calls, 8U) << "2, 4, 8, 16, 32 and the rest";
+}
+
+TEST(TransportInput, CountsDatagramsBytesAndSenders)
+{
+    stand to;
+    const support::udp_sender other{"127.0.0.1", to.input.address().port()};
+    to.send(pattern(1316));
+    other.send(pattern(188));
+    to.send(pattern(1316));
+    to.receive_datagrams(3);
+    const auto figures = to.input.figures();
+    EXPECT_EQ(figures.legs[0].datagrams, 3U);
+    EXPECT_EQ(figures.legs[0].bytes, 2820U);
+    EXPECT_EQ(figures.senders, 2U);
+    EXPECT_NE(figures.legs[0].last_arrival, 0U);
+    EXPECT_GT(figures.legs[0].buffer_got, 0);
+}
+
+TEST(TransportInput, JoinsPacketsAcrossDatagrams)
+{
+    stand to;
+    const bytes all = pattern(1316);
+    to.send({all.begin(), all.begin() + 500});
+    to.send({all.begin() + 500, all.end()});
+    to.receive_until(1316);
+    EXPECT_EQ(to.out, all);
+}
+
+TEST(TransportInput, LeavesBytesAsTheyAreWithoutAlignment)
+{
+    zq_net::input_settings settings;
+    settings.align = false;
+    stand to{settings};
+    to.send(bytes(500, 0x11));
+    to.receive();
+    EXPECT_EQ(to.out, bytes(500, 0x11));
+}
+
+TEST(TransportInput, DropsAndCountsDatagramsThatAreNoTransportStream)
+{
+    stand to;
+    to.send(bytes(1316, 0x11));
+    to.send({});
+    to.send(pattern(1316));
+    to.receive_until(1316);
+    EXPECT_EQ(to.out, pattern(1316));
+    EXPECT_EQ(to.input.figures().not_ts, 2U);
+}
+
+TEST(TransportInput, StripsRtpAndPutsItInOrder)
+{
+    stand to;
+    to.send(rtp_datagram(65535, pattern(1316, 1)));
+    to.send(rtp_datagram(1, pattern(1316, 3)));
+    to.send(rtp_datagram(0, pattern(1316, 2)));
+    to.send(rtp_datagram(0, pattern(1316, 2)));
+    to.send(rtp_datagram(2, pattern(1316, 4)));
+    to.receive_datagrams(5);
+    EXPECT_EQ(to.out, joined({pattern(1316, 1), pattern(1316, 2), pattern(1316, 3), pattern(1316, 4)}));
+    EXPECT_EQ(to.gaps, 0);
+    EXPECT_TRUE(to.input.sees_rtp());
+    const auto figures = to.input.figures();
+    EXPECT_EQ(figures.legs[0].rtp.reordered, 1U);
+    EXPECT_EQ(figures.legs[0].rtp.repeated, 1U);
+    EXPECT_EQ(figures.rtp_lost, 0U);
+}
+
+TEST(TransportInput, GivesUpWaitingForALostRtpPacketAndMarksTheGap)
+{
+    stand to;
+    to.send(rtp_datagram(10, pattern(1316, 1)));
+    to.send(rtp_datagram(12, pattern(1316, 2)));
+    to.receive_until(2 * 1316);
+    EXPECT_EQ(to.gaps, 1);
+    EXPECT_EQ(to.input.figures().rtp_lost, 1U);
+}
+
+TEST(TransportInput, DropsWhatIsNoRtpWhereThatIsDemanded)
+{
+    stand to{with_rtp(zq_net::rtp_mode::on)};
+    to.send(pattern(1316, 1));
+    to.send(rtp_datagram(1, pattern(1316, 2)));
+    to.receive_until(1316);
+    EXPECT_EQ(to.out, pattern(1316, 2));
+    EXPECT_EQ(to.input.figures().not_ts, 1U);
+}
+
+TEST(TransportInput, TakesDatagramsOfAnySize)
+{
+    stand to;
+    const bytes largest = pattern(188 * 348); // 65424 bytes
+    for (const bytes& datagram : {pattern(1316), largest, pattern(188), largest, pattern(1316)})
+        to.send(datagram);
+    to.receive_until(2 * 1316 + 188 + 2 * largest.size());
+    EXPECT_EQ(to.out, joined({pattern(1316), largest, pattern(188), largest, pattern(1316)}));
+}
+
+TEST(TransportInput, FollowsTheContinuityCounters)
+{
+    stand to;
+    bytes first = pattern(188), second = pattern(188);
+    first[1] = second[1] = 1;
+    first[3] = 0x10;
+    second[3] = 0x13;
+    to.send(first);
+    to.send(second);
+    to.receive_datagrams(2);
+    EXPECT_EQ(to.input.figures().continuity_errors, 1U);
+}
+
+TEST(TransportInput, CountsNoContinuityErrorWhereAnotherSenderBegins)
+{
+    stand to;
+    bytes first = pattern(188), second = pattern(188);
+    first[1] = second[1] = 1;
+    first[3] = 0x10;
+    second[3] = 0x13;
+    to.send(rtp_datagram(1, first, 1));
+    to.send(rtp_datagram(900, second, 2));
+    to.receive_datagrams(2);
+    EXPECT_EQ(to.input.figures().continuity_errors, 0U);
+    EXPECT_EQ(to.input.figures().sender_changes, 1U);
+    EXPECT_EQ(to.gaps, 1);
+}
+
+TEST(TransportInput, IsInterruptedWhileItWaitsAndUntilItIsResumed)
+{
+    stand to;
+    auto received = std::async(std::launch::async, [&] { return to.receive(); });
+    to.input.interrupt();
+    EXPECT_EQ(received.get(), result::interrupted);
+    EXPECT_EQ(to.receive(), result::interrupted);
+    to.input.resume();
+    std::atomic<bool> done{false};
+    std::thread sending{[&] {
+        while (!done) {
+            to.send(pattern(1316));
+            std::this_thread::sleep_for(std::chrono::milliseconds{1});
+        }
+    }};
+    to.receive_until(1316);
+    done = true;
+    sending.join();
+}
+
+TEST(TransportInput, IsInterruptedInAnyOfItsWaits)
+{
+    zq_net::input_settings waiting;
+    waiting.batch_time = 100000;
+    for (const std::size_t legs : {1U, 2U}) {
+        stand to{waiting, legs};
+        to.send(legs == 1 ? pattern(1316) : rtp_datagram(1, pattern(1316)));
+        auto received = std::async(std::launch::async, [&] {
+            while (to.receive() != result::interrupted) {
+            }
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds{20});
+        to.input.interrupt();
+        received.get();
+    }
+}
+
+TEST(TransportInput, SaysWhenNothingCame)
+{
+    zq_net::input_settings settings;
+    settings.longest_wait = 1;
+    stand to{settings};
+    EXPECT_EQ(to.receive(), result::nothing);
+    EXPECT_EQ(to.input.figures().bit_rate, 0U);
+}
+
+TEST(TransportInput, WaitsForMoreBehindADatagram)
+{
+    zq_net::input_settings settings;
+    settings.batch_time = 300;
+    stand to{settings};
+    std::thread sending{[&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds{20});
+        to.send(pattern(1316, 1));
+        to.send(pattern(1316, 2));
+    }};
+    EXPECT_EQ(to.receive(), result::data);
+    sending.join();
+    EXPECT_EQ(to.out, joined({pattern(1316, 1), pattern(1316, 2)}));
+}
+
+TEST(TransportInput, TellsWhyItCouldNotBeOpened)
+{
+    const support::taken_port port;
+    zq_net::input_settings settings;
+    settings.legs.push_back({"127.0.0.1", port.number, "", {}, 0});
+    transport_input input;
+    EXPECT_FALSE(input.open(settings));
+    EXPECT_EQ(input.error(), "cannot receive on 127.0.0.1:" + std::to_string(port.number) + ": Address already in use");
+}
+
+TEST(TransportInput, CountsWhatTheKernelDropped)
+{
+    zq_net::input_settings settings;
+    stand to{settings};
+    // More than any buffer holds that the test may get.
+    const int enough = to.input.figures().legs[0].buffer_got / 500 + 1000;
+    for (int i = 0; i < enough; ++i)
+        to.send(pattern(1316));
+    const auto dropped = to.input.figures().legs[0].kernel_drops;
+    EXPECT_GT(dropped, 0U);
+    to.receive_datagrams(static_cast<std::uint64_t>(enough) - dropped);
+    to.input.close();
+    EXPECT_EQ(to.input.figures().legs[0].kernel_drops, dropped);
+}
+
+TEST(TransportInputWithTwoLegs, MissesNothingThatOneOfThemBrings)
+{
+    stand to{{}, 2};
+    std::vector<bytes> sent;
+    for (unsigned i = 0; i < 400; ++i) {
+        const bytes payload = pattern(1316, i);
+        sent.push_back(payload);
+        if (i % 20 != 3)
+            to.send(rtp_datagram(static_cast<std::uint16_t>(65400 + i), payload), 0);
+        if (i % 20 != 11)
+            to.send(rtp_datagram(static_cast<std::uint16_t>(65400 + i), payload), 1);
+        if (i % 20 == 19)
+            to.receive_datagrams((i + 1) / 20 * 38);
+    }
+    to.receive_until(400 * 1316);
+    EXPECT_EQ(to.out, joined(sent));
+    EXPECT_EQ(to.gaps, 0);
+    const auto figures = to.input.figures();
+    EXPECT_EQ(figures.rtp_lost, 0U);
+    EXPECT_EQ(figures.legs[0].rtp.lost, 20U);
+    EXPECT_EQ(figures.legs[1].rtp.lost, 20U);
+}
+
+TEST(TransportInputWithTwoLegs, MissesAndCountsExactlyWhatBothLost)
+{
+    std::mt19937 random{17};
+    stand to{{}, 2};
+    std::vector<bytes> expected;
+    unsigned both = 0;
+    std::uint64_t datagrams = 0;
+    for (unsigned i = 0; i < 3000; ++i) {
+        const bytes payload = pattern(188, i);
+        const bool edge = i == 0 || i == 2999;
+        const bool first = edge || random() % 20 != 0, second = edge || random() % 20 != 0;
+        if (first)
+            to.send(rtp_datagram(static_cast<std::uint16_t>(i), payload), 0);
+        if (second)
+            to.send(rtp_datagram(static_cast<std::uint16_t>(i), payload), 1);
+        datagrams += (first ? 1U : 0U) + (second ? 1U : 0U);
+        if (first || second)
+            expected.push_back(payload);
+        else
+            ++both;
+        if (i % 20 == 19)
+            to.receive_datagrams(datagrams);
+    }
+    to.receive_until(expected.size() * 188);
+    EXPECT_EQ(to.out, joined(expected));
+    EXPECT_GT(both, 0U);
+    EXPECT_EQ(to.input.figures().rtp_lost, both);
+}

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "zq_net/datagram_reader.h"
+
+#include <sys/mman.h>
+#include <time.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+namespace zq_net
+{
+namespace
+{
+constexpr std::uint64_t second = 1'000'000'000;
+
+std::uint64_t nanoseconds(const timespec& time)
+{
+    return static_cast<std::uint64_t>(time.tv_sec) * second + static_cast<std::uint64_t>(time.tv_nsec);
+}
+
+/// The kernel's stamp, or `now` without one.
+std::uint64_t stamp_of(msghdr& header, std::uint64_t now)
+{
+    for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part))
+        if (part->cmsg_level == SOL_SOCKET && part->cmsg_type == SCM_TIMESTAMPNS) {
+            timespec time{};
+            std::memcpy(&time, CMSG_DATA(part), sizeof(time));
+            return nanoseconds(time);
+        }
+    return now;
+}
+
+unsigned char* map(std::size_t size)
+{
+    void* const memory =
+        ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (memory == MAP_FAILED)
+        throw std::bad_alloc{};
+    return static_cast<unsigned char*>(memory);
+}
+} // namespace
+
+std::uint64_t real_time()
+{
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    return nanoseconds(now);
+}
+
+void datagram_reader::unmap::operator()(unsigned char* memory) const { ::munmap(memory, size); }
+
+datagram_reader::datagram_reader(std::size_t most, std::size_t largest)
+    : m_largest{largest},
+      m_long{map(most * largest), unmap{most * largest}},
+      m_messages(most),
+      m_parts(most),
+      m_senders(most),
+      m_controls(most),
+      m_datagrams(most)
+{
+    for (std::size_t i = 0; i < most; ++i) {
+        msghdr& header = m_messages[i].msg_hdr;
+        header.msg_name = &m_senders[i];
+        header.msg_iov = m_parts[i].data();
+        header.msg_iovlen = 2;
+        header.msg_control = m_controls[i].bytes.data();
+    }
+}
+
+int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_size, std::size_t count, bool wait)
+{
+    count = std::min(count, most());
+    slot_size = std::min(slot_size, m_largest);
+    for (std::size_t i = 0; i < count; ++i) {
+        msghdr& header = m_messages[i].msg_hdr;
+        header.msg_namelen = sizeof(sockaddr_storage);
+        header.msg_controllen = sizeof(control);
+        m_parts[i][0] = {memory + i * slot_size, slot_size};
+        m_parts[i][1] = {m_long.get() + i * m_largest + slot_size, m_largest - slot_size};
+    }
+    const int received = ::recvmmsg(socket, m_messages.data(), static_cast<unsigned>(count),
+                                    wait ? MSG_WAITFORONE : MSG_DONTWAIT, nullptr);
+    if (received < 0)
+        return errno == EAGAIN || errno == EINTR ? 0 : -1;
+    const std::uint64_t now = real_time();
+    for (std::size_t i = 0; i < static_cast<std::size_t>(received); ++i) {
+        // A socket that was shut down gives empty messages from nobody.
+        if (m_messages[i].msg_hdr.msg_namelen == 0)
+            return static_cast<int>(i);
+        take(i, memory + i * slot_size, slot_size, now);
+    }
+    return received;
+}
+
+void datagram_reader::take(std::size_t index, unsigned char* slot, std::size_t slot_size, std::uint64_t now)
+{
+    msghdr& header = m_messages[index].msg_hdr;
+    datagram& taken = m_datagrams[index];
+    taken.size = m_messages[index].msg_len;
+    taken.data = slot;
+    if (taken.size > slot_size) {
+        taken.data = m_long.get() + index * m_largest;
+        std::memcpy(taken.data, slot, slot_size);
+    }
+    taken.arrival = stamp_of(header, now);
+    taken.truncated = (header.msg_flags & MSG_TRUNC) != 0;
+    taken.sender = &m_senders[index];
+    taken.sender_size = header.msg_namelen;
+}
+} // namespace zq_net

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "zq_net/ip_address.h"
+
+#include <sys/socket.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace zq_net
+{
+/// Nanoseconds of the system's real-time clock, which the kernel stamps datagrams with.
+[[nodiscard]] std::uint64_t real_time();
+
+/// Reads datagrams in one system call, side by side into memory of the caller's.
+class datagram_reader
+{
+public:
+    static constexpr std::size_t largest_datagram = 65536;
+
+    struct datagram
+    {
+        unsigned char* data;
+        std::size_t size;
+        std::uint64_t arrival; ///< by real_time()
+        bool truncated;
+        const sockaddr_storage* sender;
+        socklen_t sender_size;
+    };
+
+    /// `most`: datagrams a call. A datagram of more than `largest` bytes is cut.
+    explicit datagram_reader(std::size_t most, std::size_t largest = largest_datagram);
+
+    /// Reads up to `count` datagrams, at most as many as one call may, the n-th to `memory` + n * `slot_size`; one
+    /// that is longer goes to memory of the reader's, whole. With `wait` waits for the first one. The number of
+    /// datagrams; 0 when there was none or the wait was ended; -1 with errno when receiving failed.
+    [[nodiscard]] int read(int socket, unsigned char* memory, std::size_t slot_size, std::size_t count, bool wait);
+
+    /// Valid until the next read().
+    [[nodiscard]] const datagram& operator[](std::size_t index) const { return m_datagrams[index]; }
+    [[nodiscard]] std::size_t most() const { return m_messages.size(); }
+
+private:
+    struct unmap
+    {
+        std::size_t size;
+        void operator()(unsigned char* memory) const;
+    };
+    struct alignas(cmsghdr) control
+    {
+        std::array<unsigned char, 64> bytes;
+    };
+
+    void take(std::size_t index, unsigned char* slot, std::size_t slot_size, std::uint64_t now);
+
+    std::size_t m_largest;
+    std::unique_ptr<unsigned char, unmap> m_long; // m_largest bytes for each message, untouched until one is needed
+    std::vector<mmsghdr> m_messages;
+    std::vector<std::array<iovec, 2>> m_parts;
+    std::vector<sockaddr_storage> m_senders;
+    std::vector<control> m_controls;
+    std::vector<datagram> m_datagrams;
+};
+} // namespace zq_net

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "zq_net/datagram_reader.h"
+#include "zq_net/input_figures.h"
+#include "zq_net/udp_socket.h"
+
+#include <string>
+#include <vector>
+
+namespace zq_net
+{
+/// Counts what differs among addresses of senders, bounded in memory.
+class sender_list
+{
+public:
+    void see(const sockaddr_storage& sender, socklen_t size);
+    [[nodiscard]] std::size_t count() const { return m_known.size(); }
+
+private:
+    std::string m_last; // bytes of the address
+    std::vector<std::string> m_known;
+};
+
+/// One way on which a stream comes: a socket and what is known of it. For one thread, but for what is said.
+class input_leg
+{
+public:
+    input_leg(const udp_settings& settings, std::size_t datagrams_a_call)
+        : m_settings{settings}, reader{datagrams_a_call}
+    {}
+
+    [[nodiscard]] bool open(unsigned longest_wait_ms, std::string& error);
+    void close();
+    /// Takes over how many datagrams the kernel dropped so far.
+    void note_drops();
+
+private:
+    udp_settings m_settings;
+    std::uint32_t m_drops_seen = 0;
+
+public:
+    udp_socket socket;
+    datagram_reader reader;
+    leg_figures figures;
+    std::uint64_t read_up_to = 0;  ///< real_time() up to which all that came has been read
+    std::uint64_t last_follow = 0; ///< when the interface was last looked at
+};
+} // namespace zq_net

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "zq_net/continuity_check.h"
+#include "zq_net/datagram_kind.h"
+#include "zq_net/input_figures.h"
+#include "zq_net/input_leg.h"
+#include "zq_net/piece.h"
+#include "zq_net/rtp_merger.h"
+#include "zq_net/ts_aligner.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace zq_net
+{
+struct input_settings
+{
+    std::vector<udp_settings> legs;     ///< one, or two that bring the same RTP packets
+    rtp_mode rtp = rtp_mode::automatic; ///< two legs are always taken for RTP
+    bool align = true;                  ///< give whole packets; otherwise the bytes as they come
+    unsigned batch_time = 0;            ///< milliseconds to wait behind a datagram for more
+    unsigned longest_wait = 0;          ///< milliseconds after which receive() says so when nothing came; 0: never
+};
+
+/// Receives a transport stream from UDP: sockets, RTP, order, packets, counting. One thread receives; others may
+/// interrupt it and read the figures.
+class transport_input
+{
+public:
+    enum class result
+    {
+        data,        ///< pieces() has something
+        nothing,     ///< nothing for `longest_wait`, or nothing of use came
+        interrupted, ///< until resume()
+        failed,      ///< error() says why
+    };
+    static constexpr std::size_t most_slots = 32;
+    /// Datagrams that a packet out of order waits for at most, and nanoseconds.
+    static constexpr std::uint64_t reorder_wait_one_leg = 20'000'000;
+    static constexpr std::uint64_t reorder_wait_two_legs = 50'000'000;
+
+    /// False with a sentence in error().
+    [[nodiscard]] bool open(const input_settings& settings);
+    void close();
+    [[nodiscard]] const std::string& error() const { return m_error; }
+
+    /// Receives into `memory`, which has room for `slots` datagrams of `slot_size` bytes (for two legs at least two).
+    /// What pieces() lend lies there or in the input itself, until the next call.
+    [[nodiscard]] result receive(unsigned char* memory, std::size_t slots, std::size_t slot_size);
+    [[nodiscard]] const piece_list& pieces() const { return m_pieces; }
+
+    /// Room that the next receive() is best given: as many datagrams as are likely to be there, of the size they had.
+    [[nodiscard]] std::size_t wanted_slots() const { return m_slots; }
+    [[nodiscard]] std::size_t wanted_slot_size() const { return m_slot_size; }
+
+    /// From any thread: ends a receive() and all that follow, until resume().
+    void interrupt();
+    /// From any thread, while nobody is in receive(). What came in between is not received.
+    void resume();
+
+    /// From any thread.
+    [[nodiscard]] input_figures figures();
+    /// True since a datagram of RTP was seen.
+    [[nodiscard]] bool sees_rtp() const { return m_sees_rtp; }
+    /// How long a packet may wait for those before it, in nanoseconds.
+    [[nodiscard]] std::uint64_t reorder_wait() const;
+    /// The address that the first leg receives on.
+    [[nodiscard]] ip_address address() const { return m_legs.front().socket.address(); }
+
+private:
+    bool open_sockets();
+    result wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size);
+    bool wait_for_any();
+    bool wait_for_more();
+    int read_leg(std::size_t leg, unsigned char* memory, std::size_t slots, std::size_t slot_size, bool wait);
+    void take(std::size_t leg, const datagram_reader::datagram& datagram);
+    void take_bytes(const piece& bytes);
+    void deliver();
+    void look_at_packets();
+    void follow_interfaces(std::uint64_t now);
+    void adapt_slots(std::size_t slots);
+    void publish(std::uint64_t now);
+
+    input_settings m_settings;
+    std::string m_error;
+    std::vector<input_leg> m_legs; // sockets opened and closed under m_mutex
+    datagram_kind m_kind{rtp_mode::automatic};
+    rtp_merger m_merger{1, {}};
+    ts_aligner m_aligner;
+    continuity_check m_continuity;
+    sender_list m_senders;
+    piece_list m_ordered{0};     // payloads in order, before the packets are found in them
+    std::size_t m_delivered = 0; // of them
+    piece_list m_pieces;
+    std::size_t m_looked_at = 0;       // pieces whose packets were looked at, all but the last to the end
+    std::size_t m_looked_at_bytes = 0; // of the piece behind them
+    std::size_t m_slots = 2;
+    std::size_t m_slot_size = 7 * ts_packet_size;
+    std::size_t m_read = 0; // datagrams of this receive()
+    std::uint64_t m_not_ts = 0;
+    std::uint64_t m_interval_start = 0;
+    std::uint64_t m_interval_bytes = 0;
+    std::uint64_t m_bit_rate = 0;
+    bool m_flowing = false;
+    std::atomic<bool> m_sees_rtp{false};
+
+    std::mutex m_mutex;
+    std::condition_variable m_interrupt_changed;
+    std::atomic<bool> m_interrupted{false};
+    bool m_shut = false; // sockets were interrupted and have to be opened again
+    input_figures m_figures;
+};
+} // namespace zq_net

@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "zq_net/udp_socket.h"
+
+#include <linux/sock_diag.h>
+#include <net/if.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace zq_net
+{
+namespace
+{
+std::string because(const std::string& what) { return what + ": " + std::strerror(errno); }
+
+int level_of(const ip_address& address) { return address.family() == AF_INET6 ? IPPROTO_IPV6 : IPPROTO_IP; }
+
+group_source_req of_source(const ip_address& group, const ip_address& source, unsigned interface_index)
+{
+    group_source_req request{};
+    request.gsr_interface = interface_index;
+    request.gsr_group = group.storage();
+    request.gsr_source = source.storage();
+    return request;
+}
+
+group_req of_any(const ip_address& group, unsigned interface_index)
+{
+    group_req request{};
+    request.gr_interface = interface_index;
+    request.gr_group = group.storage();
+    return request;
+}
+
+/// The interface that `named` means now. One that is not there now is as good as none.
+unsigned present_index(const std::string& named, const ip_address& group)
+{
+    const auto found = named.empty() ? interface_towards(group) : find_interface(named, group.family());
+    return found ? found->index : 0;
+}
+} // namespace
+
+void udp_socket::swap(udp_socket& other) noexcept
+{
+    std::swap(m_descriptor, other.m_descriptor);
+    std::swap(m_address, other.m_address);
+    m_interface.swap(other.m_interface);
+    m_sources.swap(other.m_sources);
+    std::swap(m_interface_index, other.m_interface_index);
+    std::swap(m_buffer_asked, other.m_buffer_asked);
+}
+
+bool udp_socket::set(int level, int option, int value) const
+{
+    return ::setsockopt(m_descriptor, level, option, &value, sizeof(value)) == 0;
+}
+
+bool udp_socket::open(const udp_settings& settings, std::string& error)
+{
+    close();
+    errno = EINVAL;
+    if (!choose_address(settings, error) || !choose_interface(settings, error))
+        return false;
+    m_descriptor = ::socket(m_address.family(), SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
+    if (m_descriptor < 0) {
+        error = because("no socket");
+        return false;
+    }
+    if (!bind(error) || (is_multicast() && !join(m_interface_index, error))) {
+        const int reason = errno;
+        close();
+        errno = reason;
+        return false;
+    }
+    m_buffer_asked = settings.buffer_size > 0 ? settings.buffer_size : usual_receive_buffer;
+    enlarge_receive_buffer(m_descriptor, m_buffer_asked);
+    set(SOL_SOCKET, SO_TIMESTAMPNS, 1);
+    return true;
+}
+
+bool udp_socket::choose_address(const udp_settings& settings, std::string& error)
+{
+    const auto address = settings.address.empty() ? ip_address::any(AF_INET, settings.port)
+                                                  : ip_address::read(settings.address, settings.port);
+    if (!address) {
+        error = '"' + settings.address + "\" is no IPv4 or IPv6 address";
+        return false;
+    }
+    m_address = *address;
+    m_sources.clear();
+    for (const std::string& text : settings.sources) {
+        const auto source = ip_address::read(text);
+        if (!source || source->family() != m_address.family() || !is_multicast()) {
+            error = "\"" + text + "\" is no source for " + m_address.text();
+            return false;
+        }
+        m_sources.push_back(*source);
+    }
+    return true;
+}
+
+bool udp_socket::choose_interface(const udp_settings& settings, std::string& error)
+{
+    m_interface = settings.interface;
+    m_interface_index = is_multicast() ? present_index(m_interface, m_address) : 0;
+    if (m_interface.empty())
+        return true;
+    const auto found = find_interface(m_interface, m_address.family());
+    if (!found) {
+        error = "this host has no interface \"" + m_interface + '"';
+        errno = ENODEV;
+        return false;
+    }
+    if (is_multicast() || !m_address.is_any())
+        return true;
+    if (!found->address || found->address->family() != m_address.family()) {
+        error = "the interface \"" + m_interface + "\" has no address of the family of " + m_address.text();
+        errno = EADDRNOTAVAIL;
+        return false;
+    }
+    const auto port = m_address.port();
+    m_address = *found->address;
+    m_address.set_port(port);
+    return true;
+}
+
+bool udp_socket::bind(std::string& error)
+{
+    if (m_address.family() == AF_INET6)
+        set(IPPROTO_IPV6, IPV6_V6ONLY, 1);
+    if (is_multicast()) {
+        set(SOL_SOCKET, SO_REUSEADDR, 1);
+        // Otherwise a socket gets the groups that others on this host joined, too.
+        if (m_address.family() == AF_INET6)
+            set(IPPROTO_IPV6, IPV6_MULTICAST_ALL, 0);
+        else
+            set(IPPROTO_IP, IP_MULTICAST_ALL, 0);
+        m_address.set_scope(m_interface_index);
+    }
+    if (::bind(m_descriptor, m_address.get(), m_address.size()) != 0) {
+        error = because("cannot receive on " + m_address.text());
+        return false;
+    }
+    sockaddr_storage bound{};
+    socklen_t size = sizeof(bound);
+    if (::getsockname(m_descriptor, reinterpret_cast<sockaddr*>(&bound), &size) == 0)
+        m_address = ip_address::from(reinterpret_cast<const sockaddr*>(&bound)).value_or(m_address);
+    return true;
+}
+
+bool udp_socket::join(unsigned interface_index, std::string& error) const
+{
+    const int level = level_of(m_address);
+    bool joined = true;
+    if (m_sources.empty()) {
+        const auto request = of_any(m_address, interface_index);
+        joined = ::setsockopt(m_descriptor, level, MCAST_JOIN_GROUP, &request, sizeof(request)) == 0;
+    }
+    for (const ip_address& source : m_sources) {
+        const auto request = of_source(m_address, source, interface_index);
+        joined = joined && ::setsockopt(m_descriptor, level, MCAST_JOIN_SOURCE_GROUP, &request, sizeof(request)) == 0;
+    }
+    if (!joined)
+        error = because("cannot join " + m_address.text() +
+                        (m_interface.empty() ? std::string{} : " on \"" + m_interface + '"'));
+    return joined;
+}
+
+void udp_socket::leave(unsigned interface_index) const
+{
+    const int level = level_of(m_address);
+    if (m_sources.empty()) {
+        const auto request = of_any(m_address, interface_index);
+        ::setsockopt(m_descriptor, level, MCAST_LEAVE_GROUP, &request, sizeof(request));
+    }
+    for (const ip_address& source : m_sources) {
+        const auto request = of_source(m_address, source, interface_index);
+        ::setsockopt(m_descriptor, level, MCAST_LEAVE_SOURCE_GROUP, &request, sizeof(request));
+    }
+}
+
+bool udp_socket::follow_interface()
+{
+    if (!is_open() || !is_multicast())
+        return false;
+    const unsigned present = present_index(m_interface, m_address);
+    if (present == 0 || present == m_interface_index)
+        return false;
+    leave(m_interface_index);
+    std::string error;
+    if (!join(present, error))
+        return false;
+    m_interface_index = present;
+    return true;
+}
+
+void udp_socket::close()
+{
+    if (m_descriptor >= 0)
+        ::close(std::exchange(m_descriptor, -1));
+}
+
+void udp_socket::interrupt() const
+{
+    // The call reports that the socket is not connected, and still ends the wait.
+    ::shutdown(m_descriptor, SHUT_RD);
+}
+
+void udp_socket::limit_wait(unsigned milliseconds) const
+{
+    timeval limit{};
+    limit.tv_sec = milliseconds / 1000;
+    limit.tv_usec = static_cast<suseconds_t>(milliseconds % 1000) * 1000;
+    ::setsockopt(m_descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+}
+
+std::uint32_t udp_socket::kernel_drops() const
+{
+    std::array<std::uint32_t, SK_MEMINFO_VARS> memory{};
+    socklen_t size = sizeof(memory);
+    return ::getsockopt(m_descriptor, SOL_SOCKET, SO_MEMINFO, memory.data(), &size) == 0 ? memory[SK_MEMINFO_DROPS] : 0;
+}
+} // namespace zq_net
