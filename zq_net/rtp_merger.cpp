@@ -68,6 +68,19 @@ void rtp_merger::put(std::size_t leg, const rtp_packet& packet, std::uint64_t ar
         ++from.counters.foreign;
 }
 
+void rtp_merger::forget()
+{
+    for (leg_state& leg : m_legs) {
+        leg.lost_before += leg.tracker.lost();
+        leg.tracker = {};
+        leg.suspect.clear();
+        leg.carries = false;
+    }
+    m_window.begin(m_window.next());
+    m_started = m_has_former = false;
+    m_anew = true;
+}
+
 bool rtp_merger::is_of_the_stream(leg_state& from, const rtp_packet& packet, std::uint64_t arrival, piece_list& out)
 {
     if (m_started && packet.SSRC == m_SSRC) {

@@ -33,6 +33,8 @@ public:
 
     /// What becomes due goes to `out`; the payload is borrowed from `packet` until `out` is cleared.
     void put(std::size_t leg, const rtp_packet& packet, std::uint64_t arrival, piece_list& out);
+    /// What comes next continues nothing: it was not listened for a while. Nothing of that counts as lost.
+    void forget();
     /// All legs have been read up to `now`: ends the waiting for what should have come by then.
     void advance(std::uint64_t now, piece_list& out) { m_window.expire(now, out); }
 

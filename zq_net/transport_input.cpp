@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <utility>
 
 namespace zq_net
 {
@@ -111,8 +112,13 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
     m_delivered = m_looked_at = m_looked_at_bytes = 0;
     if (m_interrupted)
         return result::interrupted;
-    if (m_shut && !open_sockets())
-        return result::failed;
+    if (m_shut) {
+        if (!open_sockets())
+            return result::failed;
+        m_merger.forget();
+        m_continuity.forget();
+        m_anew = true;
+    }
     const auto read = wait_and_read(memory, slots, slot_size);
     if (m_interrupted)
         return result::interrupted;
@@ -246,8 +252,9 @@ void transport_input::deliver()
     }
 }
 
-void transport_input::take_bytes(const piece& bytes)
+void transport_input::take_bytes(piece bytes)
 {
+    bytes.gap = std::exchange(m_anew, false) || bytes.gap;
     if (!m_settings.align)
         return m_pieces.add(bytes);
     m_not_ts += m_aligner.put(bytes, m_pieces) == ts_aligner::verdict::not_ts ? 1 : 0;

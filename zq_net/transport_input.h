@@ -78,7 +78,7 @@ private:
     bool wait_for_more();
     int read_leg(std::size_t leg, unsigned char* memory, std::size_t slots, std::size_t slot_size, bool wait);
     void take(std::size_t leg, const datagram_reader::datagram& datagram);
-    void take_bytes(const piece& bytes);
+    void take_bytes(piece bytes);
     void deliver();
     void look_at_packets();
     void follow_interfaces(std::uint64_t now);
@@ -106,12 +106,13 @@ private:
     std::uint64_t m_interval_bytes = 0;
     std::uint64_t m_bit_rate = 0;
     bool m_flowing = false;
+    bool m_anew = false; // for the next bytes: others were missed on purpose
     std::atomic<bool> m_sees_rtp{false};
 
     std::mutex m_mutex;
     std::condition_variable m_interrupt_changed;
     std::atomic<bool> m_interrupted{false};
-    bool m_shut = false; // sockets were interrupted and have to be opened again
+    std::atomic<bool> m_shut{false}; // sockets were interrupted and have to be opened again
     input_figures m_figures;
 };
 } // namespace zq_net

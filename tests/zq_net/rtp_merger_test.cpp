@@ -157,6 +157,19 @@ TEST(RtpMerger, CountsALongGapOfOneSenderAsLoss)
     EXPECT_EQ(to.merger.lost(), 2899U);
 }
 
+TEST(RtpMerger, CountsNothingAsLostThatWasNotListenedFor)
+{
+    stand to{1};
+    to.put(10);
+    to.put(12);
+    to.merger.forget();
+    to.put(500);
+    to.put(501);
+    EXPECT_THAT(to.out(), ElementsAre(10, -1, 500, 501));
+    EXPECT_EQ(to.merger.lost(), 0U);
+    EXPECT_EQ(to.merger.sender_changes(), 0U);
+}
+
 TEST(TwoLegs, MakeOneStreamOfWhichTheFirstCopyCounts)
 {
     stand to{2};

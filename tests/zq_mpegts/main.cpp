@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/net_sandbox.h"
+#include "zq_mpegts/zq_gst_udp_src.h"
+
+#include <gtest/gtest.h>
+
+#if defined(__SANITIZE_ADDRESS__)
+// Whole stacks, so that a leak can be told from the one block that GLib keeps from its initialisation on.
+extern "C" __attribute__((visibility("default"))) const char* __asan_default_options()
+{
+    return "fast_unwind_on_malloc=0";
+}
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() { return "leak:call_init"; }
+#endif
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    if (testing::GTEST_FLAG(list_tests)) // the build lists them, without the environment that a run has
+        return RUN_ALL_TESTS();
+    support::enter_net_sandbox();
+    gst_init(&argc, &argv);
+    zq_register_udp_src(nullptr);
+    return RUN_ALL_TESTS();
+}

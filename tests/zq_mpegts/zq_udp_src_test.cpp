@@ -1,0 +1,342 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/RTP.h"
+#include "support/element.h"
+#include "support/net_sandbox.h"
+#include "support/udp_sender.h"
+#include "support/watchdog.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+
+using support::eventually;
+using support::pattern;
+using support::rtp_datagram;
+using testing::HasSubstr;
+
+namespace
+{
+using bytes = std::vector<unsigned char>;
+
+bytes joined(const std::vector<bytes>& parts)
+{
+    bytes all;
+    for (const bytes& part : parts)
+        all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+struct message_release
+{
+    void operator()(GstMessage* message) const { gst_message_unref(message); }
+};
+using message = std::unique_ptr<GstMessage, message_release>;
+
+/// `zqudpsrc` on a free port of the loopback, into a sink that takes everything at once.
+struct playing
+{
+    explicit playing(const std::string& properties = "", const std::string& rest = "fakesink sync=false async=false")
+        : pipeline{support::parse("zqudpsrc name=src address=127.0.0.1 port=" + std::to_string(port) + " " +
+                                  properties + " ! " + rest)}
+    {
+        support::set_state(pipeline, GST_STATE_PLAYING);
+    }
+    ~playing() { support::set_state(pipeline, GST_STATE_NULL); }
+
+    bool got(const bytes& expected)
+    {
+        const bool enough = eventually([&] { return recorder.bytes().size() >= expected.size(); });
+        return enough && recorder.bytes() == expected;
+    }
+    guint64 figure(const char* name) const
+    {
+        GstStructure* stats = nullptr;
+        g_object_get(source.get(), "stats", &stats, nullptr);
+        guint64 value = 0;
+        EXPECT_TRUE(gst_structure_get_uint64(stats, name, &value)) << name;
+        gst_structure_free(stats);
+        return value;
+    }
+    message next_message(GstMessageType type) const
+    {
+        GstBus* const bus = gst_element_get_bus(pipeline.get());
+        message found{gst_bus_timed_pop_filtered(bus, 30 * GST_SECOND, type)};
+        gst_object_unref(bus);
+        return found;
+    }
+
+    support::watchdog guard;
+    std::uint16_t port = support::free_port();
+    support::element pipeline;
+    support::element source = support::named(pipeline, "src");
+    support::recorder recorder{support::pad_of(source, "src").get()};
+    support::udp_sender sender{"127.0.0.1", port};
+};
+
+std::string error_of(const std::string& properties)
+{
+    const support::watchdog guard;
+    const auto pipeline = support::parse("zqudpsrc " + properties + " ! fakesink");
+    EXPECT_EQ(support::set_state(pipeline, GST_STATE_PLAYING), GST_STATE_CHANGE_FAILURE);
+    GstBus* const bus = gst_element_get_bus(pipeline.get());
+    const message found{gst_bus_pop_filtered(bus, GST_MESSAGE_ERROR)};
+    gst_object_unref(bus);
+    std::string text;
+    if (found) {
+        GError* error = nullptr;
+        gst_message_parse_error(found.get(), &error, nullptr);
+        EXPECT_TRUE(g_error_matches(error, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_OPEN_READ));
+        text = error->message;
+        g_error_free(error);
+    }
+    support::set_state(pipeline, GST_STATE_NULL);
+    return text;
+}
+} // namespace
+
+TEST(UdpSrc, DeliversWhatItReceives)
+{
+    playing to;
+    for (unsigned i = 0; i < 20; ++i)
+        to.sender.send(pattern(1316, i));
+    std::vector<bytes> sent;
+    for (unsigned i = 0; i < 20; ++i)
+        sent.push_back(pattern(1316, i));
+    EXPECT_TRUE(to.got(joined(sent)));
+    EXPECT_EQ(to.figure("datagrams"), 20U);
+    EXPECT_EQ(to.figure("bytes"), 20U * 1316);
+    EXPECT_EQ(to.figure("senders"), 1U);
+    EXPECT_EQ(to.figure("kernel-drops"), 0U);
+}
+
+TEST(UdpSrc, AnnouncesATransportStreamAndATimeSegment)
+{
+    playing to;
+    to.sender.send(pattern(1316));
+    ASSERT_TRUE(to.got(pattern(1316)));
+    const auto flow = to.recorder.flow();
+    EXPECT_EQ(flow, (std::vector<std::string>{"stream-start", "caps", "segment", "buffer"}));
+    EXPECT_EQ(to.recorder.segments()[0].format, GST_FORMAT_TIME);
+    GstCaps* const caps = gst_pad_get_current_caps(support::pad_of(to.source, "src").get());
+    gchar* const text = gst_caps_to_string(caps);
+    EXPECT_STREQ(text, "video/mpegts, systemstream=(boolean)true, packetsize=(int)188");
+    g_free(text);
+    gst_caps_unref(caps);
+}
+
+TEST(UdpSrc, StampsBuffersInOrderOfTheirArrival)
+{
+    playing to;
+    for (unsigned i = 0; i < 5; ++i) {
+        to.sender.send(pattern(1316, i));
+        ASSERT_TRUE(eventually([&] { return to.recorder.bytes().size() == (i + 1) * 1316U; }));
+    }
+    const auto buffers = to.recorder.buffers();
+    for (std::size_t i = 1; i < buffers.size(); ++i)
+        EXPECT_GE(buffers[i].pts, buffers[i - 1].pts);
+    EXPECT_LE(buffers.back().pts, gst_element_get_current_running_time(to.source.get()));
+}
+
+TEST(UdpSrc, GoesOnBehindAPauseWithTimesThatGoOn)
+{
+    playing to;
+    to.sender.send(pattern(1316, 1));
+    ASSERT_TRUE(to.got(pattern(1316, 1)));
+    for (unsigned i = 2; i < 12; ++i) {
+        support::set_state(to.pipeline, GST_STATE_PAUSED);
+        support::set_state(to.pipeline, GST_STATE_PLAYING);
+        const auto had = to.recorder.count();
+        // The socket is opened anew: what comes before that is not received.
+        ASSERT_TRUE(eventually([&] {
+            to.sender.send(pattern(1316, i));
+            return to.recorder.count() > had;
+        }));
+    }
+    const auto buffers = to.recorder.buffers();
+    for (std::size_t i = 1; i < buffers.size(); ++i)
+        EXPECT_GE(buffers[i].pts, buffers[i - 1].pts);
+}
+
+TEST(UdpSrc, StopsAtOnceHoweverOften)
+{
+    playing to;
+    const support::udp_traffic traffic{to.port, std::chrono::microseconds{300}};
+    for (int i = 0; i < 100; ++i) {
+        support::set_state(to.pipeline, i % 3 == 0 ? GST_STATE_NULL : GST_STATE_PAUSED);
+        support::set_state(to.pipeline, GST_STATE_PLAYING);
+    }
+    const auto had = to.recorder.count();
+    EXPECT_TRUE(eventually([&] { return to.recorder.count() > had; }));
+}
+
+TEST(UdpSrc, EndsWithAnEndOfStreamThatTheApplicationSends)
+{
+    playing to;
+    gst_element_send_event(to.pipeline.get(), gst_event_new_eos());
+    EXPECT_TRUE(to.next_message(GST_MESSAGE_EOS));
+}
+
+TEST(UdpSrc, StripsRtpPutsItInOrderAndCountsWhatIsMissing)
+{
+    playing to;
+    for (const unsigned number : {65534U, 0U, 65535U, 0U, 3U, 4U})
+        to.sender.send(rtp_datagram(static_cast<std::uint16_t>(number), pattern(1316, number)));
+    EXPECT_TRUE(to.got(
+        joined({pattern(1316, 65534), pattern(1316, 65535), pattern(1316, 0), pattern(1316, 3), pattern(1316, 4)})));
+    EXPECT_EQ(to.figure("rtp-lost"), 2U);
+    EXPECT_EQ(to.figure("rtp-duplicates"), 1U);
+    EXPECT_EQ(to.figure("rtp-reordered"), 1U);
+}
+
+TEST(UdpSrc, MergesTwoLegs)
+{
+    const auto port2 = support::free_port();
+    playing to{"port2=" + std::to_string(port2)};
+    const support::udp_sender second{"127.0.0.1", port2};
+    std::vector<bytes> sent;
+    for (unsigned i = 0; i < 200; ++i) {
+        sent.push_back(pattern(1316, i));
+        const auto datagram = rtp_datagram(static_cast<std::uint16_t>(i), sent.back());
+        if (i % 20 != 5)
+            to.sender.send(datagram);
+        if (i % 20 != 15)
+            second.send(datagram);
+    }
+    EXPECT_TRUE(to.got(joined(sent)));
+    EXPECT_EQ(to.figure("rtp-lost"), 0U);
+    GstStructure* stats = nullptr;
+    g_object_get(to.source.get(), "stats", &stats, nullptr);
+    const GValue* const legs = gst_structure_get_value(stats, "legs");
+    ASSERT_EQ(gst_value_array_get_size(legs), 2U);
+    for (guint leg = 0; leg < 2; ++leg) {
+        guint64 lost = 0;
+        gst_structure_get_uint64(gst_value_get_structure(gst_value_array_get_value(legs, leg)), "rtp-lost", &lost);
+        EXPECT_EQ(lost, 10U) << leg;
+    }
+    gst_structure_free(stats);
+}
+
+TEST(UdpSrc, DropsAndCountsWhatIsNoTransportStream)
+{
+    playing to;
+    to.sender.send(bytes(1000, 0x11));
+    to.sender.send(pattern(1316));
+    EXPECT_TRUE(to.got(pattern(1316)));
+    EXPECT_EQ(to.figure("not-ts"), 1U);
+}
+
+TEST(UdpSrc, TellsOfSilenceAndOfItsEnd)
+{
+    playing to{"timeout=20000000"};
+    const auto silence = to.next_message(GST_MESSAGE_ELEMENT);
+    ASSERT_TRUE(silence);
+    const GstStructure* const told = gst_message_get_structure(silence.get());
+    EXPECT_STREQ(gst_structure_get_name(told), "GstUDPSrcTimeout");
+    guint64 timeout = 0;
+    EXPECT_TRUE(gst_structure_get_uint64(told, "timeout", &timeout));
+    EXPECT_EQ(timeout, 20000000U);
+    to.sender.send(pattern(1316));
+    for (;;) {
+        const auto next = to.next_message(GST_MESSAGE_ELEMENT);
+        ASSERT_TRUE(next);
+        if (gst_structure_has_name(gst_message_get_structure(next.get()), "ZqUdpSrcResumed"))
+            break;
+    }
+}
+
+TEST(UdpSrc, ReportsItsLatency)
+{
+    playing to{"rtp=on batch-time=10"};
+    GstQuery* const query = gst_query_new_latency();
+    ASSERT_TRUE(gst_element_query(to.source.get(), query));
+    gboolean live = FALSE;
+    GstClockTime least = 0, most = 0;
+    gst_query_parse_latency(query, &live, &least, &most);
+    gst_query_unref(query);
+    EXPECT_TRUE(live);
+    EXPECT_EQ(least, 30 * GST_MSECOND);
+    EXPECT_EQ(most, GST_CLOCK_TIME_NONE);
+}
+
+TEST(UdpSrc, HasFiguresInAnyState)
+{
+    const auto source = support::parse("zqudpsrc");
+    GstStructure* stats = nullptr;
+    g_object_get(source.get(), "stats", &stats, nullptr);
+    guint64 value = 1;
+    EXPECT_TRUE(gst_structure_get_uint64(stats, "datagrams", &value));
+    EXPECT_EQ(value, 0U);
+    EXPECT_TRUE(gst_structure_get_uint64(stats, "last-packet-age", &value));
+    EXPECT_EQ(value, GST_CLOCK_TIME_NONE);
+    gst_structure_free(stats);
+}
+
+TEST(UdpSrcErrors, TellOfATakenPortAnUnknownInterfaceAndABadAddress)
+{
+    const support::taken_port taken;
+    EXPECT_THAT(error_of("port=" + std::to_string(taken.number)),
+                HasSubstr("0.0.0.0:" + std::to_string(taken.number) + ": Address already in use"));
+    EXPECT_THAT(error_of("interface=eth77"), HasSubstr("this host has no interface \"eth77\""));
+    EXPECT_THAT(error_of("address=example.org"), HasSubstr("\"example.org\" is no IPv4 or IPv6 address"));
+}
+
+TEST(UdpSrcUri, SetsAndTellsTheAddress)
+{
+    const auto source = support::parse("zqudpsrc");
+    GstURIHandler* const handler = GST_URI_HANDLER(source.get());
+    ASSERT_TRUE(gst_uri_handler_set_uri(handler, "rtp://127.0.0.9@232.1.2.3:6000?interface=lo&batch-time=5", nullptr));
+    gchar* address = nullptr;
+    gchar* interface = nullptr;
+    guint port = 0, batch_time = 0;
+    gint rtp = 0;
+    g_object_get(source.get(), "address", &address, "port", &port, "interface", &interface, "batch-time", &batch_time,
+                 "rtp", &rtp, nullptr);
+    EXPECT_STREQ(address, "232.1.2.3");
+    EXPECT_EQ(port, 6000U);
+    EXPECT_STREQ(interface, "lo");
+    EXPECT_EQ(batch_time, 5U);
+    EXPECT_EQ(rtp, 2);
+    g_free(address);
+    g_free(interface);
+    gchar* const uri = gst_uri_handler_get_uri(handler);
+    EXPECT_STREQ(uri, "rtp://127.0.0.9@232.1.2.3:6000");
+    g_free(uri);
+}
+
+TEST(UdpSrcUri, IsRefusedForAHostNameAndWhilePlaying)
+{
+    playing to;
+    GstURIHandler* const handler = GST_URI_HANDLER(to.source.get());
+    GError* error = nullptr;
+    EXPECT_FALSE(gst_uri_handler_set_uri(handler, "udp://127.0.0.1:1", &error));
+    EXPECT_TRUE(g_error_matches(error, GST_URI_ERROR, GST_URI_ERROR_BAD_STATE));
+    g_clear_error(&error);
+    support::set_state(to.pipeline, GST_STATE_NULL);
+    EXPECT_FALSE(gst_uri_handler_set_uri(handler, "udp://example.org:1", &error));
+    EXPECT_TRUE(g_error_matches(error, GST_URI_ERROR, GST_URI_ERROR_BAD_URI));
+    g_clear_error(&error);
+}
+
+TEST(UdpSrcMulticast, TakesItsGroupAndNoOtherOnTheSamePort)
+{
+    if (!support::in_net_sandbox())
+        GTEST_SKIP() << "needs multicast on the loopback";
+    const support::watchdog guard;
+    const auto port = std::to_string(support::free_port());
+    const auto pipeline = support::parse("zqudpsrc name=a address=239.8.8.1 interface=lo port=" + port +
+                                         " ! fakesink sync=false async=false zqudpsrc name=b address=239.8.8.2 "
+                                         "interface=127.0.0.1 port=" +
+                                         port + " ! fakesink sync=false async=false");
+    const support::recorder first{support::pad_of(support::named(pipeline, "a"), "src").get()};
+    const support::recorder second{support::pad_of(support::named(pipeline, "b"), "src").get()};
+    support::set_state(pipeline, GST_STATE_PLAYING);
+    const auto number = static_cast<std::uint16_t>(std::stoi(port));
+    support::udp_sender{"239.8.8.1", number}.send(pattern(1316, 1));
+    support::udp_sender{"239.8.8.2", number}.send(pattern(1316, 2));
+    EXPECT_TRUE(eventually([&] { return first.count() > 0 && second.count() > 0; }));
+    EXPECT_EQ(first.bytes(), pattern(1316, 1));
+    EXPECT_EQ(second.bytes(), pattern(1316, 2));
+    support::set_state(pipeline, GST_STATE_NULL);
+}

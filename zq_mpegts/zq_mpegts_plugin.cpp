@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "zq_mpegts/zq_gst_udp_src.h"
+
+static gboolean plugin_init(GstPlugin* plugin) { return zq_register_udp_src(plugin); }
+
+#define PACKAGE "zqmpegts"
+GST_PLUGIN_DEFINE(1, 20, zqmpegts, "Transport streams from UDP and RTP", plugin_init, "1.20.1", "LGPL",
+                  "Gst ZQ MPEG transport streams", "Quillmark")

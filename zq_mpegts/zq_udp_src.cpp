@@ -1,0 +1,302 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "zq_mpegts/zq_udp_src.h"
+
+#include "zq_mpegts/zq_gst_udp_src.h"
+
+#include <algorithm>
+#include <cstring>
+#include <sstream>
+#include <utility>
+
+using zq_net::piece;
+using zq_net::transport_input;
+
+namespace
+{
+constexpr std::uint64_t ms = GST_MSECOND;
+/// So long a time one buffer may stand for.
+constexpr std::uint64_t longest_buffer = 10 * ms;
+
+std::vector<std::string> parts_of(const std::string& list)
+{
+    std::vector<std::string> parts;
+    std::istringstream in{list};
+    for (std::string part; std::getline(in, part, ',');)
+        if (!part.empty())
+            parts.push_back(part);
+    return parts;
+}
+
+zq_net::input_settings input_settings_of(const zq_udp_src_settings& settings)
+{
+    const auto sources = parts_of(settings.source_filter);
+    const auto size = static_cast<int>(settings.buffer_size);
+    zq_net::input_settings input;
+    input.legs.push_back(
+        {settings.address, static_cast<std::uint16_t>(settings.port), settings.interface, sources, size});
+    if (settings.port2 != 0)
+        input.legs.push_back({settings.address2.empty() ? settings.address : settings.address2,
+                              static_cast<std::uint16_t>(settings.port2), settings.interface2, sources, size});
+    input.rtp = settings.rtp;
+    input.align = settings.align;
+    input.batch_time = settings.batch_time;
+    input.longest_wait = static_cast<unsigned>(std::min<guint64>((settings.timeout + ms - 1) / ms, 3600'000));
+    return input;
+}
+
+GstStructure* leg_structure(const zq_net::leg_figures& leg)
+{
+    return gst_structure_new("application/x-zqudpsrc-leg-stats", "datagrams", G_TYPE_UINT64, leg.datagrams, "bytes",
+                             G_TYPE_UINT64, leg.bytes, "kernel-drops", G_TYPE_UINT64, leg.kernel_drops, "truncated",
+                             G_TYPE_UINT64, leg.truncated, "rejoins", G_TYPE_UINT64, leg.rejoins, "rtp-received",
+                             G_TYPE_UINT64, leg.rtp.received, "rtp-lost", G_TYPE_UINT64, leg.rtp.lost, "rtp-duplicates",
+                             G_TYPE_UINT64, leg.rtp.repeated, "rtp-second", G_TYPE_UINT64, leg.rtp.second,
+                             "rtp-reordered", G_TYPE_UINT64, leg.rtp.reordered, "rtp-foreign", G_TYPE_UINT64,
+                             leg.rtp.foreign, nullptr);
+}
+
+void append_leg(GValue& legs, const zq_net::leg_figures& leg)
+{
+    GValue value = G_VALUE_INIT;
+    g_value_init(&value, GST_TYPE_STRUCTURE);
+    g_value_take_boxed(&value, leg_structure(leg));
+    gst_value_array_append_and_take_value(&legs, &value);
+}
+} // namespace
+
+bool zq_udp_src::start(const zq_udp_src_settings& settings)
+{
+    m_settings = settings;
+    m_last_time = 0;
+    m_discont = true;
+    m_told_silence = false;
+    if (!m_input.open(input_settings_of(settings))) {
+        GST_ELEMENT_ERROR(m_element, RESOURCE, OPEN_READ, ("%s", m_input.error().c_str()), (nullptr));
+        m_input.close();
+        return false;
+    }
+    m_quiet_since = zq_net::real_time();
+    m_latency = settings.batch_time * ms + (settings.rtp == zq_net::rtp_mode::on && settings.port2 == 0
+                                                ? transport_input::reorder_wait_one_leg
+                                                : m_input.reorder_wait());
+    warn_of_small_buffer();
+    return true;
+}
+
+void zq_udp_src::warn_of_small_buffer()
+{
+    const auto leg = m_input.figures().legs[0];
+    if (leg.buffer_got < leg.buffer_asked)
+        GST_ELEMENT_WARNING(m_element, RESOURCE, SETTINGS,
+                            ("The kernel keeps %d bytes for the socket where %d were asked for. As root: sysctl -w "
+                             "net.core.rmem_max=%d",
+                             leg.buffer_got, leg.buffer_asked, leg.buffer_asked),
+                            (nullptr));
+}
+
+void zq_udp_src::stop()
+{
+    m_input.close();
+    drop_memory();
+}
+
+bool zq_udp_src::have_memory()
+{
+    const std::size_t slots = std::max<std::size_t>(m_input.wanted_slots(), 2);
+    const std::size_t slot_size = m_input.wanted_slot_size();
+    if (m_memory.buffer != nullptr && m_memory.slots >= slots && m_memory.slot_size == slot_size)
+        return true;
+    drop_memory();
+    GstBuffer* const buffer = gst_buffer_new_allocate(nullptr, slots * slot_size, nullptr);
+    if (buffer == nullptr)
+        return false;
+    if (!gst_buffer_map(buffer, &m_memory.map, GST_MAP_WRITE)) {
+        gst_buffer_unref(buffer);
+        return false;
+    }
+    m_memory.buffer = buffer;
+    m_memory.slots = slots;
+    m_memory.slot_size = slot_size;
+    return true;
+}
+
+void zq_udp_src::drop_memory()
+{
+    if (m_memory.buffer == nullptr)
+        return;
+    gst_buffer_unmap(m_memory.buffer, &m_memory.map);
+    gst_buffer_unref(std::exchange(m_memory.buffer, nullptr));
+}
+
+GstFlowReturn zq_udp_src::create(GstBuffer*& buffer)
+{
+    for (;;) {
+        if (!have_memory())
+            return GST_FLOW_ERROR;
+        switch (m_input.receive(m_memory.map.data, m_memory.slots, m_memory.slot_size)) {
+        case transport_input::result::interrupted:
+            m_discont = true;
+            return GST_FLOW_FLUSHING;
+        case transport_input::result::failed:
+            GST_ELEMENT_ERROR(m_element, RESOURCE, READ, ("%s", m_input.error().c_str()), (nullptr));
+            return GST_FLOW_ERROR;
+        case transport_input::result::nothing:
+            note_silence();
+            break;
+        case transport_input::result::data:
+            note_data();
+            return hand_on(buffer);
+        }
+    }
+}
+
+GstFlowReturn zq_udp_src::hand_on(GstBuffer*& buffer)
+{
+    const auto& pieces = m_input.pieces();
+    if (pieces.size() == 1)
+        if (GstBuffer* const whole = take_whole(pieces[0])) {
+            buffer = whole;
+            return GST_FLOW_OK;
+        }
+    std::size_t next = 0;
+    buffer = gather(next);
+    if (buffer == nullptr)
+        return GST_FLOW_ERROR;
+    if (next == pieces.size())
+        return GST_FLOW_OK;
+    GstBufferList* const list = gst_buffer_list_new();
+    gst_buffer_list_add(list, std::exchange(buffer, nullptr));
+    while (next < pieces.size()) {
+        GstBuffer* const more = gather(next);
+        if (more == nullptr)
+            break;
+        gst_buffer_list_add(list, more);
+    }
+    gst_base_src_submit_buffer_list(m_element, list);
+    return GST_FLOW_OK;
+}
+
+/// The buffer that was received into, cut to the piece; null when the piece lies elsewhere.
+GstBuffer* zq_udp_src::take_whole(const piece& taken)
+{
+    const guint8* const start = m_memory.map.data;
+    if (taken.data < start || taken.data >= start + m_memory.map.size)
+        return nullptr;
+    const auto offset = static_cast<gsize>(taken.data - start);
+    gst_buffer_unmap(m_memory.buffer, &m_memory.map);
+    GstBuffer* const whole = std::exchange(m_memory.buffer, nullptr);
+    gst_buffer_resize(whole, static_cast<gssize>(offset), static_cast<gssize>(taken.size));
+    return finish(whole, taken);
+}
+
+/// A buffer with copies of the pieces from `next` on, up to one that must stand apart.
+GstBuffer* zq_udp_src::gather(std::size_t& next)
+{
+    const auto& pieces = m_input.pieces();
+    const std::size_t begin = next;
+    std::size_t size = 0;
+    for (; next < pieces.size(); ++next) {
+        const bool apart = pieces[next].gap || pieces[next].arrival > pieces[begin].arrival + longest_buffer;
+        if (next > begin && apart)
+            break;
+        size += pieces[next].size;
+    }
+    GstBuffer* const gathered = gst_buffer_new_allocate(nullptr, size, nullptr);
+    if (gathered == nullptr)
+        return nullptr;
+    gsize filled = 0;
+    for (std::size_t i = begin; i < next; ++i)
+        filled += gst_buffer_fill(gathered, filled, pieces[i].data, pieces[i].size);
+    return finish(gathered, pieces[begin]);
+}
+
+GstBuffer* zq_udp_src::finish(GstBuffer* buffer, const piece& first)
+{
+    GST_BUFFER_PTS(buffer) = GST_BUFFER_DTS(buffer) = time_of(first.arrival);
+    if (std::exchange(m_discont, false) || first.gap)
+        GST_BUFFER_FLAG_SET(buffer, GST_BUFFER_FLAG_DISCONT);
+    return buffer;
+}
+
+/// When a datagram that came at `arrival` came by the pipeline's running time; never before the one before it.
+GstClockTime zq_udp_src::time_of(std::uint64_t arrival)
+{
+    GstClock* const clock = gst_element_get_clock(GST_ELEMENT(m_element));
+    if (clock == nullptr)
+        return GST_CLOCK_TIME_NONE;
+    const GstClockTime base = gst_element_get_base_time(GST_ELEMENT(m_element));
+    const GstClockTime now = gst_clock_get_time(clock);
+    const std::uint64_t real_now = zq_net::real_time();
+    gst_object_unref(clock);
+    // The age is all that is taken from the system's clock, which may be set.
+    const std::uint64_t age = real_now > arrival ? real_now - arrival : 0;
+    const GstClockTime time = now > base + age ? now - base - age : 0;
+    return m_last_time = std::max(m_last_time, time);
+}
+
+void zq_udp_src::note_data()
+{
+    const std::uint64_t now = zq_net::real_time();
+    if (std::exchange(m_told_silence, false))
+        gst_element_post_message(
+            GST_ELEMENT(m_element),
+            gst_message_new_element(GST_OBJECT(m_element),
+                                    gst_structure_new("ZqUdpSrcResumed", "silence", G_TYPE_UINT64,
+                                                      now > m_last_data ? now - m_last_data : 0, nullptr)));
+    m_quiet_since = m_last_data = now;
+    update_latency();
+}
+
+void zq_udp_src::update_latency()
+{
+    if (m_settings.rtp == zq_net::rtp_mode::on)
+        return;
+    const std::uint64_t latency = m_settings.batch_time * ms + m_input.reorder_wait();
+    if (m_latency.exchange(latency) != latency)
+        gst_element_post_message(GST_ELEMENT(m_element), gst_message_new_latency(GST_OBJECT(m_element)));
+}
+
+void zq_udp_src::note_silence()
+{
+    const std::uint64_t now = zq_net::real_time();
+    if (m_last_data == 0)
+        m_last_data = m_quiet_since;
+    if (m_settings.timeout == 0 || now < m_quiet_since + m_settings.timeout)
+        return;
+    m_quiet_since = now;
+    m_told_silence = true;
+    gst_element_post_message(
+        GST_ELEMENT(m_element),
+        gst_message_new_element(GST_OBJECT(m_element), gst_structure_new("GstUDPSrcTimeout", "timeout", G_TYPE_UINT64,
+                                                                         m_settings.timeout, nullptr)));
+}
+
+GstStructure* zq_udp_src::stats()
+{
+    const auto figures = m_input.figures();
+    const auto& [first, second] = figures.legs;
+    const auto sum = [&](auto member) { return first.*member + second.*member; };
+    const auto rtp_sum = [&](auto member) { return first.rtp.*member + second.rtp.*member; };
+    using leg = zq_net::leg_figures;
+    using rtp = zq_net::rtp_merger::leg_counters;
+    const std::uint64_t now = zq_net::real_time();
+    const std::uint64_t last = std::max(first.last_arrival, second.last_arrival);
+    const std::uint64_t age = last == 0 ? GST_CLOCK_TIME_NONE : now > last ? now - last : 0;
+    GstStructure* const stats = gst_structure_new(
+        "application/x-zqudpsrc-stats", "datagrams", G_TYPE_UINT64, sum(&leg::datagrams), "bytes", G_TYPE_UINT64,
+        sum(&leg::bytes), "bit-rate", G_TYPE_UINT64, figures.bit_rate, "kernel-drops", G_TYPE_UINT64,
+        sum(&leg::kernel_drops), "truncated", G_TYPE_UINT64, sum(&leg::truncated), "not-ts", G_TYPE_UINT64,
+        figures.not_ts, "resync-bytes", G_TYPE_UINT64, figures.resync_bytes, "rtp-lost", G_TYPE_UINT64,
+        figures.rtp_lost, "rtp-late", G_TYPE_UINT64, figures.rtp_late, "rtp-duplicates", G_TYPE_UINT64,
+        rtp_sum(&rtp::repeated), "rtp-reordered", G_TYPE_UINT64, rtp_sum(&rtp::reordered), "sender-changes",
+        G_TYPE_UINT64, figures.sender_changes, "senders", G_TYPE_UINT64, figures.senders, "continuity-errors",
+        G_TYPE_UINT64, figures.continuity_errors, "transport-errors", G_TYPE_UINT64, figures.transport_errors,
+        "rejoins", G_TYPE_UINT64, sum(&leg::rejoins), "last-packet-age", G_TYPE_UINT64, age, "buffer-size-asked",
+        G_TYPE_INT, first.buffer_asked, "buffer-size-got", G_TYPE_INT, first.buffer_got, nullptr);
+    GValue legs = G_VALUE_INIT;
+    g_value_init(&legs, GST_TYPE_ARRAY);
+    append_leg(legs, first);
+    append_leg(legs, second);
+    gst_structure_take_value(stats, "legs", &legs);
+    return stats;
+}

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "zq_net/transport_input.h"
+
+#include <gst/base/gstpushsrc.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+/// What an application sets on a `zqudpsrc`; taken over at the next start.
+struct zq_udp_src_settings
+{
+    std::string address;
+    guint port = 5004;
+    std::string interface;
+    std::string source_filter; ///< addresses with commas between them
+    guint buffer_size = 0;     ///< bytes
+    guint64 timeout = 0;       ///< nanoseconds; 0: no messages
+    zq_net::rtp_mode rtp = zq_net::rtp_mode::automatic;
+    bool align = true;
+    guint batch_time = 0; ///< milliseconds
+    std::string address2;
+    guint port2 = 0; ///< 0: there is no second leg
+    std::string interface2;
+};
+
+/// What stands behind one `zqudpsrc` element. start() to create() come from the base class, in its order; figures and
+/// latency are for any thread.
+class zq_udp_src
+{
+public:
+    explicit zq_udp_src(GstBaseSrc* element) : m_element{element} {}
+
+    /// False with an error on the bus.
+    [[nodiscard]] bool start(const zq_udp_src_settings& settings);
+    void stop();
+    void unlock() { m_input.interrupt(); }
+    void unlock_stop() { m_input.resume(); }
+
+    /// Waits for data. One buffer comes back in `buffer`; several are handed to the base class as a list.
+    [[nodiscard]] GstFlowReturn create(GstBuffer*& buffer);
+
+    [[nodiscard]] GstStructure* stats();
+    /// How long data may be held here, in nanoseconds.
+    [[nodiscard]] std::uint64_t latency() const { return m_latency; }
+
+private:
+    struct memory
+    {
+        GstBuffer* buffer = nullptr;
+        GstMapInfo map{};
+        std::size_t slots = 0;
+        std::size_t slot_size = 0;
+    };
+
+    bool have_memory();
+    void drop_memory();
+    GstBuffer* take_whole(const zq_net::piece& piece);
+    GstBuffer* gather(std::size_t& next);
+    GstFlowReturn hand_on(GstBuffer*& buffer);
+    GstBuffer* finish(GstBuffer* buffer, const zq_net::piece& first);
+    GstClockTime time_of(std::uint64_t arrival);
+    void update_latency();
+    void note_silence();
+    void note_data();
+    void warn_of_small_buffer();
+
+    GstBaseSrc* m_element;
+    zq_net::transport_input m_input;
+    zq_udp_src_settings m_settings;
+    memory m_memory; // to receive into
+    GstClockTime m_last_time = 0;
+    bool m_discont = true;
+    std::atomic<std::uint64_t> m_latency{0};
+    std::uint64_t m_quiet_since = 0; // real time
+    std::uint64_t m_last_data = 0;
+    bool m_told_silence = false;
+};
