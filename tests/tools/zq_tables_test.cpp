@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/ByteTable.h"
 #include "support/Multiplex.h"
 #include "support/Program.h"
 #include "support/udp_sender.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include <atomic>
+#include <regex>
+#include <sstream>
 #include <thread>
 
 using testing::HasSubstr;
@@ -50,6 +54,121 @@ Bytes spread(const Bytes& stream, std::size_t before, std::size_t behind)
 
 constexpr auto line_count = [](const std::string& text) { return std::count(text.begin(), text.end(), '\n'); };
 } // namespace
+
+TEST_F(Tables, ShowsEachTableWhenItComesFirstAndWhenItChanged)
+{
+    zqtest::Multiplex multiplex(2);
+    zqtest::Stream stream;
+    stream.section(0x0000, multiplex.PAT()).section(0x0000, multiplex.PAT());
+    stream.section(0x0011, multiplex.SDT().at(0)).section(0x0000, zqtest::Multiplex(3).PAT());
+    write_file("a.ts", stream.data);
+    const auto titles = [this](const std::string& options) {
+        std::istringstream lines(run(options + " a.ts").text);
+        std::vector<std::string> found;
+        for (std::string line; std::getline(lines, line);)
+            if (line[0] != ' ')
+                found.push_back(line);
+        return found;
+    };
+    const std::string PAT = "PAT on PID 0x0000, version 0, section 0 of 0 to 0, packet ";
+    const std::string SDT = "SDT actual on PID 0x0011, version 0, section 0 of 0 to 0, packet 2";
+    EXPECT_THAT(titles(""), testing::ElementsAre(PAT + "0", SDT, PAT + "3"));
+    EXPECT_THAT(titles("--once"), testing::ElementsAre(PAT + "0", SDT));
+    EXPECT_THAT(titles("--all"), testing::ElementsAre(PAT + "0", PAT + "1", SDT, PAT + "3"));
+    EXPECT_THAT(run("--once a.ts").text, HasSubstr("\n  transport_stream_id: 1 (0x0001)\n"));
+}
+
+TEST_F(Tables, PrintsOneObjectOfJsonALine)
+{
+    zqtest::Multiplex multiplex(2);
+    zqtest::Stream stream;
+    stream.section(0x0000, multiplex.PAT()).section(0x0011, multiplex.SDT().at(0));
+    stream.section(0x0300, {0x90, 0x30, 0x02, 0x01, 0xFF});
+    write_file("a.ts", stream.data);
+    std::istringstream lines(run("--json --pid 0 --pid 0x11 --pid 0x300 a.ts").text);
+    std::vector<nlohmann::json> objects;
+    for (std::string line; std::getline(lines, line);)
+        objects.push_back(nlohmann::json::parse(line));
+    ASSERT_EQ(objects.size(), 3U);
+    EXPECT_EQ(objects[0]["PID"], 0);
+    EXPECT_EQ(objects[0]["packet"], 0);
+    EXPECT_EQ(objects[0]["table_id_name"], "PAT");
+    EXPECT_EQ(objects[0]["programs"].size(), 2U);
+    EXPECT_EQ(objects[1]["table_id_name"], "SDT actual");
+    EXPECT_EQ(objects[2]["table_id"], 0x90);
+    EXPECT_EQ(objects[2]["private_data_byte"], "01ff");
+}
+
+TEST_F(Tables, ListsTheServicesWithTheirStreamsAndRates)
+{
+    zqtest::Multiplex multiplex(2);
+    zqtest::Stream stream;
+    stream.section(0x0000, multiplex.PAT()).section(0x0011, multiplex.SDT().at(0));
+    stream.section(zqtest::Multiplex::PMT_PID(0), multiplex.PMT(0));
+    const unsigned video = zqtest::Multiplex::video_PID(0);
+    for (unsigned at = 0; at < 100; ++at) // ten packets in 10 ms
+        stream.PCR(video, at * 900, 0).null().null().null().null().null().null().null().null().null();
+    write_file("a.ts", stream.data);
+    std::istringstream lines(run("--services --json a.ts").text);
+    std::string line;
+    ASSERT_TRUE(std::getline(lines, line));
+    const auto service = nlohmann::json::parse(line);
+    EXPECT_EQ(service["program_map_PID"], zqtest::Multiplex::PMT_PID(0));
+    EXPECT_EQ(service["streams"][0]["elementary_PID"], video);
+    EXPECT_NEAR(service["streams"][0]["bitrate"].get<double>(), 150'400, 1'000);
+    const auto text = run("--services a.ts").text;
+    EXPECT_THAT(text, HasSubstr("PMT on PID 0x0100"));
+    EXPECT_THAT(text, HasSubstr("\n  PID 0x0101: "));
+    EXPECT_THAT(text, HasSubstr(", 0.15"));
+}
+
+TEST_F(Tables, ReadsUnmarkedTextsByTheTableAskedFor)
+{
+    zqtest::Stream stream;
+    stream.section(0x0010,
+                   zqtest::section_of(0x40, {0, 1, 0xC1, 0, 0, 0xF0, 6, 0x40, 4, 'c', 'a', 'f', 0xE9, 0xF0, 0}));
+    write_file("a.ts", stream.data);
+    EXPECT_THAT(run("a.ts").text, HasSubstr("\"cafØ\""));
+    EXPECT_THAT(run("--charset iso-8859-1 a.ts").text, HasSubstr("\"café\""));
+}
+
+TEST_F(Tables, IsInColourOnATerminalOnlyAndNotAgainstTheUsersWill)
+{
+    write_file("a.ts", stream_of(1));
+    EXPECT_THAT(run("a.ts").text, testing::Not(HasSubstr("\033")));
+    EXPECT_THAT(shell("script -qec '" ZQ_TABLES " a.ts' /dev/null").text, HasSubstr("\033[1;36mPAT"));
+    EXPECT_THAT(shell("NO_COLOR=1 script -qec '" ZQ_TABLES " a.ts' /dev/null").text, testing::Not(HasSubstr("\033")));
+}
+
+TEST_F(Tables, EndsALiveInputAfterServicesWereMeasured)
+{
+    const std::uint16_t port = support::free_port();
+    const Bytes datagram = stream_of(4);
+    std::atomic<bool> done = false;
+    std::thread sending([&] {
+        const support::udp_sender sender("127.0.0.1", port);
+        for (; !done; std::this_thread::sleep_for(std::chrono::milliseconds(20)))
+            sender.send(datagram);
+    });
+    const auto result = run("--services udp://127.0.0.1:" + std::to_string(port));
+    done = true;
+    sending.join();
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_THAT(result.text, HasSubstr("PMT on PID 0x0100"));
+}
+
+TEST_F(Tables, HasAManualPageThatNamesAllOptions)
+{
+    std::ifstream file(ZQ_SOURCE_DIR "/tools/tables/zq-tables.1");
+    std::string page{std::istreambuf_iterator<char>(file), {}};
+    page = std::regex_replace(page, std::regex(R"(\\-)"), "-");
+    const std::string help = run("--help").text;
+    const std::regex option("\n  (?:-h,)?(--[a-z-]+)");
+    int options = 0;
+    for (std::sregex_iterator at(help.begin(), help.end(), option), end; at != end; ++at, ++options)
+        EXPECT_THAT(page, HasSubstr((*at)[1].str()));
+    EXPECT_EQ(options, 13);
+}
 
 TEST_F(Tables, ReadsFilesAndPipesOfAnyPacketSize)
 {

@@ -46,12 +46,32 @@ std::string check_input(const std::string& name)
     return bad ? "\"" + name + "\" is not udp://[SOURCE@]GROUP:PORT" : std::string();
 }
 
+auto set_charset(mpegcore::TextTable& charset)
+{
+    return [&charset](const CLI::results_t& texts) {
+        const auto found = mpegcore::text_table_of_name(texts.back());
+        charset = found.value_or(charset);
+        return found.has_value();
+    };
+}
+
 void add_options(CLI::App& app, options& options)
 {
     app.add_option("INPUT", options.input, "a file, \"-\" for standard input (the default), or datagrams")
         ->option_text("FILE | - | udp://[SOURCE@]GROUP:PORT")
         ->check(check_input);
-    app.add_flag("--sections", options.sections, "one line for each section in the order in which they end");
+    auto* const json = app.add_flag("--json", options.json, "one object of JSON a line");
+    auto* const services = app.add_flag("--services", options.services,
+                                        "the services with names, types, PIDs and bit rates instead of the tables");
+    auto* const sections =
+        app.add_flag("--sections", options.sections, "one line for each section in the order in which they end");
+    sections->excludes(json)->excludes(services);
+    auto* const all = app.add_flag("--all", options.all, "every repetition, not changes only");
+    app.add_flag("--once", options.once, "the first of each only; of what comes live, until nothing is new for 10 s")
+        ->excludes(all)
+        ->excludes(sections)
+        ->excludes(services);
+    all->excludes(services);
     add_numbers(app, "--pid", options.filter.PIDs, 0x1FFF, "only this PID, also one that has no table by itself")
         ->option_text("PID ...");
     add_numbers(app, "--table-id", options.filter.table_ids, 0xFF, "only this table_id")->option_text("ID ...");
@@ -62,6 +82,9 @@ void add_options(CLI::App& app, options& options)
         ->check(check_table_name);
     app.add_option("--interface", options.interface, "local address to join a multicast group on")
         ->option_text("ADDRESS");
+    app.add_option("--charset", set_charset(options.charset),
+                   "table of texts that name none: ISO-6937 (default), ISO-8859-1 to -15, UTF-8, ...")
+        ->option_text("NAME");
     app.add_flag("--quiet", options.quiet, "no progress bar");
 }
 } // namespace

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/text/DVBText.h"
 #include "tools/tables/table_filter.h"
 
 #include <string>
@@ -13,7 +14,12 @@ struct options
     std::string input = "-"; ///< a file, "-" or "udp://[SOURCE@]GROUP:PORT"
     std::string interface;   ///< the local address to join a group on; empty: the system's choice
     bool sections = false;
+    bool json = false;
+    bool services = false;
+    bool all = false;  ///< repetitions, too
+    bool once = false; ///< no changes either
     bool quiet = false;
+    mpegcore::TextTable charset = mpegcore::TextTable::iso_6937; ///< of texts that choose none
     table_filter filter;
 };
 

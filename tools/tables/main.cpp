@@ -3,11 +3,16 @@
 #include "tools/common/packet_finder.h"
 #include "tools/common/progress_bar.h"
 #include "tools/common/stream_input.h"
+#include "tools/tables/change_filter.h"
 #include "tools/tables/command_line.h"
 #include "tools/tables/section_line.h"
+#include "tools/tables/service_list.h"
+#include "tools/tables/table_view.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -49,6 +54,8 @@ public:
     {
         for (const auto PID : options.filter.PIDs)
             m_listener.listen(PID);
+        if (!options.sections)
+            m_listener.follow_PMTs();
     }
 
     int to_end()
@@ -58,7 +65,9 @@ public:
         m_output.emplace(STDOUT_FILENO, m_input.is_live() || m_at_terminal);
         m_progress.emplace(m_input.total(), !m_options.quiet && !m_input.is_live());
         const bool read = read_stream();
-        m_progress.reset();
+        m_progress->hide();
+        if (m_options.services)
+            put_services();
         m_output->flush();
         if (m_output->is_broken_pipe())
             return 0;
@@ -78,9 +87,14 @@ private:
     [[nodiscard]] bool read_stream()
     {
         tools::packet_finder finder;
-        const auto take_packet = [this](const unsigned char* packet) { m_listener.put(packet); };
+        const auto take_packet = [this](const unsigned char* packet) {
+            if (m_options.services)
+                m_rates.put(packet);
+            m_listener.put(packet);
+        };
         std::uint64_t done = 0;
-        for (auto got = result::nothing; asked_to_end == 0 && m_output->is_good() && got != result::end;) {
+        m_last_news = clock::now();
+        for (auto got = result::nothing; !has_enough() && got != result::end;) {
             got = m_input.next();
             if (got == result::failed)
                 return false;
@@ -91,20 +105,62 @@ private:
         return true;
     }
 
+    [[nodiscard]] bool has_enough() const
+    {
+        if (asked_to_end != 0 || !m_output->is_good())
+            return true;
+        const auto waited = clock::now() - m_last_news;
+        return m_input.is_live() &&
+               ((m_options.once && waited > longest_repetition) || (m_options.services && waited > services_time));
+    }
+
     void take(const tables::heard_section& section)
     {
         if (!m_options.filter.wants(section.PID, section.data[0]))
             return;
+        if (m_options.services)
+            return m_services.put(section);
+        if (m_options.sections)
+            return put(tables::section_line(section));
+        const auto news = m_options.all ? tables::change_filter::news::first : m_changes.put(section);
+        const bool is_wanted =
+            m_options.once ? news == tables::change_filter::news::first : news != tables::change_filter::news::repeated;
+        if (!is_wanted)
+            return;
+        m_last_news = clock::now();
+        put(m_options.json ? tables::json_line(section, m_print) : tables::readable(section, m_print, m_highlights));
+    }
+
+    void put_services()
+    {
+        for (const auto& line :
+             m_options.json ? m_services.json_lines(m_rates, m_print) : m_services.readable(m_rates, m_print))
+            put(line);
+    }
+
+    void put(const std::string& line)
+    {
         if (m_at_terminal)
             m_progress->hide();
-        m_output->put(tables::section_line(section));
+        m_output->put(line);
     }
+
+    using clock = std::chrono::steady_clock;
+    // ETSI TS 101 211, 4.4: all but schedules, times and other networks come within 10 s; what makes a service, in 2 s.
+    static constexpr std::chrono::seconds longest_repetition{10};
+    static constexpr std::chrono::seconds services_time{5};
 
     const tables::options& m_options;
     const bool m_at_terminal = isatty(STDOUT_FILENO) != 0;
     tools::stream_input m_input;
     std::optional<tools::line_output> m_output;
     std::optional<tools::progress_bar> m_progress;
+    const mpegcore::PrintOptions m_print{m_options.charset};
+    const bool m_highlights = m_at_terminal && std::getenv("NO_COLOR") == nullptr;
+    tables::change_filter m_changes;
+    tables::service_list m_services;
+    tables::rate_meter m_rates;
+    clock::time_point m_last_news;
     tables::section_listener m_listener;
 };
 } // namespace

@@ -12,6 +12,10 @@ constexpr std::array<std::uint16_t, 10> table_PIDs{0x0000, 0x0001, 0x0002, 0x001
                                                    0x0012, 0x0013, 0x0014, 0x001E, 0x001F};
 constexpr std::uint16_t PAT_PID = 0x0000;
 constexpr std::uint8_t PAT_table_id = 0x00;
+constexpr std::uint8_t PMT_table_id = 0x02;
+// stream_type: of an AIT among others (ETSI TS 102 809), and of splice_info_section (ANSI/SCTE 35).
+constexpr std::uint8_t private_sections = 0x05;
+constexpr std::uint8_t splice_information = 0x86;
 
 constexpr std::uint16_t word(const unsigned char* at) { return static_cast<std::uint16_t>(at[0] << 8 | at[1]); }
 } // namespace
@@ -37,22 +41,35 @@ void section_listener::put(const unsigned char* packet)
                 ++m_damaged_sections;
                 return;
             }
-            if (PID == PAT_PID)
-                follow_PAT(section, size);
+            follow(PID, section, size);
             m_on_section({m_packets, PID, section, size});
         });
     ++m_packets;
 }
 
-void section_listener::follow_PAT(const unsigned char* section, std::size_t size)
+void section_listener::follow(std::uint16_t PID, const unsigned char* section, std::size_t size)
 {
     const mpegcore::SectionHeader header(section, size);
-    if (header.table_id() != PAT_table_id || !header.has_extension() || !header.current_next_indicator())
+    if (!header.has_extension() || !header.current_next_indicator())
         return;
-    constexpr std::size_t program_size = 4;
+    if (PID == PAT_PID && header.table_id() == PAT_table_id)
+        for_each_program(section, size, [this](std::uint16_t /*program*/, std::uint16_t map_PID) { listen(map_PID); });
+    else if (m_follows_PMTs && header.table_id() == PMT_table_id)
+        follow_PMT(section, size);
+}
+
+void section_listener::follow_PMT(const unsigned char* section, std::size_t size)
+{
+    constexpr std::size_t fixed_size = 12;
+    constexpr std::size_t stream_size = 5;
     constexpr std::size_t CRC_size = 4;
-    for (std::size_t at = mpegcore::long_section_header_size; at + program_size + CRC_size <= size; at += program_size)
-        if (word(section + at) != 0)
-            listen(word(section + at + 2));
+    if (size < fixed_size)
+        return;
+    std::size_t at = fixed_size + (word(section + 10) & 0x0FFFU);
+    while (at + stream_size + CRC_size <= size) {
+        if (section[at] == private_sections || section[at] == splice_information)
+            listen(word(section + at + 1));
+        at += stream_size + (word(section + at + 3) & 0x0FFFU);
+    }
 }
 } // namespace tables

@@ -32,6 +32,8 @@ public:
 
     /// One more PID with sections; also from the report, then from the next packet on.
     void listen(std::uint16_t PID);
+    /// From here on also the PIDs that a PMT gives to sections of an AIT or of splice information.
+    void follow_PMTs() { m_follows_PMTs = true; }
     void put(const unsigned char* packet);
 
     [[nodiscard]] std::uint64_t packets() const { return m_packets; }
@@ -39,12 +41,27 @@ public:
     [[nodiscard]] std::uint64_t damaged_sections() const { return m_damaged_sections; }
 
 private:
-    void follow_PAT(const unsigned char* section, std::size_t size);
+    void follow(std::uint16_t PID, const unsigned char* section, std::size_t size);
+    void follow_PMT(const unsigned char* section, std::size_t size);
 
     report m_on_section;
     std::array<std::unique_ptr<mpegcore::SectionGatherer>, mpegcore::pid_count> m_gatherers;
     std::vector<std::uint16_t> m_new_PIDs;
+    bool m_follows_PMTs = false;
     std::uint64_t m_packets = 0;
     std::uint64_t m_damaged_sections = 0;
 };
+
+/// Calls `visit(program_number, program_map_PID)` for each program of a PAT's section, in its order; the network PID is
+/// left out.
+template <class Visit>
+void for_each_program(const unsigned char* section, std::size_t size, Visit&& visit)
+{
+    constexpr std::size_t program_size = 4;
+    constexpr std::size_t CRC_size = 4;
+    const auto word = [section](std::size_t at) { return section[at] << 8 | section[at + 1]; };
+    for (std::size_t at = mpegcore::long_section_header_size; at + program_size + CRC_size <= size; at += program_size)
+        if (word(at) != 0)
+            visit(static_cast<std::uint16_t>(word(at)), static_cast<std::uint16_t>(word(at + 2) & 0x1FFF));
+}
 } // namespace tables
