@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/descriptors/DescriptorPlace.h"
 #include "mpegcore/syntax/SyntaxPrinter.h"
 #include "zqsdk/ZQBSReader.h"
 #include "zqsdk/ZQBSWriter.h"
@@ -40,6 +41,10 @@ public:
     /// Appends `len` bytes to the buffer. False, and nothing is copied, without a buffer or when the buffer would
     /// become full: deliberately, its last byte is never filled.
     bool AddData(const unsigned char* data, unsigned long len);
+
+    /// The dictionary that read() takes for the descriptor loops; no field of the section, and not copied.
+    /// ZQDescriptorType::Standard reads every loop whole.
+    ZQDescriptorType descriptor_dictionary = ZQDescriptorType::TS;
 
     std::uint8_t table_id = 0;
     std::uint8_t section_syntax_indicator = 0; ///< 1 bit

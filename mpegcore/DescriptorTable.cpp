@@ -29,7 +29,8 @@ bool CDescriptorTable::read(Reader& reader)
 {
     return read_section(reader, [this](Reader& section) {
         set_to_zero(reserved, version_number, current_next_indicator, section_number, last_section_number);
-        const bool whole = read_body(section, CRC_32, [this](TableReader& io) { return syntax(*this, io); });
+        const bool whole =
+            read_body(section, descriptor_dictionary, CRC_32, [this](TableReader& io) { return syntax(*this, io); });
         if (section_length > fixed_length)
             return whole;
         CRC_32 = 0;

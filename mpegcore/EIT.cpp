@@ -38,7 +38,8 @@ void CEIT::Clear()
 bool CEIT::read(Reader& reader)
 {
     return read_section(reader, [this](Reader& section) {
-        const bool whole = read_body(section, CRC_32, [this](TableReader& io) { return syntax(*this, io); });
+        const bool whole =
+            read_body(section, descriptor_dictionary, CRC_32, [this](TableReader& io) { return syntax(*this, io); });
         if (section_length < fixed_length)
             set_to_zero(service_id, reserved, version_number, current_next_indicator, section_number,
                         last_section_number, transport_stream_id, original_network_id, segment_last_section_number,

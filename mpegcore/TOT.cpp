@@ -29,7 +29,7 @@ void CTOT::Clear()
 bool CTOT::read(Reader& reader)
 {
     return read_section(reader, [this](Reader& section) {
-        TableReader io(section);
+        TableReader io(section, descriptor_dictionary);
         if (!fields(*this, io)) {
             if (section_length < UTC_time_size)
                 UTC_time = 0;

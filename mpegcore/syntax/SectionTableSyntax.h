@@ -13,7 +13,8 @@ bool CSectionTable<Table>::read(Reader& reader)
 {
     const auto fits = [this] { return table().header_fits(); };
     return read_section(reader, fits, [this](Reader& section) {
-        return read_body(section, CRC_32, [this](TableReader& io) { return Table::syntax(table(), io); });
+        return read_body(section, descriptor_dictionary, CRC_32,
+                         [this](TableReader& io) { return Table::syntax(table(), io); });
     });
 }
 

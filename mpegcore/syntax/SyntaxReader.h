@@ -115,14 +115,21 @@ public:
     template <class List>
     bool descriptors(std::size_t size, UnusedName /*name*/, List& list)
     {
-        passed_bytes(size);
-        return m_reader.readLimited(size, [&list](auto& loop) { return list.read(loop); });
+        return descriptor_loop(size, [&list](auto& loop) { return list.read(loop); });
     }
 
     template <class Walk>
     bool exactly(std::size_t bytes, Walk&& walk)
     {
         return within(bytes, [&] { return walk() && body_is_at_its_end(); });
+    }
+
+protected:
+    template <class Read>
+    bool descriptor_loop(std::size_t size, Read&& read_list)
+    {
+        passed_bytes(size);
+        return m_reader.readLimited(size, read_list);
     }
 
 private:

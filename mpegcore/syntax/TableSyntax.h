@@ -17,7 +17,18 @@ namespace mpegcore
 class TableReader : public SyntaxReader
 {
 public:
-    using SyntaxReader::SyntaxReader;
+    explicit TableReader(ZQSDK::ZQBSReaderT<unsigned char*>& reader, ZQDescriptorType dictionary = ZQDescriptorType::TS)
+        : SyntaxReader(reader), m_dictionary(dictionary)
+    {}
+
+    /// As in SyntaxReader, with the dictionary of the walk unless that is the stated one of the lists themselves.
+    template <class List>
+    bool descriptors(std::size_t size, UnusedName name, List& list)
+    {
+        if (m_dictionary == ZQDescriptorType::TS)
+            return SyntaxReader::descriptors(size, name, list);
+        return descriptor_loop(size, [&](auto& loop) { return list.readStandard(loop, m_dictionary); });
+    }
 
     /// Calls `walk(entry)` for each new entry of `list`; entries that fail are not kept.
     template <class Entry, class Walk>
@@ -63,6 +74,9 @@ public:
         }
         return true;
     }
+
+private:
+    const ZQDescriptorType m_dictionary;
 };
 
 /// SyntaxWriter with the same loops, in the order of the container. An empty pointer, which only a builder can have
@@ -116,16 +130,17 @@ bool version_and_sections(Table& t, Io& io)
            io.bits(8, "section_number", t.section_number) && io.bits(8, "last_section_number", t.last_section_number);
 }
 
-/// Calls `walk(TableReader&)` with the body between section_length and CRC_32 of a section, and reads CRC_32 from the
-/// section's last 4 bytes.
+/// Calls `walk(TableReader&)` with the body between section_length and CRC_32 of a section, which reads descriptor
+/// loops with `dictionary`, and reads CRC_32 from the section's last 4 bytes.
 template <class Walk>
-[[nodiscard]] bool read_body(ZQSDK::ZQBSReaderT<unsigned char*>& section, std::uint32_t& CRC_32, Walk&& walk)
+[[nodiscard]] bool read_body(ZQSDK::ZQBSReaderT<unsigned char*>& section, ZQDescriptorType dictionary,
+                             std::uint32_t& CRC_32, Walk&& walk)
 {
     constexpr std::uint64_t CRC_size = 4;
     const std::uint64_t size = section.availableBytes();
     const std::uint64_t body_size = size > CRC_size ? size - CRC_size : 0;
     return section.readLimited(body_size, [&](auto& body) {
-        TableReader io(body);
+        TableReader io(body, dictionary);
         io.open_body(body_size);
         return walk(io);
     }) && section.template getBits<32>(CRC_32);
