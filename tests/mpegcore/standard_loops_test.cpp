@@ -23,7 +23,11 @@ void end_last_loop(CDescriptorTable& t) { end_with_an_empty_one(t.descriptors); 
 void end_last_loop(CNIT& t) { end_with_an_empty_one(t.transport_streams.back()->descriptors); }
 void end_last_loop(CBAT& t) { end_with_an_empty_one(t.bouquet_descriptors); }
 void end_last_loop(CSDT& t) { end_with_an_empty_one(t.services.rbegin()->second->descriptors); }
-void end_last_loop(CEIT& t) { end_with_an_empty_one(t.events.back()->descriptors); }
+void end_last_loop(CEIT& t)
+{
+    end_with_an_empty_one(t.events.back()->descriptors);
+    t.events.back()->descriptors_loop_length += 2;
+}
 void end_last_loop(CTOT& t) { end_with_an_empty_one(t.descriptors); }
 
 template <class Table>
