@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/BaseMpegParser.h"
 #include "mpegcore/parser/PacketRecord.h"
+#include "mpegcore/parser/StandardSections.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -81,7 +82,8 @@ unsigned long CBaseMpegParser::Process(unsigned char* data, unsigned long size)
 inline void CBaseMpegParser::report_programs(const ProgramRoutes& programs, transport_packet& packet,
                                              CDataAccumulator* unit)
 {
-    for (const auto& [pmt_PID, program] : programs) {
+    for (const auto& [key, program] : programs) {
+        const unsigned short pmt_PID = pmt_PID_of(key);
         CBaseStreamTypeMap* const stream = program.stream.get();
         if (stream == nullptr) {
             report_without_stream(pmt_PID, program, packet);
@@ -105,6 +107,8 @@ inline void CBaseMpegParser::report(const PIDRoute& route, transport_packet& pac
 
 [[gnu::always_inline]] inline void CBaseMpegParser::handle_payload(transport_packet& packet)
 {
+    if (m_by_the_standard)
+        return handle_by_the_standard(packet);
     CDataAccumulator* unit = m_PIDs[packet.PID].CBasePID::putPacket(packet);
     if (packet.PID == null_packet_PID)
         OnNULL(&packet);
@@ -112,6 +116,26 @@ inline void CBaseMpegParser::report(const PIDRoute& route, transport_packet& pac
         parse_section(packet.PID, rows);
     else if (m_PAT.valid != 0)
         route_packet(packet, unit);
+}
+
+void CBaseMpegParser::handle_by_the_standard(transport_packet& packet)
+{
+    CBasePID& state = m_PIDs[packet.PID];
+    if (packet.PID == null_packet_PID) {
+        state.bytes += packet.payload_size;
+        return OnNULL(&packet);
+    }
+    const PIDRoute& route = m_routes[packet.PID];
+    if (route.carries_PMT || (packet.PID <= last_table_PID && first_row(packet.PID) != nullptr)) {
+        state.bytes += packet.payload_size;
+        state.counter(packet);
+        gather_sections(packet);
+        return;
+    }
+    CDataAccumulator* const unit = state.CBasePID::putPacket(packet);
+    gather_sections(packet);
+    if (m_PAT.valid != 0)
+        report(route, packet, unit);
 }
 
 inline void CBaseMpegParser::collect_plain(const PIDRoute& route, CBasePID& state, const unsigned char* data)
@@ -279,6 +303,8 @@ bool CBaseMpegParser::ParserData(transport_packet& packet)
 inline void CBaseMpegParser::note_if_plain(const transport_packet& packet, std::uint32_t header)
 {
     if (packet.adaptation_field_control != 1 || packet.payload_unit_start_indicator != 0)
+        return;
+    if (m_by_the_standard && m_standard->PIDs.gathers(packet.PID))
         return;
     const PIDRoute& route = m_routes[packet.PID];
     if (packet.PID == null_packet_PID || (m_PAT.valid != 0 && packet.PID > last_table_PID && !route.carries_PMT))

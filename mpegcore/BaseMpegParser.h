@@ -26,6 +26,8 @@
 
 namespace mpegcore
 {
+struct StandardSections;
+
 /// Parser and demultiplexer of one transport stream (ISO/IEC 13818-1, 2.4): finds the packets, collects the payload
 /// units of every PID, reads the PSI/SI tables and reports all of it through the callbacks, which a subclass
 /// overrides and which run inside Process, on its thread.
@@ -95,6 +97,11 @@ public:
     virtual void OnNULL(transport_packet*) {}
     /// Every packet, once a PAT is known, that carries neither a table nor null data; after the other callbacks.
     virtual void onOtherPid(transport_packet*) {}
+    /// With sections by the standard: a whole section, header and CRC_32 included, whose CRC_32 is good or whose kind
+    /// has none, in front of the callback of its table. It holds during the call.
+    virtual void OnSection(unsigned short, const unsigned char*, unsigned long) {}
+    /// The same for a section whose CRC_32 is wrong; nothing else is done with it.
+    virtual void OnSectionCRCFailed(unsigned short, const unsigned char*, unsigned long) {}
 
     /// Handles every whole packet; false starts are searched byte by byte for the next sync byte. Returns the bytes
     /// consumed, those carried over from the call before included. (nullptr, 0) is legal.
@@ -106,6 +113,28 @@ public:
     static bool ParserAdaptationField(transport_packet& packet);
     /// Does nothing.
     void ParcerPESPacket(unsigned char*) {}
+
+    /// Sections by the standard (ISO/IEC 13818-1, 2.4.4), off by default. With it, sections are found behind any
+    /// pointer_field, several in a unit too, the continuity_counter is followed, damaged and scrambled packets are left
+    /// out, and each section is reported once, when its last byte is there: to OnSection on all table PIDs, the PIDs of
+    /// PMTs and those of add_section_PID, and to the callback of its table unless its current_next_indicator is 0 or
+    /// its table_id is none of the PID's. PAT, PMT and CAT of several sections count as one table: packets are told
+    /// apart by all sections of the current version, and a program that a new PAT no longer has, or whose PMT is on
+    /// another PID, loses its streams; several programs may share the PID of their PMTs. Table PIDs collect no payload
+    /// units.
+    ///
+    /// Memory: up to 4.5 kB for each PID whose sections are gathered, and a second copy of the PMTs with a limit of its
+    /// own as large as PMT_limit.
+    ///
+    /// Not to be called from callbacks; a change forgets tables, routes and carried bytes as Clear does.
+    void set_sections_by_the_standard(bool on);
+    bool sections_by_the_standard() const { return m_by_the_standard; }
+    /// The sections of this PID are to be reported, whatever else its packets are. At any time, from callbacks too; it
+    /// stays so through Clear. False for a PID that has more than 13 bits or is that of null packets.
+    [[nodiscard]] bool add_section_PID(unsigned short PID);
+    /// Takes back add_section_PID, for the rest of a packet whose section is being reported too. Table PIDs and those
+    /// of PMTs stay.
+    void remove_section_PID(unsigned short PID);
 
     CPacketWrapper<CPAT> m_PAT;
     CPacketWrapper<CCAT> m_CAT;
@@ -172,7 +201,14 @@ private:
     void parse_anew(unsigned char* section, std::size_t size);
     template <auto Wrapper, auto Known, auto Callback>
     void parse_table(unsigned char* section, std::size_t size);
+    bool parse_table_of(unsigned short PID, const TableRow* row, unsigned char* section, std::size_t size);
     void parse_PMT(unsigned short PID, CBaseMpegProgram& program);
+    SectionReading read_PMT(unsigned short PID, unsigned char* section, std::size_t size);
+    StandardSections& standard_sections();
+    void handle_by_the_standard(transport_packet& packet);
+    void gather_sections(const transport_packet& packet);
+    void take_section(unsigned short PID, const unsigned char* section, std::size_t size);
+    void take_PMT(unsigned short PID, unsigned char* section, std::size_t size);
     void route_packet(transport_packet& packet, CDataAccumulator* unit);
     void report(const PIDRoute& route, transport_packet& packet, CDataAccumulator* unit);
     void report_programs(const ProgramRoutes& programs, transport_packet& packet, CDataAccumulator* unit);
@@ -193,6 +229,8 @@ private:
     bool m_units_are_seen = true;
     PIDMemory m_PID_memory;
     PIDRoutes m_routes;
+    bool m_by_the_standard = false;
+    std::unique_ptr<StandardSections> m_standard; ///< null until it is needed; leads to m_routes
     transport_packet
         m_record{}; ///< of the packet being handled; clearing one for each call would cost more than the rest
 };

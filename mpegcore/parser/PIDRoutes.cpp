@@ -51,7 +51,7 @@ void CarriedPMT::wrapper_goes()
 {
     m_wrapper = nullptr;
     set_section(nullptr, 0);
-    m_routes.lose_PMT(m_PID);
+    m_routes.lose_PMT(m_key);
 }
 
 void PIDRoutes::set_PAT(const CPAT& pat)
@@ -78,22 +78,28 @@ void PIDRoutes::set_CAT(const CCAT& cat)
     });
 }
 
-void PIDRoutes::set_PMT(unsigned short pmt_PID, const CarriedPMT& pmt)
+void PIDRoutes::set_carries_PMT(unsigned short PID, bool carries_PMT)
+{
+    forget_plain();
+    used(PID).carries_PMT = carries_PMT;
+}
+
+void PIDRoutes::set_PMT(ProgramKey key, const CarriedPMT& pmt)
 {
     forget_plain();
     drop_lost_PMTs();
     // Most PMTs change in other things than their PIDs, so what stays is not taken out and put in again.
-    auto& PIDs = m_program_PIDs[pmt_PID];
+    auto& PIDs = m_program_PIDs[key];
     const auto PIDs_before = std::exchange(PIDs, {});
     for (const unsigned short PID : PIDs_before)
-        if (ProgramRoute* const route = find(PID, pmt_PID))
+        if (ProgramRoute* const route = find(PID, key))
             *route = ProgramRoute{};
     const CPMT& table = *pmt.wrapper()->current;
     const auto route_of = [&](unsigned short PID) -> ProgramRoute& {
         auto& programs = used(PID).programs;
         if (!programs)
             programs = std::make_unique<ProgramRoutes>();
-        ProgramRoute& route = (*programs)[pmt_PID];
+        ProgramRoute& route = (*programs)[key];
         if (route.pmt == nullptr)
             PIDs.push_back(PID);
         route.pmt = &pmt;
@@ -105,19 +111,19 @@ void PIDRoutes::set_PMT(unsigned short pmt_PID, const CarriedPMT& pmt)
     route_of(table.PCR_PID).is_PCR_PID = true;
     for_each_CA_PID(table.descriptors, [&](unsigned short PID) { ++route_of(PID).CA_count; });
     for (const unsigned short PID : PIDs_before)
-        if (const ProgramRoute* const route = find(PID, pmt_PID); route != nullptr && route->pmt == nullptr)
-            remove(PID, pmt_PID);
+        if (const ProgramRoute* const route = find(PID, key); route != nullptr && route->pmt == nullptr)
+            remove(PID, key);
 }
 
-void PIDRoutes::lose_PMT(unsigned short pmt_PID)
+void PIDRoutes::lose_PMT(ProgramKey key)
 {
-    const auto PIDs = m_program_PIDs.find(pmt_PID);
+    const auto PIDs = m_program_PIDs.find(key);
     if (PIDs == m_program_PIDs.end())
         return;
     forget_plain();
-    m_lost_PMTs.push_back(pmt_PID);
+    m_lost_PMTs.push_back(key);
     for (const unsigned short PID : PIDs->second) {
-        ProgramRoute* const route = find(PID, pmt_PID);
+        ProgramRoute* const route = find(PID, key);
         if (route == nullptr)
             continue;
         route->pmt = nullptr;
@@ -128,8 +134,8 @@ void PIDRoutes::lose_PMT(unsigned short pmt_PID)
 
 void PIDRoutes::drop_lost_PMTs()
 {
-    for (const unsigned short PID : m_lost_PMTs)
-        remove_PMT(PID);
+    for (const ProgramKey key : m_lost_PMTs)
+        remove_PMT(key);
     m_lost_PMTs.clear();
     m_lost_streams.clear();
 }
@@ -152,7 +158,7 @@ CarriedPMT& PIDRoutes::carried_PMT(unsigned short PID)
 {
     auto& pmt = used(PID).pmt;
     if (!pmt)
-        pmt = std::make_unique<CarriedPMT>(*this, PID);
+        pmt = std::make_unique<CarriedPMT>(*this, program_key(PID));
     return *pmt;
 }
 
@@ -167,8 +173,8 @@ void PIDRoutes::set_plain(unsigned short PID, std::uint32_t header, bool collect
     route.stream = nullptr;
     if (!route.programs || route.programs->size() != 1 || route.EMM_count != 0 || PID == null_packet_PID)
         return;
-    const auto& [pmt_PID, program] = *route.programs->begin();
-    route.pmt_PID = pmt_PID;
+    const auto& [key, program] = *route.programs->begin();
+    route.pmt_PID = pmt_PID_of(key);
     route.program_number = program.program_number;
     route.stream = program.stream.get();
 }
@@ -191,29 +197,29 @@ PIDRoute& PIDRoutes::used(unsigned short PID)
     return route;
 }
 
-ProgramRoute* PIDRoutes::find(unsigned short PID, unsigned short pmt_PID)
+ProgramRoute* PIDRoutes::find(unsigned short PID, ProgramKey key)
 {
     const auto& programs = m_routes[PID].programs;
     if (!programs)
         return nullptr;
-    const auto found = programs->find(pmt_PID);
+    const auto found = programs->find(key);
     return found == programs->end() ? nullptr : &found->second;
 }
 
-void PIDRoutes::remove_PMT(unsigned short pmt_PID)
+void PIDRoutes::remove_PMT(ProgramKey key)
 {
-    const auto PIDs = m_program_PIDs.find(pmt_PID);
+    const auto PIDs = m_program_PIDs.find(key);
     if (PIDs == m_program_PIDs.end())
         return;
     for (const unsigned short PID : PIDs->second)
-        remove(PID, pmt_PID);
+        remove(PID, key);
     m_program_PIDs.erase(PIDs);
 }
 
-void PIDRoutes::remove(unsigned short PID, unsigned short pmt_PID)
+void PIDRoutes::remove(unsigned short PID, ProgramKey key)
 {
     auto& programs = m_routes[PID].programs;
-    if (programs && programs->erase(pmt_PID) != 0 && programs->empty())
+    if (programs && programs->erase(key) != 0 && programs->empty())
         programs = nullptr;
 }
 } // namespace mpegcore

@@ -17,11 +17,20 @@ namespace mpegcore
 {
 class PIDRoutes;
 
+/// Tells the programs apart whose PMTs name PIDs, in the order in which they are reported: first the PID of the PMT,
+/// then, where several may share that, the program_number.
+using ProgramKey = std::uint32_t;
+constexpr ProgramKey program_key(unsigned short pmt_PID, unsigned short program_number = 0)
+{
+    return static_cast<ProgramKey>(pmt_PID) << 16 | program_number;
+}
+constexpr unsigned short pmt_PID_of(ProgramKey key) { return static_cast<unsigned short>(key >> 16); }
+
 /// What was read on a PID that carries a PMT, into a wrapper that others may destroy at any time.
 class CarriedPMT final : private PacketWrapperWatcher
 {
 public:
-    CarriedPMT(PIDRoutes& routes, unsigned short PID) : m_routes(routes), m_PID(PID) {}
+    CarriedPMT(PIDRoutes& routes, ProgramKey key) : m_routes(routes), m_key(key) {}
     ~CarriedPMT()
     {
         if (m_wrapper != nullptr)
@@ -45,7 +54,7 @@ private:
 
     PIDRoutes& m_routes;
     CPacketWrapper<CPMT>* m_wrapper = nullptr;
-    const unsigned short m_PID;
+    const ProgramKey m_key;
     std::vector<unsigned char> m_section;
 };
 
@@ -59,8 +68,8 @@ struct ProgramRoute
     std::uint32_t CA_count = 0; ///< CA descriptors of the program loop that name the PID
 };
 
-/// By pmt_PID, in whose order they are reported. A tree: thousands of PMTs may name one PID, and change all the time.
-using ProgramRoutes = std::map<unsigned short, ProgramRoute>;
+/// A tree: thousands of PMTs may name one PID, and change all the time.
+using ProgramRoutes = std::map<ProgramKey, ProgramRoute>;
 
 /// Before the first plain packet; with the bits of a continuity_counter set, it is no packet's.
 constexpr std::uint32_t no_plain_header = 0xFFFFFFFF;
@@ -96,17 +105,21 @@ public:
 
     void set_PAT(const CPAT& pat);
     void set_CAT(const CCAT& cat);
-    /// Follows the current table of the PMT's wrapper, in place of what an earlier PMT on the same PID said.
-    void set_PMT(unsigned short pmt_PID, const CarriedPMT& pmt);
-    /// From now on no packet is reported for the PMT on this PID. Also while a packet is: nothing moves until
+    /// In place of set_PAT, for one PID.
+    void set_carries_PMT(unsigned short PID, bool carries_PMT);
+    /// Follows the current table of the PMT's wrapper, in place of what an earlier PMT with the same key said.
+    void set_PMT(ProgramKey key, const CarriedPMT& pmt);
+    /// From now on no packet is reported for the PMT with this key. Also while a packet is: nothing moves until
     /// drop_lost_PMTs().
-    void lose_PMT(unsigned short pmt_PID);
+    void lose_PMT(ProgramKey key);
     bool has_lost_PMTs() const { return !m_lost_PMTs.empty(); }
     /// To be called between packets.
     void drop_lost_PMTs();
     /// Notes what there is to do with packets that have this header (continuity_counter apart) and `record`; it holds
     /// until one of the tables changes.
     void set_plain(unsigned short PID, std::uint32_t header, bool collects, const transport_packet& record);
+    /// The next packet of every PID is looked at anew.
+    void forget_plain();
     void clear();
     /// What there is of the PMT on this PID.
     CarriedPMT& carried_PMT(unsigned short PID);
@@ -116,12 +129,11 @@ public:
 private:
     friend class CarriedPMT;
 
-    ProgramRoute* find(unsigned short PID, unsigned short pmt_PID);
-    void remove_PMT(unsigned short pmt_PID);
-    void remove(unsigned short PID, unsigned short pmt_PID);
+    ProgramRoute* find(unsigned short PID, ProgramKey key);
+    void remove_PMT(ProgramKey key);
+    void remove(unsigned short PID, ProgramKey key);
 
     PIDRoute& used(unsigned short PID);
-    void forget_plain();
 
     std::vector<PIDRoute> m_routes;
     std::vector<unsigned short> m_used;  ///< what clear() has to look at
@@ -129,9 +141,9 @@ private:
     // What to take back when the next table of the same kind comes.
     std::vector<unsigned short> m_PMT_PIDs;
     std::vector<unsigned short> m_EMM_PIDs;
-    std::map<unsigned short, std::vector<unsigned short>> m_program_PIDs;
+    std::map<ProgramKey, std::vector<unsigned short>> m_program_PIDs;
     std::size_t m_PMT_bytes = 0;
-    std::vector<unsigned short> m_lost_PMTs;
+    std::vector<ProgramKey> m_lost_PMTs;
     std::vector<std::shared_ptr<CBaseStreamTypeMap>> m_lost_streams; ///< may be on their way to a callback
 };
 } // namespace mpegcore

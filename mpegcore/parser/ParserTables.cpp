@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The part of the parser that reads sections.
 #include "mpegcore/BaseMpegParser.h"
+#include "mpegcore/parser/StandardSections.h"
 
 #include <array>
 #include <cstddef>
@@ -13,8 +14,8 @@ namespace
 {
 using section_reader = ZQSDK::ZQBSReaderT<unsigned char*>;
 
-constexpr unsigned short EIT_PID = 0x0012;
-constexpr std::size_t section_header_size = 3;
+constexpr unsigned short PAT_PID = 0x0000, CAT_PID = 0x0001, EIT_PID = 0x0012;
+constexpr unsigned char PMT_table_id = 0x02;
 constexpr std::size_t pointer_field_size = 1;
 constexpr std::size_t shortest_section_unit = 3;
 
@@ -24,7 +25,7 @@ using self = CBaseMpegParser;
 /// Bytes that the section announces, its header included.
 std::size_t section_size(const unsigned char* section)
 {
-    return section_header_size + ((section[1] & 0x0FU) << 8 | section[2]);
+    return SectionHeader(section, section_header_size).announced_size();
 }
 
 // Saves reading a section over and over while its packets come in; read would find the same.
@@ -106,13 +107,23 @@ void CBaseMpegParser::clear_tables()
     clear_wrapper(m_TOT);
     m_routes.clear(); // first, so that it need not follow each PMT that goes
     m_PMTs.clear();
+    if (m_standard)
+        m_standard->clear();
     m_carryBuffer = {};
     m_carry = 0;
 }
 
-void CBaseMpegParser::follow(const CPAT& pat) { m_routes.set_PAT(pat); }
+void CBaseMpegParser::follow(const CPAT& pat)
+{
+    if (!m_by_the_standard) // there all sections of a table count
+        m_routes.set_PAT(pat);
+}
 
-void CBaseMpegParser::follow(const CCAT& cat) { m_routes.set_CAT(cat); }
+void CBaseMpegParser::follow(const CCAT& cat)
+{
+    if (!m_by_the_standard)
+        m_routes.set_CAT(cat);
+}
 
 void CBaseMpegParser::parse_section(unsigned short PID, const TableRow* row)
 {
@@ -122,17 +133,21 @@ void CBaseMpegParser::parse_section(unsigned short PID, const TableRow* row)
             std::puts("mpegcore: eit pkt skip");
         return;
     }
-    unsigned char* const section = unit->data + pointer_field_size;
-    const std::size_t size = unit->size - pointer_field_size;
+    parse_table_of(PID, row, unit->data + pointer_field_size, unit->size - pointer_field_size);
+}
+
+/// Of the PID's first row and those behind. False when none is for the section's table_id.
+bool CBaseMpegParser::parse_table_of(unsigned short PID, const TableRow* row, unsigned char* section, std::size_t size)
+{
     const unsigned char table_id = section[0];
     for (; row != std::end(table_rows) && row->PID == PID; ++row) {
         if (table_id < row->first_table_id || table_id > row->last_table_id)
             continue;
-        if (row->needs_announced_length && !holds_announced_section(section, size))
-            return;
-        (this->*row->parse)(section, size);
-        return;
+        if (!row->needs_announced_length || holds_announced_section(section, size))
+            (this->*row->parse)(section, size);
+        return true;
     }
+    return false;
 }
 
 template <auto Wrapper, auto Callback>
@@ -168,6 +183,18 @@ void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
     const std::size_t size = unit->size - pointer_field_size;
     if (!holds_announced_section(section, size))
         return;
+    const SectionReading result = read_PMT(PID, section, size);
+    if (result == SectionReading::failed)
+        return;
+    const CarriedPMT& carried = m_routes.carried_PMT(PID);
+    if (result == SectionReading::fresh)
+        m_routes.set_PMT(program_key(PID), carried);
+    OnPMT(&program, carried.wrapper()->current);
+}
+
+/// Reads a whole section into m_PMTs.
+SectionReading CBaseMpegParser::read_PMT(unsigned short PID, unsigned char* section, std::size_t size)
+{
     auto& entry = m_PMTs[PID];
     if (!entry)
         entry = std::make_unique<CPacketWrapper<CPMT>>();
@@ -177,6 +204,7 @@ void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
         carried.attach(wrapper);
     // PMTs come again and again; reading the same bytes would give the same table.
     const auto& known = carried.section();
+    auto result = SectionReading::repeated;
     if (!carried.may_be_edited && !known.empty() && known.size() <= size &&
         std::memcmp(known.data(), section, known.size()) == 0)
     {
@@ -185,12 +213,46 @@ void CBaseMpegParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
         const std::size_t announced = section_size(section);
         section_reader reader(section, size);
         if (m_routes.PMT_bytes() - known.size() + announced > PMT_limit || wrapper.Parser(reader) == 0)
-            return;
+            return SectionReading::failed;
         carried.set_section(section, announced);
         carried.as_read.note(*wrapper.current);
-        m_routes.set_PMT(PID, carried);
+        result = SectionReading::fresh;
     }
     carried.may_be_edited = m_editableTables;
-    OnPMT(&program, wrapper.current);
+    return result;
+}
+
+void CBaseMpegParser::take_PMT(unsigned short PID, unsigned char* section, std::size_t size)
+{
+    auto& programs = m_standard->programs;
+    CBaseMpegProgram* const program = programs.find(PID, SectionHeader(section, size).table_id_extension());
+    if (program == nullptr)
+        return;
+    programs.take_PMT(PID, section, size);
+    if (read_PMT(PID, section, size) != SectionReading::failed)
+        OnPMT(program, m_PMTs[PID]->current);
+}
+
+void CBaseMpegParser::take_section(unsigned short PID, const unsigned char* section, std::size_t size)
+{
+    OnSection(PID, section, size);
+    const SectionHeader header(section, size);
+    const bool is_long = header.has_extension();
+    if (is_long && !header.current_next_indicator())
+        return;
+    // The readers of tables take pointers to bytes that may be written, and write none.
+    auto* const bytes = const_cast<unsigned char*>(section);
+    if (const TableRow* const row = PID <= last_table_PID ? first_row(PID) : nullptr) {
+        constexpr unsigned char first_table_id[] = {0x00, 0x01, 0x03}; // PAT, CAT, TSDT
+        if (PID < std::size(first_table_id) && (header.table_id() != first_table_id[PID] || !is_long))
+            return;
+        if (PID == PAT_PID)
+            m_standard->programs.take_PAT(section, size);
+        else if (PID == CAT_PID)
+            m_standard->programs.take_CAT(section, size);
+        parse_table_of(PID, row, bytes, size);
+    } else if (header.table_id() == PMT_table_id && is_long) {
+        take_PMT(PID, bytes, size);
+    }
 }
 } // namespace mpegcore

@@ -1,74 +1,59 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Recorded streams in the folder ZQ_SAMPLE_DIR against NAME.sections.txt, one line for each section.
-#include "mpegcore/sections/SectionGatherer.h"
+#include "mpegcore/BaseMpegParser.h"
 #include "support/Samples.h"
 #include "support/SectionLines.h"
-#include "support/Stream.h"
 
 #include <gmock/gmock.h>
 
-#include <array>
-#include <memory>
+#include <algorithm>
+#include <random>
 
 namespace
 {
-/// Listens to the table PIDs and to every PID that a PAT names for a program.
-class SectionLister
+/// Takes down every section, and how often each was reported as a table.
+class SectionLister : public mpegcore::CBaseMpegParser
 {
 public:
-    SectionLister()
-    {
-        for (const unsigned PID : {0x00U, 0x01U, 0x02U, 0x10U, 0x11U, 0x12U, 0x13U, 0x14U, 0x1EU, 0x1FU})
-            listen(PID);
-    }
+    SectionLister() : CBaseMpegParser(true) { set_sections_by_the_standard(true); }
 
-    void put(const unsigned char* packet)
+    void OnProcess(unsigned int, mpegcore::transport_packet&) override { ++m_index; }
+    void OnSection(unsigned short PID, const unsigned char* section, unsigned long size) override
     {
-        const unsigned PID = (packet[1] & 0x1FU) << 8 | packet[2];
-        if (m_gatherers[PID])
-            m_gatherers[PID]->put(packet,
-                                  [&](const unsigned char* section, std::size_t size, mpegcore::SectionCheck check) {
-                                      if (check == mpegcore::SectionCheck::good)
-                                          take(PID, section, size);
-                                  });
-        ++m_index;
+        lines.push_back(zqtest::section_line(m_index, PID, section, size));
     }
 
     std::vector<std::string> lines;
 
 private:
-    void listen(unsigned PID)
-    {
-        if (!m_gatherers[PID])
-            m_gatherers[PID] = std::make_unique<mpegcore::SectionGatherer>();
-    }
-
-    void take(unsigned PID, const unsigned char* section, std::size_t size)
-    {
-        lines.push_back(zqtest::section_line(m_index, PID, section, size));
-        if (PID != 0 || section[0] != 0 || !mpegcore::SectionHeader(section, size).current_next_indicator())
-            return;
-        for (std::size_t at = 8; at + 8 <= size; at += 4)
-            if ((section[at] | section[at + 1]) != 0)
-                listen((section[at + 2] & 0x1FU) << 8 | section[at + 3]);
-    }
-
     std::size_t m_index = 0;
-    std::array<std::unique_ptr<mpegcore::SectionGatherer>, mpegcore::pid_count> m_gatherers;
 };
+
+class SectionSamples : public testing::TestWithParam<std::size_t>
+{};
 } // namespace
 
-TEST(SectionSamples, GiveTheExpectedSections)
+TEST_P(SectionSamples, GiveTheExpectedSections)
 {
     const auto names = zqtest::sample_names(".sections.txt");
     if (names.empty())
         GTEST_SKIP() << "ZQ_SAMPLE_DIR names no folder with samples";
+    std::mt19937 random(1);
     for (const auto& name : names) {
         SCOPED_TRACE(name);
-        const std::string data = zqtest::contents(name + ".ts");
+        std::string data = zqtest::contents(name + ".ts");
         SectionLister lister;
-        for (std::size_t at = 0; at + 188 <= data.size(); at += 188)
-            lister.put(reinterpret_cast<const unsigned char*>(data.data()) + at);
+        for (std::size_t at = 0; at < data.size();) {
+            const std::size_t piece = GetParam() != 0 ? GetParam() : 1 + random() % 1000;
+            const std::size_t size = std::min(piece, data.size() - at);
+            lister.Process(reinterpret_cast<unsigned char*>(data.data()) + at, size);
+            at += size;
+        }
         EXPECT_EQ(lister.lines, zqtest::lines_of(name + ".sections.txt"));
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(InPieces, SectionSamples,
+                         testing::Values(std::size_t{1} << 30, std::size_t{1}, std::size_t{0}), [](const auto& piece) {
+                             return piece.param == 0 ? "OfRandomSizes" : piece.param == 1 ? "OfAByte" : "OfTheWhole";
+                         });
