@@ -19,6 +19,13 @@ if(ZQ_WERROR)
     add_compile_options(-Werror)
 endif()
 
+# On 32-bit systems DVB times need a time_t that goes beyond 2038.
+set(ZQ_TIME_BITS)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    set(ZQ_TIME_BITS _TIME_BITS=64 _FILE_OFFSET_BITS=64)
+    add_compile_definitions(${ZQ_TIME_BITS})
+endif()
+
 if(ZQ_SANITIZE)
     add_compile_options(-fsanitize=${ZQ_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
     add_link_options(-fsanitize=${ZQ_SANITIZE})

@@ -233,7 +233,7 @@ TEST(Syntax, FailsWhenAnEntryRunsPastTheDataAndReservesNoMoreThanTheyHold)
 {
     std::vector<Pair> pairs;
     const auto walk = [&](SyntaxReader& io) {
-        io.open_body(std::size_t{1} << 40);
+        io.open_body(std::size_t{1} << 31);
         return io.entries(2, "pairs", pairs);
     };
     read_from({1, 2, 3}, walk, false);
