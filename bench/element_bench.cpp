@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// `zqnetsource ! fakesink` beside `udpsrc ! fakesink`: the same paced datagrams on loopback, each receiver in a process
-// of its own, one after the other. Prints CPU time per datagram, loss and peak memory, and the ratio of the two. Then
-// the element with T2-MI: CPU time per megabit and loss.
+// `zqnetsource ! fakesink` and `zqudpsrc ! fakesink` beside `udpsrc ! fakesink`: the same paced datagrams on loopback,
+// each receiver in a process of its own, one after the other. Prints CPU time per datagram, loss and peak memory, and
+// the ratio of the two. Then the element with T2-MI: CPU time per megabit and loss.
 #include "tools/t2mi/t2mi_encapsulator.h"
+#include "zq_mpegts/zq_gst_udp_src.h"
 #include "zq_net_source/zq_gst_net_source.h"
 
 #include <gst/gst.h>
@@ -75,13 +76,31 @@ unsigned long rendered_buffers(GstElement* sink)
     return rendered;
 }
 
+GstPadProbeReturn add_size(GstPad*, GstPadProbeInfo* info, gpointer bytes)
+{
+    const bool list = (GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER_LIST) != 0;
+    *static_cast<unsigned long*>(bytes) += list ? gst_buffer_list_calculate_size(GST_PAD_PROBE_INFO_BUFFER_LIST(info))
+                                                : gst_buffer_get_size(GST_PAD_PROBE_INFO_BUFFER(info));
+    return GST_PAD_PROBE_OK;
+}
+
+void count_bytes(GstElement* sink, unsigned long& bytes)
+{
+    GstPad* const pad = gst_element_get_static_pad(sink, "sink");
+    gst_pad_add_probe(pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
+                      add_size, &bytes, nullptr);
+    gst_object_unref(pad);
+}
+
 /// The receiving process: plays until its standard input ends, then prints one line of figures. What it counts is
-/// what the sink rendered, `per_buffer` datagrams or packets in each buffer: loss behind the socket counts too.
+/// what the sink rendered, `per_buffer` datagrams or packets in each buffer: loss behind the socket counts too. With
+/// `per_buffer` 0 the datagrams of 1316 bytes are told from the bytes, whose counting is at the receiver's cost.
 int receive(const std::string& element, const std::string& port, unsigned long per_buffer)
 {
     g_set_print_handler([](const gchar*) {});
     gst_init(nullptr, nullptr);
     zq_register_elements(nullptr);
+    zq_register_udp_src(nullptr);
     GError* error = nullptr;
     GstElement* pipeline =
         gst_parse_launch((element + " port=" + port + " ! fakesink name=sink sync=false").c_str(), &error);
@@ -90,6 +109,9 @@ int receive(const std::string& element, const std::string& port, unsigned long p
         return 1;
     }
     GstElement* sink = gst_bin_get_by_name(GST_BIN(pipeline), "sink");
+    unsigned long bytes = 0;
+    if (per_buffer == 0)
+        count_bytes(sink, bytes);
     gst_element_set_state(pipeline, GST_STATE_PLAYING);
     std::this_thread::sleep_for(300ms);
     const double before = cpu_us();
@@ -98,7 +120,8 @@ int receive(const std::string& element, const std::string& port, unsigned long p
     while (std::getchar() != EOF) {
     }
     const double used = cpu_us() - before;
-    std::printf("%f %lu %lu\n", used, rendered_buffers(sink) * per_buffer, peak_memory_kb());
+    std::printf("%f %lu %lu\n", used, per_buffer == 0 ? bytes / 1316 : rendered_buffers(sink) * per_buffer,
+                peak_memory_kb());
     std::fflush(stdout);
     gst_element_set_state(pipeline, GST_STATE_NULL);
     gst_object_unref(sink);
@@ -206,15 +229,25 @@ void compare_with_udpsrc(const load& work, std::uint16_t port)
         sum.datagrams += figures.datagrams;
         sum.peak_kb = std::max(sum.peak_kb, figures.peak_kb);
     };
-    result peer, ours;
+    result peer, ours, second;
     for (unsigned round = 0; round < rounds; ++round) {
         add(peer, "udpsrc", 1, port);
         add(ours, "zqnetsource", per_buffer, static_cast<std::uint16_t>(port + 1));
+        if (work.size == 1316)
+            add(second, "zqudpsrc", 0, static_cast<std::uint16_t>(port + 2));
     }
     print("udpsrc", peer, rounds * sent);
     print("zqnetsource", ours, rounds * sent);
-    std::printf("  ratio of CPU  %5.3f\n", ours.cpu_us / static_cast<double>(ours.datagrams) /
-                                               (peer.cpu_us / static_cast<double>(peer.datagrams)));
+    const auto ratio = [&peer](const result& figures) {
+        return figures.cpu_us / static_cast<double>(figures.datagrams) /
+               (peer.cpu_us / static_cast<double>(peer.datagrams));
+    };
+    if (second.datagrams > 0)
+        print("zqudpsrc", second, rounds * sent);
+    std::printf("  ratio of CPU  %5.3f zqnetsource", ratio(ours));
+    if (second.datagrams > 0)
+        std::printf("  %5.3f zqudpsrc", ratio(second));
+    std::puts("");
 }
 
 /// A T2-MI stream with one PLP of `packets` packets.
@@ -257,7 +290,7 @@ int main(int argc, char** argv)
     std::uint16_t port = 23456;
     for (const auto& work : loads) {
         compare_with_udpsrc(work, port);
-        port = static_cast<std::uint16_t>(port + 2);
+        port = static_cast<std::uint16_t>(port + 3);
         std::fflush(stdout);
     }
     for (const unsigned rate : {50, 100, 500}) {

@@ -88,7 +88,9 @@ std::string uri_of(instance_data& data)
     const std::lock_guard lock{data.mutex};
     zq_udp_uri uri;
     uri.rtp = data.rtp_scheme;
-    uri.source = data.settings.source_filter;
+    // A URI has room for one.
+    if (data.settings.source_filter.find(',') == std::string::npos)
+        uri.source = data.settings.source_filter;
     uri.address = data.settings.address.empty() ? "0.0.0.0" : data.settings.address;
     uri.port = static_cast<std::uint16_t>(data.settings.port);
     return uri.text();

@@ -16,7 +16,7 @@ void sender_list::see(const sockaddr_storage& sender, socklen_t size)
         m_known.insert(place, m_last);
 }
 
-bool input_leg::open(unsigned longest_wait_ms, std::string& error)
+bool input_leg::open(std::string& error)
 {
     udp_socket fresh;
     // The port of a unicast address has to be let go first; a group is kept until the new socket has joined it.
@@ -28,7 +28,6 @@ bool input_leg::open(unsigned longest_wait_ms, std::string& error)
     socket = std::move(fresh);
     // What the system chose is kept when the socket is opened again.
     m_settings.port = socket.address().port();
-    socket.limit_wait(longest_wait_ms);
     figures.buffer_asked = socket.buffer_asked();
     figures.buffer_got = socket.buffer_got();
     return true;

@@ -29,7 +29,7 @@ public:
         : m_settings{settings}, reader{datagrams_a_call}
     {}
 
-    [[nodiscard]] bool open(unsigned longest_wait_ms, std::string& error);
+    [[nodiscard]] bool open(std::string& error);
     void close();
     /// Takes over how many datagrams the kernel dropped so far.
     void note_drops();

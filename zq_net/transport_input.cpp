@@ -21,6 +21,17 @@ constexpr std::uint64_t second = 1000 * ms;
 constexpr unsigned follow_interval_ms = 500;
 constexpr std::uint64_t follow_silence = second;
 
+/// How long to wait on a leg at most, 0 for ever: a silent group wants to be looked after now and then.
+unsigned wait_limit_ms(const input_leg& leg, unsigned longest_wait)
+{
+    if (!leg.socket.is_multicast())
+        return longest_wait;
+    if (longest_wait == 0)
+        return follow_interval_ms;
+    // Even parts of the longest wait, so that its end is met.
+    return longest_wait / (longest_wait / follow_interval_ms + 1) + 1;
+}
+
 /// Longer datagrams are copied once, so that a few of them do not make all buffers large.
 constexpr std::size_t longest_slot = 2048;
 
@@ -64,14 +75,11 @@ bool transport_input::open(const input_settings& settings)
 
 bool transport_input::open_sockets()
 {
-    unsigned longest_wait = m_settings.longest_wait;
     const std::lock_guard lock{m_mutex};
     for (input_leg& leg : m_legs) {
-        if (!leg.open(longest_wait, m_error))
+        if (!leg.open(m_error))
             return false;
-        // A silent group wants to be looked after now and then.
-        if (leg.socket.is_multicast() && (longest_wait == 0 || longest_wait > follow_interval_ms))
-            leg.socket.limit_wait(follow_interval_ms);
+        leg.socket.limit_wait(wait_limit_ms(leg, m_settings.longest_wait));
         leg.last_follow = leg.read_up_to = real_time();
     }
     m_shut = false;
@@ -168,11 +176,11 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
 bool transport_input::wait_for_any()
 {
     std::array<pollfd, 2> waited{};
-    int longest = m_settings.longest_wait == 0 ? -1 : static_cast<int>(m_settings.longest_wait);
+    int longest = -1;
     for (std::size_t leg = 0; leg < m_legs.size(); ++leg) {
         waited[leg] = {m_legs[leg].socket.descriptor(), POLLIN, 0};
-        if (m_legs[leg].socket.is_multicast() && (longest < 0 || longest > static_cast<int>(follow_interval_ms)))
-            longest = static_cast<int>(follow_interval_ms);
+        if (const auto limit = static_cast<int>(wait_limit_ms(m_legs[leg], m_settings.longest_wait)); limit > 0)
+            longest = longest < 0 ? limit : std::min(longest, limit);
     }
     if (const std::uint64_t deadline = m_merger.deadline(); deadline != reorder_window::never) {
         const std::uint64_t now = real_time();
@@ -292,47 +300,5 @@ void transport_input::adapt_slots(std::size_t slots)
         m_slots = std::min(most_slots, 2 * slots);
     else if (m_read > 0 && m_read < slots / 4)
         m_slots = std::max<std::size_t>(2, slots / 2);
-}
-
-void transport_input::publish(std::uint64_t now)
-{
-    if (now < m_interval_start || now - m_interval_start >= second) {
-        const std::uint64_t elapsed = now - m_interval_start;
-        m_bit_rate = m_interval_start == 0 || now < m_interval_start ? 0 : m_interval_bytes * 8 * 1000 / (elapsed / ms);
-        m_interval_start = now;
-        m_interval_bytes = 0;
-    }
-    const std::lock_guard lock{m_mutex};
-    for (std::size_t leg = 0; leg < m_legs.size(); ++leg) {
-        m_legs[leg].figures.rtp = m_merger.counters(leg);
-        m_figures.legs[leg] = m_legs[leg].figures;
-    }
-    m_figures.not_ts = m_not_ts;
-    m_figures.resync_bytes = m_aligner.dropped_bytes();
-    m_figures.rtp_lost = m_merger.lost();
-    m_figures.rtp_late = m_merger.late();
-    m_figures.sender_changes = m_merger.sender_changes();
-    m_figures.continuity_errors = m_continuity.continuity_errors();
-    m_figures.transport_errors = m_continuity.transport_errors();
-    m_figures.senders = m_senders.count();
-    m_figures.bit_rate = m_bit_rate;
-}
-
-input_figures transport_input::figures()
-{
-    const std::uint64_t now = real_time();
-    const std::lock_guard lock{m_mutex};
-    input_figures figures = m_figures;
-    std::uint64_t last_arrival = 0;
-    for (std::size_t leg = 0; leg < m_legs.size(); ++leg) {
-        m_legs[leg].note_drops();
-        figures.legs[leg].kernel_drops = m_legs[leg].figures.kernel_drops;
-        figures.legs[leg].buffer_asked = m_legs[leg].figures.buffer_asked;
-        figures.legs[leg].buffer_got = m_legs[leg].figures.buffer_got;
-        last_arrival = std::max(last_arrival, figures.legs[leg].last_arrival);
-    }
-    if (now > last_arrival + 2 * second)
-        figures.bit_rate = 0;
-    return figures;
 }
 } // namespace zq_net

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/net_sandbox.h"
+#include "support/udp_sender.h"
+#include "support/watchdog.h"
+#include "zq_net/transport_input.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+
+using support::pattern;
+
+namespace
+{
+bool run(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()) == 0; }
+
+/// An interface "zq0" with the address 192.0.2.5, in a network of this process alone.
+struct made_interface
+{
+    made_interface()
+        : made{run("ip link add zq0 type veth peer name zq1 && ip addr add 192.0.2.5/24 dev zq0 && "
+                   "ip link set zq0 up && ip link set zq1 up")}
+    {}
+    ~made_interface() { run("ip link del zq0"); }
+    const bool made;
+};
+
+/// Sends to the group on "zq0"; the host gets its own copy.
+void send(std::uint16_t port, unsigned seed)
+{
+    const int socket = ::socket(AF_INET, SOCK_DGRAM, 0);
+    const in_addr interface {
+        ::inet_addr("192.0.2.5")
+    };
+    ::setsockopt(socket, IPPROTO_IP, IP_MULTICAST_IF, &interface, sizeof(interface));
+    const auto group = *zq_net::ip_address::read("239.9.9.9", port);
+    const auto datagram = pattern(1316, seed);
+    ::sendto(socket, datagram.data(), datagram.size(), 0, group.get(), group.size());
+    ::close(socket);
+}
+
+struct listening
+{
+    listening()
+    {
+        zq_net::input_settings settings;
+        settings.legs.push_back({"239.9.9.9", port, "zq0", {}, 0});
+        EXPECT_TRUE(input.open(settings)) << input.error();
+    }
+    /// Receives until a datagram is there; each try sends one.
+    void receive(unsigned seed)
+    {
+        do
+            send(port, seed);
+        while (input.receive(memory.data(), 2, 1316) != zq_net::transport_input::result::data);
+    }
+
+    support::watchdog guard;
+    std::uint16_t port = support::free_port();
+    zq_net::transport_input input;
+    std::vector<unsigned char> memory = std::vector<unsigned char>(2 * 1316);
+};
+} // namespace
+
+TEST(FollowInterface, JoinsAnewWhenTheInterfaceWasRemovedAndMadeAgain)
+{
+    if (!support::in_net_sandbox() || !made_interface{}.made)
+        GTEST_SKIP() << "needs a network of its own, and the program ip";
+    auto interface = std::make_unique<made_interface>();
+    listening to;
+    to.receive(1);
+    interface.reset();
+    interface = std::make_unique<made_interface>();
+    to.receive(2);
+    EXPECT_EQ(to.input.figures().legs[0].rejoins, 1U);
+}
+
+TEST(FollowInterface, GoesOnWithoutJoiningAnewWhenTheInterfaceWasDownForAWhile)
+{
+    if (!support::in_net_sandbox() || !made_interface{}.made)
+        GTEST_SKIP() << "needs a network of its own, and the program ip";
+    const made_interface interface;
+    listening to;
+    to.receive(1);
+    run("ip link set zq0 down");
+    run("ip link set zq0 up");
+    to.receive(2);
+    EXPECT_EQ(to.input.figures().legs[0].rejoins, 0U);
+}
