@@ -201,14 +201,17 @@ TEST_F(Tables, ReadsDatagramsWithAndWithoutRtp)
 {
     const std::uint16_t port = support::free_port();
     const Bytes plain = stream_of(5);
-    Bytes rtp{0x80, 33, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1};
-    rtp.insert(rtp.end(), plain.begin(), plain.end());
-    for (const Bytes& datagram : {plain, rtp}) {
+    for (const bool rtp : {false, true}) {
         std::atomic<bool> done = false;
         std::thread sending([&] {
             const support::udp_sender sender("127.0.0.1", port);
-            for (; !done; std::this_thread::sleep_for(std::chrono::milliseconds(5)))
+            Bytes datagram = rtp ? Bytes{0x80, 33, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1} : Bytes();
+            datagram.insert(datagram.end(), plain.begin(), plain.end());
+            for (unsigned char number = 0; !done; std::this_thread::sleep_for(std::chrono::milliseconds(5))) {
+                if (rtp)
+                    datagram[3] = ++number;
                 sender.send(datagram);
+            }
         });
         // The second line finds nobody who reads it, so the program ends, too.
         const auto result =
@@ -254,7 +257,7 @@ TEST_F(Tables, NamesWhatFails)
     EXPECT_EQ(fault("folder"), "zq-tables: folder: is a directory\n");
     EXPECT_EQ(fault("text.ts"), "zq-tables: text.ts: no transport packets found\n");
     EXPECT_EQ(fault("empty.ts"), "zq-tables: empty.ts: no transport packets found\n");
-    EXPECT_EQ(fault("udp://host:5000"), "zq-tables: udp://host:5000: \"host\" is no IPv4 address\n");
+    EXPECT_EQ(fault("udp://host:5000"), "zq-tables: udp://host:5000: \"host\" is no IPv4 or IPv6 address\n");
     EXPECT_EQ(fault("good.ts > /dev/full"), "zq-tables: standard output: No space left on device\n");
 }
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tools/common/stream_input.h"
 
-#include "mpegcore/TransportPacket.h"
 #include "tools/common/udp_address.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -18,16 +18,6 @@ namespace
 {
 constexpr std::size_t block_size = 1 << 20;
 constexpr int longest_wait_ms = 200;
-
-/// Bytes in front of the first of the packets that fill the rest of a datagram, as an RTP header is.
-std::size_t header_size(const unsigned char* datagram, std::size_t size)
-{
-    const std::size_t first = size % mpegcore::ts_packet_size;
-    for (std::size_t at = first; at < size; at += mpegcore::ts_packet_size)
-        if (datagram[at] != mpegcore::ts_sync_byte)
-            return 0;
-    return first == size ? 0 : first;
-}
 } // namespace
 
 stream_input::~stream_input()
@@ -47,12 +37,16 @@ bool stream_input::open_udp(const std::string& name, const std::string& interfac
 {
     m_is_udp = true;
     m_is_live = true;
-    const auto address = parse_udp_address(name);
-    if (!address)
+    auto settings = parse_udp_address(name);
+    if (!settings)
         return fail("is not udp://[SOURCE@]GROUP:PORT");
-    std::string reason;
-    m_descriptor = open_udp_socket(*address, interface, reason);
-    return m_descriptor >= 0 || fail(reason);
+    settings->interface = interface;
+    zq_net::input_settings input;
+    input.legs.push_back(*settings);
+    // Packets of 204 bytes are whole packets, too; finding them is not for the socket.
+    input.align = false;
+    input.longest_wait = longest_wait_ms;
+    return m_datagrams.open(input) || fail(m_datagrams.error());
 }
 
 bool stream_input::open_file(const std::string& name)
@@ -83,8 +77,10 @@ bool stream_input::wait_for_bytes(result& instead)
 
 stream_input::result stream_input::next()
 {
-    m_first = 0;
+    m_data = m_block.data();
     m_size = 0;
+    if (m_is_udp)
+        return next_datagrams();
     if (result instead{}; m_is_live && !wait_for_bytes(instead))
         return instead;
     const ssize_t size = read(m_descriptor, m_block.data(), m_block.size());
@@ -95,12 +91,29 @@ stream_input::result stream_input::next()
         return result::failed;
     }
     m_size = static_cast<std::size_t>(size);
-    if (m_is_udp) {
-        m_first = header_size(m_block.data(), m_size);
-        m_size -= m_first;
-        return result::bytes;
-    }
     return size == 0 ? result::end : result::bytes;
+}
+
+stream_input::result stream_input::next_datagrams()
+{
+    using received = zq_net::transport_input::result;
+    const auto& pieces = m_datagrams.pieces();
+    if (m_next_piece == pieces.size()) {
+        m_next_piece = 0;
+        const std::size_t slot_size = m_datagrams.wanted_slot_size();
+        const std::size_t slots = m_datagrams.wanted_slots();
+        m_block.resize(std::max(m_block.size(), slots * slot_size));
+        const auto got = m_datagrams.receive(m_block.data(), slots, slot_size);
+        if (got == received::failed) {
+            fail(m_datagrams.error());
+            return result::failed;
+        }
+        if (got != received::data)
+            return result::nothing;
+    }
+    m_data = pieces[m_next_piece].data;
+    m_size = pieces[m_next_piece++].size;
+    return result::bytes;
 }
 
 bool stream_input::fail(const std::string& reason)

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "zq_net/transport_input.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -25,12 +27,13 @@ public:
     stream_input(const stream_input&) = delete;
     stream_input& operator=(const stream_input&) = delete;
 
-    /// `interface` is for UDP. False, with the reason in fault(), when the input cannot be opened.
+    /// `interface`, a name or an address of one, is for UDP. False, with the reason in fault(), when the input cannot
+    /// be opened.
     [[nodiscard]] bool open(const std::string& name, const std::string& interface = {});
     /// Fills data() and size(), which hold until the next call. `failed` has its reason in fault().
     [[nodiscard]] result next();
 
-    [[nodiscard]] const unsigned char* data() const { return m_block.data() + m_first; }
+    [[nodiscard]] const unsigned char* data() const { return m_data; }
     [[nodiscard]] std::size_t size() const { return m_size; }
     [[nodiscard]] const std::string& fault() const { return m_fault; }
     /// Whether bytes come in their own time rather than as fast as they are read.
@@ -41,17 +44,20 @@ public:
 private:
     [[nodiscard]] bool open_udp(const std::string& name, const std::string& interface);
     [[nodiscard]] bool open_file(const std::string& name);
+    [[nodiscard]] result next_datagrams();
     [[nodiscard]] bool wait_for_bytes(result& instead);
     bool fail(const std::string& reason);
 
     std::string m_name;
     std::string m_fault;
-    int m_descriptor = -1;
+    int m_descriptor = -1; ///< of the file
     bool m_is_udp = false;
+    zq_net::transport_input m_datagrams;
+    std::size_t m_next_piece = 0; ///< of those
     bool m_is_live = false;
     std::uint64_t m_total = 0;
     std::vector<unsigned char> m_block;
-    std::size_t m_first = 0;
+    const unsigned char* m_data = nullptr;
     std::size_t m_size = 0;
 };
 } // namespace tools

@@ -80,8 +80,8 @@ void add_options(CLI::App& app, options& options)
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->check(check_table_name);
-    app.add_option("--interface", options.interface, "local address to join a multicast group on")
-        ->option_text("ADDRESS");
+    app.add_option("--interface", options.interface, "the interface to join a multicast group on, or an address of it")
+        ->option_text("NAME");
     app.add_option("--charset", set_charset(options.charset),
                    "table of texts that name none: ISO-6937 (default), ISO-8859-1 to -15, UTF-8, ...")
         ->option_text("NAME");

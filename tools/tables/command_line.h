@@ -12,7 +12,7 @@ namespace tables
 struct options
 {
     std::string input = "-"; ///< a file, "-" or "udp://[SOURCE@]GROUP:PORT"
-    std::string interface;   ///< the local address to join a group on; empty: the system's choice
+    std::string interface;   ///< to join a group on, a name or an address; empty: the system's choice
     bool sections = false;
     bool json = false;
     bool services = false;
