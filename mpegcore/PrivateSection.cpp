@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/PrivateSection.h"
 
+#include "mpegcore/AIT.h"
 #include "mpegcore/BAT.h"
 #include "mpegcore/CAT.h"
+#include "mpegcore/DIT.h"
 #include "mpegcore/EIT.h"
 #include "mpegcore/NIT.h"
 #include "mpegcore/PAT.h"
 #include "mpegcore/PMT.h"
+#include "mpegcore/RST.h"
 #include "mpegcore/SDT.h"
+#include "mpegcore/SIT.h"
+#include "mpegcore/SpliceInfoSection.h"
 #include "mpegcore/TDT.h"
 #include "mpegcore/TOT.h"
 #include "mpegcore/TSDT.h"
@@ -31,9 +36,14 @@ struct TableClass
 };
 
 constexpr TableClass classes[]{
-    {0x00, 0x00, make<CPAT>}, {0x01, 0x01, make<CCAT>}, {0x02, 0x02, make<CPMT>}, {0x03, 0x03, make<CTSDT>},
-    {0x40, 0x41, make<CNIT>}, {0x42, 0x42, make<CSDT>}, {0x46, 0x46, make<CSDT>}, {0x4A, 0x4A, make<CBAT>},
-    {0x4E, 0x6F, make<CEIT>}, {0x70, 0x70, make<CTDT>}, {0x73, 0x73, make<CTOT>},
+    {0x00, 0x00, make<CPAT>}, {0x01, 0x01, make<CCAT>},
+    {0x02, 0x02, make<CPMT>}, {0x03, 0x03, make<CTSDT>},
+    {0x40, 0x41, make<CNIT>}, {0x42, 0x42, make<CSDT>},
+    {0x46, 0x46, make<CSDT>}, {0x4A, 0x4A, make<CBAT>},
+    {0x4E, 0x6F, make<CEIT>}, {0x70, 0x70, make<CTDT>},
+    {0x71, 0x71, make<CRST>}, {0x73, 0x73, make<CTOT>},
+    {0x74, 0x74, make<CAIT>}, {0x7E, 0x7E, make<CDIT>},
+    {0x7F, 0x7F, make<CSIT>}, {0xFC, 0xFC, make<CSpliceInfoSection>},
 };
 
 std::unique_ptr<CBaseMpegTable> make_table(std::uint8_t table_id)
@@ -48,6 +58,7 @@ bool read(CBaseMpegTable& table, const unsigned char* section, std::size_t size)
 {
     // The reader's interface is not const; it does not write.
     CBaseMpegTable::Reader reader(const_cast<unsigned char*>(section), size);
+    table.descriptor_dictionary = ZQDescriptorType::Standard;
     return table.read(reader);
 }
 } // namespace

@@ -38,7 +38,7 @@ private:
     static bool syntax(Self& t, Io& io);
 };
 
-/// The section as the class of its table_id, or as a CPrivateSection when
+/// The section as the class of its table_id, its descriptor loops read by the standards, or as a CPrivateSection when
 /// there is no such class, or when it refuses the section. Null when the section is not whole.
 [[nodiscard]] std::unique_ptr<CBaseMpegTable> table_of_section(const unsigned char* section, std::size_t size);
 } // namespace mpegcore
