@@ -150,7 +150,7 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
     m_read = 0;
     if (m_flowing && !wait_for_more())
         return result::interrupted;
-    const std::uint64_t before = real_time();
+    const std::uint64_t before = m_settings.batch_time > 0 ? real_time() : 0;
     const bool blocks = m_legs.size() == 1 && m_merger.deadline() == reorder_window::never;
     if (!blocks && !wait_for_any())
         return result::nothing;

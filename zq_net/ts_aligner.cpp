@@ -35,6 +35,8 @@ ts_aligner::verdict ts_aligner::put(const piece& bytes, piece_list& out)
     m_gap = m_gap || bytes.gap;
     if (bytes.gap)
         drop_begun();
+    if (bytes.size == 0)
+        return verdict::not_ts;
     std::size_t first = 0;
     const std::size_t missing = awaited();
     if (missing > 0 && has_sync_from(bytes.data, bytes.size, missing)) {

@@ -118,6 +118,7 @@ TEST(TsAligner, GoesOnWithABegunPacketBehindAForeignDatagram)
     stand to;
     to.put(part(all, 0, 300));
     EXPECT_EQ(to.put(bytes(500, 0x11)), verdict::not_ts);
+    EXPECT_EQ(to.put({}), verdict::not_ts);
     to.put(part(all, 300, all.size()));
     EXPECT_EQ(to.out(), all);
 }
