@@ -19,8 +19,7 @@ std::shared_ptr<base_descriptor> generic(const Bytes& body)
 TEST(BaseDescriptor, StartsEmpty)
 {
     const auto d = base_descriptor().create();
-    const base_descriptor& created = *d; // clang warns of typeid(*d)
-    EXPECT_EQ(typeid(created), typeid(base_descriptor));
+    EXPECT_EQ(typeid(*d), typeid(base_descriptor));
     EXPECT_EQ(d->descriptor_tag, 0);
     EXPECT_EQ(d->descriptor_length, 0);
     EXPECT_EQ(d->payload.data(), nullptr);
