@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The input is a row of records, of which packets of one PID are made: payloads as they are, sections with their CRC_32
 // put right behind a pointer_field, repeated packets, counters that jump, indicators. The gatherer has to find the same
-// sections in the same packets as a model that goes byte by byte.
+// sections in the same packets as a model that goes byte by byte, and so have two parsers, one that gets the stream
+// whole and one that gets it in pieces.
+#include "mpegcore/BaseMpegParser.h"
 #include "support/SectionPackets.h"
 
 #include <algorithm>
@@ -12,6 +14,8 @@
 namespace
 {
 using zqtest::Bytes;
+
+constexpr unsigned short made_PID = 0x20;
 
 class Maker
 {
@@ -45,7 +49,7 @@ private:
         const auto start = (flags & 1U) != 0 ? zqtest::Stream::begins : zqtest::Stream::goes_on;
         zqtest::Stream one;
         if ((flags & 2U) != 0)
-            one.raw(0x20, start, flags >> 2 & 3U, bytes);
+            one.raw(made_PID, start, flags >> 2 & 3U, bytes);
         else
             one.packet(
                 0x20, start,
@@ -76,7 +80,7 @@ private:
             if (at == 0)
                 payload.insert(payload.begin(), 0);
             zqtest::Stream one;
-            one.packet(0x20, at == 0 ? zqtest::Stream::begins : zqtest::Stream::goes_on, payload);
+            one.packet(made_PID, at == 0 ? zqtest::Stream::begins : zqtest::Stream::goes_on, payload);
             count(one.data, at == 0 ? kind : 0);
         }
     }
@@ -92,6 +96,45 @@ private:
     const std::uint8_t* m_end;
     unsigned m_counter = 0;
 };
+
+/// With more of it than a packet holds, the parser drops the packet.
+bool has_private_data(const Bytes& packet)
+{
+    return (packet[3] & 0x20U) != 0 && packet[4] != 0 && (packet[5] & 2U) != 0;
+}
+
+class Parser : public mpegcore::CBaseMpegParser
+{
+public:
+    Parser() : CBaseMpegParser(true) { set_sections_by_the_standard(true); }
+
+    void OnProcess(unsigned int, mpegcore::transport_packet&) override { ++m_index; }
+    void OnSection(unsigned short, const unsigned char* section, unsigned long size) override
+    {
+        m_sections.push_back({m_index, Bytes(section, section + size), true});
+    }
+    void OnSectionCRCFailed(unsigned short, const unsigned char* section, unsigned long size) override
+    {
+        m_sections.push_back({m_index, Bytes(section, section + size), false});
+    }
+
+    std::vector<zqtest::ModelSection> sections_of(Bytes stream, std::size_t piece)
+    {
+        m_sections.clear();
+        m_index = 0;
+        clear_tables();
+        remove_section_PID(made_PID); // forgets its packets
+        if (!add_section_PID(made_PID))
+            std::abort();
+        for (std::size_t at = 0; at < stream.size(); at += piece)
+            Process(stream.data() + at, std::min(piece, stream.size() - at));
+        return m_sections;
+    }
+
+private:
+    std::size_t m_index = 0;
+    std::vector<zqtest::ModelSection> m_sections;
+};
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -99,7 +142,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size > 4096)
         return 0;
     const Maker made(data, size);
-    if (zqtest::gathered(made.packets) != zqtest::modelled(made.packets))
+    const auto sections = zqtest::modelled(made.packets);
+    if (zqtest::gathered(made.packets) != sections)
+        std::abort();
+    if (std::any_of(made.packets.begin(), made.packets.end(), has_private_data))
+        return 0;
+    static auto* const whole = new Parser;
+    static auto* const in_pieces = new Parser;
+    Bytes stream;
+    for (const auto& packet : made.packets)
+        stream.insert(stream.end(), packet.begin(), packet.end());
+    if (whole->sections_of(stream, stream.size() + 1) != sections ||
+        in_pieces->sections_of(stream, 1 + size % 397) != sections)
         std::abort();
     return 0;
 }
