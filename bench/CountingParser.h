@@ -35,8 +35,10 @@ public:
     void OnBAT(mpegcore::CBAT*) override { ++tables; }
     void OnNULL(packet*) override { ++nulls; }
     void onOtherPid(packet*) override { ++others; }
+    void OnSection(unsigned short, const unsigned char*, unsigned long) override { ++sections; }
+    void OnSectionCRCFailed(unsigned short, const unsigned char*, unsigned long) override { ++sections; }
 
     unsigned long packets = 0, processed = 0, tables = 0, events = 0, elementary = 0, units = 0, PCRs = 0, others = 0,
-                  nulls = 0;
+                  nulls = 0, sections = 0;
 };
 } // namespace zqbench

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The packet parser, every callback overridden, against FFmpeg's demuxer and libdvbpsi over the same packets.
+// Rows "by_the_standard" are the parser with sections by the standard, OnSection overridden too.
 //   parser_bench            million packets per second of CPU time, and the ratios to the peers
 //   parser_bench --memory   resident memory over a billion bytes
 // tools/count-instructions counts the instructions of a row.
@@ -44,12 +45,14 @@ void report(benchmark::State& state, std::size_t bytes)
     state.counters["packets"] = benchmark::Counter(static_cast<double>(bytes / 188), benchmark::Counter::kIsRate);
 }
 
-void parser(benchmark::State& state, Bytes* stream)
+void parser(benchmark::State& state, Bytes* stream, bool by_the_standard)
 {
-    static std::map<Bytes*, std::unique_ptr<zqbench::CountingParser>> parsers;
-    auto& p = parsers[stream];
-    if (!p)
+    static std::map<std::pair<Bytes*, bool>, std::unique_ptr<zqbench::CountingParser>> parsers;
+    auto& p = parsers[{stream, by_the_standard}];
+    if (!p) {
         p = std::make_unique<zqbench::CountingParser>(true);
+        p->set_sections_by_the_standard(by_the_standard);
+    }
     std::size_t bytes = 0;
     for (auto _ : state)
         bytes += p->Process(stream->data(), stream->size());
@@ -98,10 +101,13 @@ public:
     void Finalize() override
     {
         for (const auto& [name, rate] : m_rates) {
-            const auto own = m_rates.find(name.substr(0, name.find('/')) + "/parser");
+            const std::string group = name.substr(0, name.find('/'));
             std::printf("%-32s %8.2f million packets per second of CPU", name.c_str(), rate / 1e6);
-            if (own != m_rates.end() && own->first != name)
-                std::printf(", parser %.2f times as fast", own->second / rate);
+            for (const char* own_name : {"parser", "by_the_standard"}) {
+                const auto own = m_rates.find(group + '/' + own_name);
+                if (own != m_rates.end() && own->first != name)
+                    std::printf(", %s %.2f times as fast", own_name, own->second / rate);
+            }
             std::printf("\n");
         }
         if (m_rates.count("a_one_programme/parser") != 0 && m_rates.count("b_60_programmes/parser") != 0)
@@ -143,18 +149,21 @@ int main(int argc, char** argv)
         return show_memory();
     constexpr int without_parsing = AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOFILLIN;
     const auto with_ffmpeg = [&](const std::string& name, Bytes* stream) {
-        benchmark::RegisterBenchmark((name + "/parser").c_str(), parser, stream);
+        benchmark::RegisterBenchmark((name + "/parser").c_str(), parser, stream, false);
+        benchmark::RegisterBenchmark((name + "/by_the_standard").c_str(), parser, stream, true);
         benchmark::RegisterBenchmark((name + "/ffmpeg").c_str(), ffmpeg, stream, 0);
         benchmark::RegisterBenchmark((name + "/ffmpeg_without_parsing").c_str(), ffmpeg, stream, without_parsing);
     };
     with_ffmpeg("a_one_programme", &one_programme);
     with_ffmpeg("b_60_programmes", &sixty_programmes);
-    benchmark::RegisterBenchmark("c_null/parser", parser, &nulls);
+    benchmark::RegisterBenchmark("c_null/parser", parser, &nulls, false);
+    benchmark::RegisterBenchmark("c_null/by_the_standard", parser, &nulls, true);
     for (const auto& [name, stream] : {std::pair<std::string, Bytes*>{"d_changing_tables", &changing_tables},
                                        {"d_repeated_tables", &repeated_tables},
                                        {"d_few_repeated_tables", &few_repeated_tables}})
     {
-        benchmark::RegisterBenchmark((name + "/parser").c_str(), parser, stream);
+        benchmark::RegisterBenchmark((name + "/parser").c_str(), parser, stream, false);
+        benchmark::RegisterBenchmark((name + "/by_the_standard").c_str(), parser, stream, true);
         benchmark::RegisterBenchmark((name + "/dvbpsi").c_str(), dvbpsi, stream);
     }
     benchmark::Initialize(&argc, argv);
