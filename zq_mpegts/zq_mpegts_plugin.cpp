@@ -4,5 +4,5 @@
 static gboolean plugin_init(GstPlugin* plugin) { return zq_register_udp_src(plugin); }
 
 #define PACKAGE "zqmpegts"
-GST_PLUGIN_DEFINE(1, 20, zqmpegts, "Transport streams from UDP and RTP", plugin_init, "1.20.1", "LGPL",
+GST_PLUGIN_DEFINE(1, 20, zqmpegts, "Transport streams from UDP and RTP", plugin_init, ZQ_VERSION, "LGPL",
                   "Gst ZQ MPEG transport streams", "Quillmark")
