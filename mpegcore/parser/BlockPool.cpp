@@ -3,6 +3,10 @@
 
 #include <array>
 
+#if __has_include(<sanitizer/asan_interface.h>)
+#include <sanitizer/asan_interface.h> // whose macros do nothing without AddressSanitizer
+#endif
+
 namespace mpegcore
 {
 namespace
@@ -11,89 +15,76 @@ constexpr std::size_t step = 64;
 constexpr std::size_t largest = 1024;
 constexpr unsigned most_kept = 64;
 
-// A sanitizer sees a block used after it was freed only when it really is freed.
-#ifdef ZQ_SANITIZED
-constexpr bool keeps_blocks = false;
-#else
-constexpr bool keeps_blocks = true;
-#endif
-
-struct free_block
+struct free_blocks
 {
-    free_block* next;
-};
-
-struct shelf
-{
-    free_block* first;
+    std::array<void*, most_kept> blocks;
     unsigned count;
 };
 
 // Without a destructor, so that objects that outlive the thread's other variables can still give their blocks back.
-struct shelves
+// The pointers stand outside of the blocks, which are poisoned, so that LeakSanitizer sees them.
+struct thread_blocks
 {
-    std::array<shelf, largest / step + 1> by_size;
-    std::size_t bytes;
-    bool closed;
+    std::array<free_blocks, largest / step + 1> by_size;
+    std::size_t bytes_taken;
+    bool keeps_none;
 };
-thread_local shelves kept;
+thread_local thread_blocks of_thread;
 
-void empty(shelf& blocks) noexcept
+struct FreeAtThreadEnd
 {
-    while (free_block* const block = blocks.first) {
-        blocks.first = block->next;
-        ::operator delete(block);
-    }
-    blocks.count = 0;
-}
-
-struct closing_time
-{
-    ~closing_time()
+    ~FreeAtThreadEnd()
     {
-        kept.closed = true;
-        for (shelf& blocks : kept.by_size)
-            empty(blocks);
+        of_thread.keeps_none = true;
+        for (free_blocks& kept : of_thread.by_size)
+            while (kept.count != 0)
+                ::operator delete(kept.blocks[--kept.count]);
     }
 };
 
-/// Makes sure that the thread's blocks are freed when it ends.
-void open() { static thread_local closing_time when_the_thread_ends; }
+void free_at_thread_end() { static thread_local FreeAtThreadEnd when_the_thread_ends; }
 
 std::size_t index_of(std::size_t size) { return (size + step - 1) / step; }
+
+/// Lets AddressSanitizer, where there is one, report each access behind the first `usable` bytes of a block.
+void set_usable([[maybe_unused]] void* block, [[maybe_unused]] std::size_t usable,
+                [[maybe_unused]] std::size_t size) noexcept
+{
+#ifdef ASAN_POISON_MEMORY_REGION
+    ASAN_POISON_MEMORY_REGION(block, index_of(size) * step);
+    ASAN_UNPOISON_MEMORY_REGION(block, usable);
+#endif
+}
 } // namespace
 
 void* take_block(std::size_t size)
 {
-    kept.bytes += size;
-    if (!keeps_blocks || size > largest)
+    of_thread.bytes_taken += size;
+    if (size > largest)
         return ::operator new(size);
-    shelf& blocks = kept.by_size[index_of(size)];
-    if (free_block* const block = blocks.first) {
-        blocks.first = block->next;
-        --blocks.count;
-        return block;
-    }
-    return ::operator new(index_of(size) * step);
+    free_blocks& kept = of_thread.by_size[index_of(size)];
+    void* const block = kept.count != 0 ? kept.blocks[--kept.count] : ::operator new(index_of(size) * step);
+    set_usable(block, size, size);
+    return block;
 }
 
 void give_block(void* block, std::size_t size) noexcept
 {
-    kept.bytes -= size;
-    if (!keeps_blocks || size > largest || size == 0 || kept.closed) {
+    of_thread.bytes_taken -= size;
+    if (size > largest || size == 0 || of_thread.keeps_none) {
         ::operator delete(block);
         return;
     }
-    shelf& blocks = kept.by_size[index_of(size)];
-    if (blocks.count == most_kept) {
+    free_blocks& kept = of_thread.by_size[index_of(size)];
+    if (kept.count == most_kept) {
         ::operator delete(block);
         return;
     }
-    if (blocks.first == nullptr)
-        open();
-    blocks.first = new (block) free_block{blocks.first};
-    ++blocks.count;
+    if (kept.count == 0)
+        free_at_thread_end();
+    kept.blocks[kept.count++] = block;
+    set_usable(block, 0, size);
 }
 
-std::size_t block_bytes() noexcept { return kept.bytes; }
+std::size_t block_bytes() noexcept { return of_thread.bytes_taken; }
 } // namespace mpegcore

@@ -8,7 +8,8 @@ namespace mpegcore
 {
 /// At least `size` bytes, aligned as by operator new. Freed blocks of up to 1024 bytes are kept for the next one of
 /// their size, at most 64 of each 64 bytes of size and thread, half a megabyte in all: the entries and descriptors of a
-/// table come and go together, more at a time than malloc's own caches hold. Throws std::bad_alloc.
+/// table come and go together, more at a time than malloc's own caches hold. AddressSanitizer reports the use of a kept
+/// block, and of one in use beyond its size. Throws std::bad_alloc.
 void* take_block(std::size_t size);
 /// Gives back what take_block returned for the same size, on any thread.
 void give_block(void* block, std::size_t size) noexcept;

@@ -14,6 +14,31 @@ using mpegcore::BlockAllocator;
 using mpegcore::give_block;
 using mpegcore::take_block;
 
+namespace
+{
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool address_sanitizer = true;
+#elif defined(__has_feature)
+constexpr bool address_sanitizer = __has_feature(address_sanitizer);
+#else
+constexpr bool address_sanitizer = false;
+#endif
+
+class PoisonedBlocks : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!address_sanitizer)
+            GTEST_SKIP() << "only AddressSanitizer sees it";
+    }
+};
+
+unsigned char* taken(std::size_t size) { return static_cast<unsigned char*>(take_block(size)); }
+
+int value_at(const volatile unsigned char* place) { return *place; }
+} // namespace
+
 TEST(BlockPool, HandsOutBlocksThatDoNotOverlap)
 {
     std::mt19937 random(1);
@@ -66,4 +91,66 @@ TEST(BlockPool, ServesContainersAndSharedPointers)
     const auto shared = std::allocate_shared<std::set<int>>(BlockAllocator<int>(), std::set<int>{1, 2});
     EXPECT_EQ(shared->size(), 2U);
     EXPECT_THROW(static_cast<void>(BlockAllocator<int>().allocate(std::size_t{1} << 63)), std::bad_alloc);
+}
+
+TEST(BlockPool, KeepsAFreedBlockForTheNextOneOfItsSizeUnderASanitizerToo)
+{
+    for (const std::size_t size : {1, 64, 65, 1000, 1024}) {
+        void* const first = take_block(size);
+        void* const second = take_block(size);
+        give_block(second, size);
+        give_block(first, size);
+        EXPECT_EQ(take_block(size), first) << size;
+        EXPECT_EQ(take_block(size), second) << size;
+        give_block(first, size);
+        give_block(second, size);
+    }
+}
+
+TEST(BlockPool, KeepsOneBlockForAllSizesOfTheSameSixtyFour)
+{
+    void* const block = take_block(128);
+    give_block(block, 128);
+    auto* const again = taken(65);
+    EXPECT_EQ(again, block);
+    std::memset(again, 0xFF, 65);
+    give_block(again, 65);
+}
+
+TEST(BlockPool, CountsTheBytesThatWereAskedFor)
+{
+    const std::size_t before = mpegcore::block_bytes();
+    void* const small = take_block(10);
+    void* const large = take_block(5000);
+    EXPECT_EQ(mpegcore::block_bytes() - before, 5010U);
+    give_block(small, 10);
+    give_block(large, 5000);
+    EXPECT_EQ(mpegcore::block_bytes(), before);
+}
+
+TEST_F(PoisonedBlocks, EachByteOfAFreedOneIsReportedWhenItIsUsed)
+{
+    for (const std::size_t size : {1, 64, 100, 1024}) {
+        auto* const block = taken(size);
+        give_block(block, size);
+        EXPECT_DEATH(value_at(block), "use-after-poison") << size;
+        EXPECT_DEATH(value_at(block + size - 1), "use-after-poison") << size;
+    }
+}
+
+TEST_F(PoisonedBlocks, TheByteBehindOneInUseIsReported)
+{
+    auto* const block = taken(100);
+    block[99] = 1;
+    EXPECT_DEATH(value_at(block + 100), "use-after-poison");
+    give_block(block, 100);
+}
+
+TEST_F(PoisonedBlocks, OneThatIsTakenAgainIsUsable)
+{
+    give_block(take_block(128), 128);
+    auto* const block = taken(128);
+    std::memset(block, 1, 128);
+    EXPECT_EQ(value_at(block + 127), 1);
+    give_block(block, 128);
 }
