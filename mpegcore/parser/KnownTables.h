@@ -67,17 +67,17 @@ public:
     /// What CPacketWrapper::Parser does, for a whole section of `size` bytes.
     SectionReading read(unsigned char* section, std::size_t size)
     {
-        if (m_shown != nullptr && m_wrapper.exchanges != m_exchanges) // read past us, the table on loan is cleared
+        if (m_current != nullptr && m_wrapper.exchanges != m_exchanges) // read past us, the table on loan is cleared
             forget();
-        if (m_shown != nullptr && m_shown->is_of(section, size)) {
-            m_shown->as_read.restore(*m_wrapper.current);
+        if (m_current != nullptr && m_current->was_read_from(section, size)) {
+            m_current->as_read.restore(*m_wrapper.current);
             m_wrapper.valid = 1;
             return SectionReading::repeated;
         }
         const std::uint64_t key = key_of(section, size);
         const auto found = m_known.find(key);
-        if (found != m_known.end() && found->second.is_of(section, size)) {
-            show(found->second);
+        if (found != m_known.end() && found->second.was_read_from(section, size)) {
+            make_current(found->second);
             return SectionReading::fresh;
         }
         ZQSDK::ZQBSReaderT<unsigned char*> reader(section, size);
@@ -88,8 +88,8 @@ public:
         const std::size_t cost = block_bytes() - blocks + size * bytes_per_byte + section_buffer_size<T>;
         exchange();
         if (found != m_known.end())
-            came_again(found->second, section, size, cost);
-        else if (has_room(cost_of_noting))
+            note_changed(found->second, section, size, cost);
+        else if (has_room(cost_of_knowing))
             m_known[key].CRC_32 = CRC_32_of(section, size);
         return SectionReading::fresh;
     }
@@ -98,14 +98,14 @@ public:
     void forget()
     {
         m_bytes = 0;
-        m_shown = nullptr;
+        m_current = nullptr;
         m_known.clear();
     }
 
 private:
     struct known
     {
-        bool is_of(const unsigned char* bytes, std::size_t size) const
+        bool was_read_from(const unsigned char* bytes, std::size_t size) const
         {
             return section.size() == size && std::memcmp(section.data(), bytes, size) == 0;
         }
@@ -119,12 +119,12 @@ private:
     };
 
     /// Keeping costs about as much as reading, so it has to pay for itself also where contents change often.
-    static constexpr unsigned kept_after = 4;
-    static constexpr std::size_t cost_of_noting = 2 * sizeof(known);
+    static constexpr unsigned repetitions_until_kept = 4;
+    static constexpr std::size_t cost_of_knowing = 2 * sizeof(known);
     /// Of a section: its copy, and what its table takes outside of blocks.
     static constexpr std::size_t bytes_per_byte = 8;
     /// Sections that found no room until others are forgotten for them; far more than come again in a carousel.
-    static constexpr unsigned patience = 1U << 17;
+    static constexpr unsigned refusals_until_forgetting = 1U << 17;
 
     /// What stays when a section gets new contents: table_id, its extension and section_number, and in an EIT
     /// transport_stream_id and original_network_id. 0 for sections without them.
@@ -153,83 +153,83 @@ private:
             m_bytes += bytes;
             return true;
         }
-        if (++m_refused % patience == 0)
+        if (++m_refused % refusals_until_forgetting == 0)
             forget();
         return false;
     }
 
-    void spare(std::unique_ptr<T> table)
+    void keep_cleared(std::unique_ptr<T> table)
     {
         table->Clear();
-        m_spare = std::move(table);
+        m_cleared = std::move(table);
     }
 
     /// The current table, if it is on loan, goes back; whether it is.
-    bool take_back()
+    bool take_back_current()
     {
-        if (m_shown == nullptr)
+        if (m_current == nullptr)
             return false;
-        m_shown->table.reset(m_wrapper.current);
-        m_shown = nullptr;
+        m_current->table.reset(m_wrapper.current);
+        m_current = nullptr;
         return true;
     }
 
-    void show(known& one)
+    void make_current(known& one)
     {
-        if (!take_back())
-            spare(std::unique_ptr<T>(m_wrapper.current));
+        if (!take_back_current())
+            keep_cleared(std::unique_ptr<T>(m_wrapper.current));
         m_wrapper.current = one.table.release();
         m_wrapper.valid = 1;
         one.as_read.restore(*m_wrapper.current);
-        set_shown(one);
+        set_current(one);
     }
 
-    void set_shown(known& one)
+    void set_current(known& one)
     {
-        m_shown = &one;
+        m_current = &one;
         m_exchanges = m_wrapper.exchanges;
     }
 
     /// The table just read becomes the current one.
     void exchange()
     {
-        if (m_shown == nullptr)
+        if (m_current == nullptr)
             return m_wrapper.exchange();
-        if (!m_spare)
-            m_spare = std::make_unique<T>(nullptr, section_buffer_size<T>);
-        take_back();
-        m_wrapper.current = std::exchange(m_wrapper.work, m_spare.release());
+        if (!m_cleared)
+            m_cleared = std::make_unique<T>(nullptr, section_buffer_size<T>);
+        take_back_current();
+        m_wrapper.current = std::exchange(m_wrapper.work, m_cleared.release());
         m_wrapper.work_was_read = false;
         m_wrapper.valid = 1;
     }
 
-    /// With other bytes than those known.
-    void came_again(known& one, const unsigned char* section, std::size_t size, std::size_t cost)
+    /// A section that is known came with other bytes and was read; it is kept once it has repeated often enough.
+    void note_changed(known& one, const unsigned char* section, std::size_t size, std::size_t cost)
     {
         if (!one.section.empty()) {
             m_bytes -= one.cost;
             std::vector<unsigned char>().swap(one.section); // clear() would keep the memory
-            spare(std::move(one.table));
+            keep_cleared(std::move(one.table));
         }
         const std::uint32_t CRC_32 = CRC_32_of(section, size);
         if (std::exchange(one.CRC_32, CRC_32) != CRC_32)
             one.repetitions = 0;
-        else if (one.repetitions < kept_after)
+        else if (one.repetitions < repetitions_until_kept)
             ++one.repetitions;
-        if (one.repetitions < kept_after || !has_room(cost))
+        if (one.repetitions < repetitions_until_kept || !has_room(cost))
             return;
         one.cost = cost;
         one.section.assign(section, section + size);
         one.as_read.note(*m_wrapper.current);
-        set_shown(one);
+        set_current(one);
     }
 
     CPacketWrapper<T>& m_wrapper;
     const std::size_t m_most_bytes;
     std::map<std::uint64_t, known> m_known; ///< no stream can make a map slow, as it can a hash table
-    known* m_shown = nullptr;               ///< that of the wrapper's current table
-    std::unique_ptr<T> m_spare;
-    unsigned m_exchanges = 0; ///< of the wrapper, when a table was shown last
+    known* m_current = nullptr;             ///< that of the wrapper's current table
+    std::unique_ptr<T> m_cleared;           ///< to read the next section into
+    unsigned m_exchanges = 0;               ///< of the wrapper, when m_current was set
     unsigned m_refused = 0;
     std::size_t m_bytes = 0;
 };
