@@ -7,7 +7,6 @@
 #include <array>
 #include <cctype>
 #include <cstdio>
-#include <ctime>
 
 namespace mpegcore
 {
@@ -38,16 +37,27 @@ std::optional<seconds> hhmmss_of(std::uint64_t BCD, int highest_hour)
     return hours(*hour) + minutes(*minute) + seconds(*second);
 }
 
-/// Date and time of day, without a zone.
+/// Date and time of day, without a zone. Not by gmtime(), whose time_t may end in January 2038.
 std::string date_and_time(UTCSeconds time)
 {
-    const std::time_t since_1970 = time.time_since_epoch().count();
-    std::tm utc{};
-    if (gmtime_r(&since_1970, &utc) == nullptr)
-        return {};
-    std::array<char, 80> text{};
-    std::snprintf(text.data(), text.size(), "%04lld-%02d-%02dT%02d:%02d:%02d", utc.tm_year + 1900LL, utc.tm_mon + 1,
-                  utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+    constexpr std::int64_t day_seconds = 86400;
+    const std::int64_t since_1970 = time.time_since_epoch().count();
+    const std::int64_t time_of_day = (since_1970 % day_seconds + day_seconds) % day_seconds;
+    // Years from March on, so that the leap day is the last, in cycles of 400 years; 0000-03-01 is day 0.
+    const std::int64_t day = (since_1970 - time_of_day) / day_seconds + 719468;
+    const std::int64_t cycle = (day >= 0 ? day : day - 146096) / 146097;
+    const std::int64_t day_of_cycle = day - cycle * 146097;
+    const std::int64_t year_of_cycle =
+        (day_of_cycle - day_of_cycle / 1460 + day_of_cycle / 36524 - day_of_cycle / 146096) / 365;
+    const std::int64_t day_of_year = day_of_cycle - (365 * year_of_cycle + year_of_cycle / 4 - year_of_cycle / 100);
+    const std::int64_t month_from_march = (5 * day_of_year + 2) / 153;
+    const auto day_of_month = static_cast<int>(day_of_year - (153 * month_from_march + 2) / 5 + 1);
+    const auto month = static_cast<int>(month_from_march < 10 ? month_from_march + 3 : month_from_march - 9);
+    const std::int64_t year = year_of_cycle + cycle * 400 + (month <= 2 ? 1 : 0);
+    std::array<char, 96> text{};
+    std::snprintf(text.data(), text.size(), "%04lld-%02d-%02dT%02d:%02d:%02d", static_cast<long long>(year), month,
+                  day_of_month, static_cast<int>(time_of_day / 3600), static_cast<int>(time_of_day / 60 % 60),
+                  static_cast<int>(time_of_day % 60));
     return text.data();
 }
 
@@ -66,7 +76,7 @@ std::optional<UTCSeconds> utc_of(std::uint64_t MJD_and_BCD)
     if (!time_of_day || MJD_and_BCD >> 40 != 0)
         return std::nullopt;
     const auto days = static_cast<std::int64_t>(MJD_and_BCD >> 24) - MJD_of_1970;
-    return UTCSeconds(hours(24 * days) + *time_of_day);
+    return UTCSeconds(seconds(86400 * days) + *time_of_day);
 }
 
 std::optional<seconds> duration_of(std::uint32_t BCD)

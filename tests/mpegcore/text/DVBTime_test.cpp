@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <ctime>
+
 using namespace mpegcore;
 using namespace std::chrono_literals;
 
@@ -62,10 +65,25 @@ TEST(DVBTime, WhoseDigitsAreNoTimeOfDayIsNone)
 
 TEST(DVBTime, GoesTheWayThatTheEncoderCame)
 {
-    for (long time = -2203891200; time < 2155593600; time += 86400 * 7 + 3601) {
+    for (std::int64_t time = -2147000000; time < 2147000000; time += 86400 * 7 + 3601) {
         const auto found = utc_of(CEventInfo::time_t_to_start_time(time));
         ASSERT_TRUE(found) << time;
         ASSERT_EQ(found->time_since_epoch().count(), time);
+    }
+}
+
+TEST(DVBTime, IsTheCalendarsOnEveryDay)
+{
+    for (std::int64_t MJD = 0; MJD <= 0xFFFF; ++MJD) {
+        const std::int64_t time = (MJD - 40587) * 86400 + 43200;
+        const auto instant = static_cast<std::time_t>(time);
+        if (instant != time)
+            continue; // beyond this system's time_t
+        std::array<char, 32> expected{};
+        std::tm utc{};
+        ASSERT_NE(gmtime_r(&instant, &utc), nullptr);
+        std::strftime(expected.data(), expected.size(), "%Y-%m-%dT12:00:00Z", &utc);
+        ASSERT_EQ(to_iso_8601(UTCSeconds(std::chrono::seconds(time))), expected.data()) << MJD;
     }
 }
 
