@@ -53,13 +53,19 @@ echo "pkg-config $version: the same"
 "$compiler" -std=c++17 -fsyntax-only "${flags[@]}" "$scratch/all-headers.cpp"
 echo "headers: $(wc -l <"$scratch/all-headers.cpp")"
 
-mux=$(only "$prefix" zq-t2mi-mux)
-"$mux" --help | grep -q '^Usage: zq-t2mi-mux' || fail "zq-t2mi-mux does not run"
+for tool in zq-t2mi-mux zq-tables; do
+    "$(only "$prefix/bin" "$tool")" --help | grep -q "^Usage: .*$tool" || fail "$tool does not run"
+done
 
 grep -q '^ZQ_ELEMENT:BOOL=ON' "$build/CMakeCache.txt" || exit 0
-plugin=$(only "$prefix" libgstzqnetsource.so)
-described=$(GST_PLUGIN_PATH=${plugin%/*} GST_PLUGIN_SYSTEM_PATH=$scratch/none GST_REGISTRY=$scratch/registry.bin \
-    gst-inspect-1.0 zqnetsource) || fail "gst-inspect-1.0 does not find the plugin"
-grep -qF "$plugin" <<<"$described" || fail "gst-inspect-1.0 found another plugin"
-grep -qF src_net <<<"$described" || fail "the element has no pad template src_net"
-echo "gst-inspect-1.0: ${plugin#"$scratch"/}"
+inspect() { # inspect ELEMENT PLUGIN_FILE PAD
+    local plugin described
+    plugin=$(only "$prefix" "$2")
+    described=$(GST_PLUGIN_PATH=${plugin%/*} GST_PLUGIN_SYSTEM_PATH=$scratch/none GST_REGISTRY=$scratch/registry.bin \
+        gst-inspect-1.0 "$1") || fail "gst-inspect-1.0 does not find $1"
+    grep -qF "$plugin" <<<"$described" || fail "gst-inspect-1.0 found another plugin with $1"
+    grep -qF "$3" <<<"$described" || fail "$1 has no pad template $3"
+    echo "gst-inspect-1.0 $1: ${plugin#"$scratch"/}"
+}
+inspect zqnetsource libgstzqnetsource.so src_net
+inspect zqudpsrc libgstzqmpegts.so src
