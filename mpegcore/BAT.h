@@ -20,7 +20,8 @@ public:
 };
 
 /// Bouquet association section (ETSI EN 300 468, 5.2.2). Deliberately, the descriptors of the transport streams are
-/// read into `bouquet_descriptors` too, behind its own and in stream order; the lists of the entries stay empty.
+/// read into `bouquet_descriptors` too, behind its own and in stream order; the lists of the entries stay empty. With
+/// the dictionary ZQDescriptorType::Standard each entry gets its own.
 class CBAT : public CTransportStreamTable<CBAT, CBouquetAssociationStream>
 {
 public:
@@ -44,7 +45,8 @@ private:
     static auto& descriptors_of(Self& t, Entry& entry)
     {
         if constexpr (Io::reading)
-            return t.bouquet_descriptors;
+            return t.descriptor_dictionary == ZQDescriptorType::Standard ? entry.transport_descriptors
+                                                                         : t.bouquet_descriptors;
         else
             return entry.transport_descriptors;
     }

@@ -51,6 +51,19 @@ TEST(BAT, ReadsTheDescriptorsOfItsStreamsIntoItsOwnList)
     EXPECT_TRUE(bat.transport_streams[1]->transport_descriptors.empty());
 }
 
+TEST(BAT, ReadByTheStandardHasTheDescriptorsOfItsStreamsInTheirOwnLists)
+{
+    const Bytes bytes = section(name, stream(7, services) + stream(6, {0x4A, 0x01, 0x00}));
+    Roomy<CBAT> bat;
+    bat.descriptor_dictionary = mpegcore::ZQDescriptorType::Standard;
+    ASSERT_TRUE(zqtest::read(bat, bytes));
+    EXPECT_EQ(zqtest::tags(bat.bouquet_descriptors), "[47]");
+    ASSERT_EQ(bat.transport_streams.size(), 2U);
+    EXPECT_EQ(zqtest::tags(bat.transport_streams[0]->transport_descriptors), "[41]");
+    EXPECT_EQ(zqtest::tags(bat.transport_streams[1]->transport_descriptors), "[4a]");
+    EXPECT_EQ(zqtest::rendered(bat), bytes);
+}
+
 TEST(BAT, IgnoresOneToFiveStrayBytesAtTheEndOfItsLoop)
 {
     for (std::size_t stray = 1; stray <= 5; ++stray) {
