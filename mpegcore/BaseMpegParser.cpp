@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/BaseMpegParser.h"
-#include "mpegcore/parser/PacketRecord.h"
-#include "mpegcore/parser/StandardSections.h"
+
+#include "mpegcore/parser/AdaptationField.h"
+#include "mpegcore/parser/PacketParser.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -13,20 +14,10 @@ namespace
 {
 constexpr std::size_t longest_partial_packet = ts_packet_size - 1;
 constexpr unsigned long carry_alignment = 8;
-/// What is looked at once to tell whether it needs fetching.
-constexpr unsigned long fetch_block = 64 * ts_packet_size;
-/// Packets ahead of which a thing is fetched: where a PID's state is, what that leads to, where the payload will go.
-constexpr unsigned long state_ahead = 8, links_ahead = 5, payload_ahead = 3;
-
-bool has_PCR(const transport_packet& packet)
-{
-    const auto& field = packet.adaptation_field;
-    return (packet.adaptation_field_control & 2U) != 0 && field.adaptation_field_length >= 7 && field.PCR_flag == 1;
-}
 } // namespace
 
 CBaseMpegParser::CBaseMpegParser(bool use_carry)
-    : m_PIDs(new CBasePID[pid_count]), m_useCarry(use_carry), m_PID_memory(m_PIDs.get(), pid_count, unit_memory_limit)
+    : m_PIDs(new CBasePID[pid_count]), m_useCarry(use_carry), m_packets(std::make_unique<PacketParser>(*this))
 {
     m_carryBuffer.alloc(longest_partial_packet, carry_alignment);
 }
@@ -40,6 +31,13 @@ void CBaseMpegParser::Clear()
         m_PIDs[PID].clear();
 }
 
+void CBaseMpegParser::clear_tables()
+{
+    m_packets->clear();
+    m_carryBuffer = {};
+    m_carry = 0;
+}
+
 void CBaseMpegParser::OnPES(unsigned short, const CBaseStreamTypeMap*, transport_packet*) {}
 void CBaseMpegParser::OnPES(unsigned short, CBaseStreamTypeMap*, unsigned char*, unsigned long) {}
 void CBaseMpegParser::OnPES(unsigned short, unsigned short, const CBaseStreamTypeMap*, transport_packet*) {}
@@ -47,7 +45,7 @@ void CBaseMpegParser::OnPES(unsigned short, unsigned short, const CBaseStreamTyp
 unsigned long CBaseMpegParser::Process(unsigned char* data, unsigned long size)
 {
     if (!m_useCarry || m_carry == 0) {
-        const unsigned long consumed = process_packets(data, size, size);
+        const unsigned long consumed = m_packets->process(data, size, size);
         carry_over(data + consumed, size - consumed);
         return consumed;
     }
@@ -56,215 +54,15 @@ unsigned long CBaseMpegParser::Process(unsigned char* data, unsigned long size)
     const unsigned long joined = std::min<unsigned long>(size, longest_partial_packet);
     append_to_carry(data, joined);
     m_carry = 0;
-    const unsigned long position = process_packets(m_carryBuffer.data(), carried + joined, carried);
+    const unsigned long position = m_packets->process(m_carryBuffer.data(), carried + joined, carried);
     if (position < carried) { // not even one packet: all of the data was joined
         carry_over(m_carryBuffer.data() + position, carried + joined - position);
         return position;
     }
     const unsigned long behind = position - carried;
-    const unsigned long consumed = behind + process_packets(data + behind, size - behind, size - behind);
+    const unsigned long consumed = behind + m_packets->process(data + behind, size - behind, size - behind);
     carry_over(data + consumed, size - consumed);
     return carried + consumed;
-}
-
-[[gnu::always_inline]] inline void CBaseMpegParser::route_packet(transport_packet& packet, CDataAccumulator* unit)
-{
-    const PIDRoute& route = m_routes[packet.PID];
-    if (route.carries_PMT) {
-        auto& programs = m_PAT.current->programs;
-        const auto program = programs.find(packet.PID);
-        if (program != programs.end())
-            return parse_PMT(packet.PID, program->second);
-    }
-    report(route, packet, unit);
-}
-
-inline void CBaseMpegParser::report_programs(const ProgramRoutes& programs, transport_packet& packet,
-                                             CDataAccumulator* unit)
-{
-    for (const auto& [key, program] : programs) {
-        const unsigned short pmt_PID = pmt_PID_of(key);
-        CBaseStreamTypeMap* const stream = program.stream.get();
-        if (stream == nullptr) {
-            report_without_stream(pmt_PID, program, packet);
-            continue;
-        }
-        if (unit != nullptr && unit->size != 0)
-            OnPES(pmt_PID, stream, unit->data, unit->size);
-        OnPES(pmt_PID, stream, &packet);
-        OnPES(pmt_PID, program.program_number, stream, &packet);
-    }
-}
-
-inline void CBaseMpegParser::report(const PIDRoute& route, transport_packet& packet, CDataAccumulator* unit)
-{
-    if (route.programs)
-        report_programs(*route.programs, packet, unit);
-    for (std::uint32_t count = route.EMM_count; count != 0; --count)
-        OnEMM(&packet);
-    onOtherPid(&packet);
-}
-
-[[gnu::always_inline]] inline void CBaseMpegParser::handle_payload(transport_packet& packet)
-{
-    if (m_by_the_standard)
-        return handle_by_the_standard(packet);
-    CDataAccumulator* unit = m_PIDs[packet.PID].CBasePID::putPacket(packet);
-    if (packet.PID == null_packet_PID)
-        OnNULL(&packet);
-    else if (const TableRow* const rows = packet.PID <= last_table_PID ? first_row(packet.PID) : nullptr)
-        parse_section(packet.PID, rows);
-    else if (m_PAT.valid != 0)
-        route_packet(packet, unit);
-}
-
-void CBaseMpegParser::handle_by_the_standard(transport_packet& packet)
-{
-    CBasePID& state = m_PIDs[packet.PID];
-    if (packet.PID == null_packet_PID) {
-        state.bytes += packet.payload_size;
-        return OnNULL(&packet);
-    }
-    const PIDRoute& route = m_routes[packet.PID];
-    if (route.carries_PMT || (packet.PID <= last_table_PID && first_row(packet.PID) != nullptr)) {
-        state.bytes += packet.payload_size;
-        state.counter(packet);
-        gather_sections(packet);
-        return;
-    }
-    CDataAccumulator* const unit = state.CBasePID::putPacket(packet);
-    gather_sections(packet);
-    if (m_PAT.valid != 0)
-        report(route, packet, unit);
-}
-
-inline void CBaseMpegParser::collect_plain(const PIDRoute& route, CBasePID& state, const unsigned char* data)
-{
-    if (!route.collects)
-        state.drop_unit();
-    state.putPlainPacket(data);
-}
-
-/// Handles a packet that has its route's plain_header.
-[[gnu::always_inline]] inline void CBaseMpegParser::process_plain(const PIDRoute& route, CBasePID& state,
-                                                                  unsigned char* data)
-{
-    transport_packet& packet = m_record;
-    fill_same(packet, data, route.plain_fields);
-    OnPreProcess(0, packet);
-    if (CBaseStreamTypeMap* const stream = route.stream; stream != nullptr) {
-        const auto pmt_PID = route.pmt_PID;
-        const auto program_number = route.program_number;
-        collect_plain(route, state, data);
-        OnPES(pmt_PID, stream, &packet);
-        OnPES(pmt_PID, program_number, stream, &packet);
-        onOtherPid(&packet);
-    } else if (packet.PID == null_packet_PID) {
-        state.bytes += ts_payload_size;
-        OnNULL(&packet);
-    } else {
-        collect_plain(route, state, data);
-        report(route, packet, nullptr);
-    }
-    OnProcess(0, packet);
-}
-
-/// Handles any packet.
-inline void CBaseMpegParser::process_packet(unsigned char* data)
-{
-    transport_packet& packet = m_record;
-    fill(packet, data);
-    const bool has_field = (packet.adaptation_field_control & 2U) != 0;
-    if (m_routes.has_lost_PMTs())
-        m_routes.drop_lost_PMTs();
-    note_if_plain(packet, header_at(data));
-    OnPreProcess(0, packet);
-    if (!has_field || take_adaptation_field())
-        handle_payload(packet);
-    OnProcess(0, packet);
-    if (has_field)
-        clear_field(packet.adaptation_field);
-}
-
-/// Packets of a multiplex come in no order of PIDs: what the next ones need is seldom at hand, and each step of the way
-/// to it takes as long as a packet. Inlined by force: a function that only prefetches has no effect, thinks GCC, and
-/// leaves out the call.
-[[gnu::always_inline]] inline void CBaseMpegParser::fetch_ahead(const unsigned char* data) const
-{
-    const unsigned short state_PID = PID_at(data + state_ahead * ts_packet_size);
-    __builtin_prefetch(&m_PIDs[state_PID], 1);
-    __builtin_prefetch(&m_routes[state_PID]);
-    __builtin_prefetch(m_PIDs[PID_at(data + links_ahead * ts_packet_size)].collecting, 1);
-    const unsigned char* const next = data + payload_ahead * ts_packet_size;
-    const CBasePID& state = m_PIDs[PID_at(next)];
-    const bool begins = (next[1] & 0x40U) != 0;
-    const CDataAccumulator* const unit = begins ? state.completed : state.collecting;
-    if (unit == nullptr)
-        return;
-    const std::size_t at = begins ? 0 : unit->size;
-    if (unit->capacity - at < ts_payload_size)
-        return;
-    const unsigned char* const room = unit->data + at;
-    __builtin_prefetch(room, 1);
-    __builtin_prefetch(room + 64, 1);
-    __builtin_prefetch(room + 128, 1);
-    __builtin_prefetch(room + ts_payload_size - 1, 1);
-}
-
-/// Whether the packets from here on change their PID more often than not; in a row of one PID everything is at hand.
-bool CBaseMpegParser::needs_fetching(const unsigned char* data)
-{
-    unsigned changes = 0;
-    for (unsigned at = 0; at < state_ahead; ++at)
-        changes += PID_at(data + at * ts_packet_size) != PID_at(data + (at + 1) * ts_packet_size);
-    return changes > state_ahead / 2;
-}
-
-/// Handles the packets that begin in front of `end`; returns where the first byte not consumed is.
-unsigned long CBaseMpegParser::process_packets(unsigned char* data, unsigned long size, unsigned long end)
-{
-    if (size < ts_packet_size)
-        return 0;
-    end = std::min(end, size - longest_partial_packet);
-    unsigned long position = 0;
-    while (position < end) {
-        const unsigned long block_end = std::min(end, position + fetch_block);
-        unsigned long fetch_end = 0;
-        if (end - position > 2 * state_ahead * ts_packet_size && needs_fetching(data + position))
-            fetch_end = std::min(block_end, end - state_ahead * ts_packet_size);
-        while (position < block_end) {
-            unsigned char* const packet = data + position;
-            if (position < fetch_end)
-                fetch_ahead(packet);
-            const unsigned short PID = PID_at(packet);
-            const PIDRoute& route = m_routes[PID];
-            if (route.plain_header == header_at(packet)) {
-                process_plain(route, m_PIDs[PID], packet);
-                position += ts_packet_size;
-            } else if (*packet == ts_sync_byte) {
-                process_packet(packet);
-                position += ts_packet_size;
-            } else {
-                const void* sync = std::memchr(packet, ts_sync_byte, end - position);
-                if (sync == nullptr) {
-                    position = end;
-                    break;
-                }
-                position = static_cast<unsigned long>(static_cast<const unsigned char*>(sync) - data);
-            }
-        }
-    }
-    if (m_PID_memory.passed(position))
-        sweep_PIDs();
-    return position;
-}
-
-void CBaseMpegParser::sweep_PIDs()
-{
-    m_PID_memory.sweep([this](unsigned short PID) {
-        const PIDRoute& route = m_routes[PID];
-        return route.programs != nullptr || route.carries_PMT || (PID <= last_table_PID && first_row(PID) != nullptr);
-    });
 }
 
 void CBaseMpegParser::append_to_carry(const unsigned char* data, std::size_t size)
@@ -287,67 +85,28 @@ void CBaseMpegParser::carry_over(const unsigned char* data, std::size_t size)
     m_carry = size;
 }
 
-bool CBaseMpegParser::ParserData(transport_packet& packet)
+bool CBaseMpegParser::ParserData(transport_packet& packet) { return m_packets->process(packet); }
+
+bool CBaseMpegParser::ParserAdaptationField(transport_packet& packet)
 {
-    if (packet.PID >= pid_count)
+    adaptation_field_record record{};
+    if (!read_adaptation_field(packet, record))
         return false;
-    if ((packet.adaptation_field_control & 2U) != 0 &&
-        !(ParserAdaptationField(packet) && pass_adaptation_field(packet)))
-        return false;
-    m_routes.drop_lost_PMTs();
-    handle_payload(packet);
+    packet.adaptation_field = record;
     return true;
 }
 
-/// With a plain packet there is nothing to do but to collect and to report it: no field, unit start or table.
-inline void CBaseMpegParser::note_if_plain(const transport_packet& packet, std::uint32_t header)
+void CBaseMpegParser::set_sections_by_the_standard(bool on)
 {
-    if (packet.adaptation_field_control != 1 || packet.payload_unit_start_indicator != 0)
+    if (on == m_packets->is_by_the_standard())
         return;
-    if (m_by_the_standard && m_standard->PIDs.gathers(packet.PID))
-        return;
-    const PIDRoute& route = m_routes[packet.PID];
-    if (packet.PID == null_packet_PID || (m_PAT.valid != 0 && packet.PID > last_table_PID && !route.carries_PMT))
-        m_routes.set_plain(packet.PID, header, m_units_are_seen || !route.programs || reports_units(), packet);
+    clear_tables();
+    m_packets->set_by_the_standard(on);
 }
 
-/// That of m_record, which is still clear.
-bool CBaseMpegParser::take_adaptation_field()
-{
-    if (read_adaptation_field(m_record, m_record.adaptation_field))
-        return pass_adaptation_field(m_record);
-    m_record.adaptation_field = adaptation_field_record{};
-    return false;
-}
+bool CBaseMpegParser::sections_by_the_standard() const { return m_packets->is_by_the_standard(); }
 
-/// What comes behind reading it.
-bool CBaseMpegParser::pass_adaptation_field(transport_packet& packet)
-{
-    const unsigned long field_size = packet.adaptation_field.adaptation_field_length + 1UL;
-    if (packet.adaptation_field_control == 3) {
-        if (field_size > packet.payload_size) // not of a packet that Process found
-            return false;
-        packet.payload += field_size;
-        packet.payload_size -= field_size;
-    }
-    if (field_size > 1 && packet.adaptation_field.PCR_flag == 1)
-        OnPCR(&packet);
-    return true;
-}
+bool CBaseMpegParser::add_section_PID(unsigned short PID) { return m_packets->add_section_PID(PID); }
 
-void CBaseMpegParser::report_without_stream(unsigned short pmt_PID, const ProgramRoute& route, transport_packet& packet)
-{
-    if (route.pmt == nullptr) // gone since the packet came
-        return;
-    // Deliberately, a PCR on a PID that is itself a stream of the program does not come this far.
-    if (route.is_PCR_PID && has_PCR(packet)) {
-        for (const auto& stream : route.pmt->wrapper()->current->streams)
-            if (stream.first < pid_count) // an edited PMT may name others
-                m_PIDs[stream.first].putPCR(packet);
-        OnPES(pmt_PID, nullptr, &packet);
-        return;
-    }
-    for (std::uint32_t count = route.CA_count; count != 0; --count)
-        OnECM(&packet);
-}
+void CBaseMpegParser::remove_section_PID(unsigned short PID) { m_packets->remove_section_PID(PID); }
 } // namespace mpegcore

@@ -13,12 +13,8 @@
 #include "mpegcore/TOT.h"
 #include "mpegcore/TSDT.h"
 #include "mpegcore/TransportPacket.h"
-#include "mpegcore/parser/KnownTables.h"
-#include "mpegcore/parser/PIDMemory.h"
-#include "mpegcore/parser/PIDRoutes.h"
 #include "zqsdk/ZQAlignMemory.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -26,7 +22,7 @@
 
 namespace mpegcore
 {
-struct StandardSections;
+class PacketParser;
 
 /// Parser and demultiplexer of one transport stream (ISO/IEC 13818-1, 2.4): finds the packets, collects the payload
 /// units of every PID, reads the PSI/SI tables and reports all of it through the callbacks, which a subclass
@@ -128,7 +124,7 @@ public:
     ///
     /// Not to be called from callbacks; a change forgets tables, routes and carried bytes as Clear does.
     void set_sections_by_the_standard(bool on);
-    bool sections_by_the_standard() const { return m_by_the_standard; }
+    bool sections_by_the_standard() const;
     /// The sections of this PID are to be reported, whatever else its packets are. At any time, from callbacks too; it
     /// stays so through Clear. False for a PID that has more than 13 bits or is that of null packets.
     [[nodiscard]] bool add_section_PID(unsigned short PID);
@@ -172,66 +168,13 @@ protected:
     void collect_only_what_is_reported() { m_units_are_seen = false; }
 
 private:
-    struct TableRow;
-    static const TableRow table_rows[14];
-    static constexpr unsigned short last_table_PID = 0x0014;
+    friend class PacketParser;
 
     bool reports_units();
-    unsigned long process_packets(unsigned char* data, unsigned long size, unsigned long end);
-    static bool needs_fetching(const unsigned char* data);
-    void fetch_ahead(const unsigned char* data) const;
-    void process_packet(unsigned char* data);
-    static void collect_plain(const PIDRoute& route, CBasePID& state, const unsigned char* data);
-    void process_plain(const PIDRoute& route, CBasePID& state, unsigned char* data);
     void append_to_carry(const unsigned char* data, std::size_t size);
     void carry_over(const unsigned char* data, std::size_t size);
 
-    void note_if_plain(const transport_packet& packet, std::uint32_t header);
-    void handle_payload(transport_packet& packet);
-    static bool read_adaptation_field(const transport_packet& packet, adaptation_field_record& cleared);
-    bool take_adaptation_field();
-    bool pass_adaptation_field(transport_packet& packet);
-    static const TableRow* first_row(unsigned short PID);
-    void sweep_PIDs();
-    void follow(const CPAT& pat);
-    void follow(const CCAT& cat);
-    void follow(const CBaseMpegTable&) {}
-    void parse_section(unsigned short PID, const TableRow* row);
-    template <auto Wrapper, auto Callback>
-    void parse_anew(unsigned char* section, std::size_t size);
-    template <auto Wrapper, auto Known, auto Callback>
-    void parse_table(unsigned char* section, std::size_t size);
-    bool parse_table_of(unsigned short PID, const TableRow* row, unsigned char* section, std::size_t size);
-    void parse_PMT(unsigned short PID, CBaseMpegProgram& program);
-    SectionReading read_PMT(unsigned short PID, unsigned char* section, std::size_t size);
-    StandardSections& standard_sections();
-    void handle_by_the_standard(transport_packet& packet);
-    void gather_sections(const transport_packet& packet);
-    void take_section(unsigned short PID, const unsigned char* section, std::size_t size);
-    void take_PMT(unsigned short PID, unsigned char* section, std::size_t size);
-    void route_packet(transport_packet& packet, CDataAccumulator* unit);
-    void report(const PIDRoute& route, transport_packet& packet, CDataAccumulator* unit);
-    void report_programs(const ProgramRoutes& programs, transport_packet& packet, CDataAccumulator* unit);
-    void report_without_stream(unsigned short pmt_PID, const ProgramRoute& route, transport_packet& packet);
-
-    KnownTables<CPAT> m_knownPAT{m_PAT, known_tables_limit};
-    KnownTables<CCAT> m_knownCAT{m_CAT, known_tables_limit};
-    KnownTables<CTSDT> m_knownTSDT{m_TSDT, known_tables_limit};
-    KnownTables<CEIT> m_knownEITpfActual{m_EITpfActual, known_tables_limit};
-    KnownTables<CEIT> m_knownEITpfOther{m_EITpfOther, known_tables_limit};
-    KnownTables<CEIT> m_knownEITschActual{m_EITschActual, known_schedule_limit};
-    KnownTables<CEIT> m_knownEITschOther{m_EITschOther, known_schedule_limit};
-    KnownTables<CSDT> m_knownSDTActual{m_SDTActual, known_tables_limit};
-    KnownTables<CSDT> m_knownSDTOther{m_SDTOther, known_tables_limit};
-    KnownTables<CBAT> m_knownBAT{m_BAT, known_tables_limit};
-    KnownTables<CNIT> m_knownNITActual{m_NITActual, known_tables_limit};
-    KnownTables<CNIT> m_knownNITOther{m_NITOther, known_tables_limit};
     bool m_units_are_seen = true;
-    PIDMemory m_PID_memory;
-    PIDRoutes m_routes;
-    bool m_by_the_standard = false;
-    std::unique_ptr<StandardSections> m_standard; ///< null until it is needed; leads to m_routes
-    transport_packet
-        m_record{}; ///< of the packet being handled; clearing one for each call would cost more than the rest
+    std::unique_ptr<PacketParser> m_packets; ///< leads to the members above
 };
 } // namespace mpegcore

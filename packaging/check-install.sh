@@ -51,6 +51,7 @@ echo "pkg-config $version: the same"
 # No installed header may need one that stayed behind.
 (cd "$prefix/include" && find . -name '*.h' -printf '#include "%P"\n') | sort >"$scratch/all-headers.cpp"
 "$compiler" -std=c++17 -fsyntax-only "${flags[@]}" "$scratch/all-headers.cpp"
+! grep -rlE 'include "mpegcore/(crc|parser)/' "$prefix/include" || fail "these headers include private ones"
 echo "headers: $(wc -l <"$scratch/all-headers.cpp")"
 
 for tool in zq-t2mi-mux zq-tables; do

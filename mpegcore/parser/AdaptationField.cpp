@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "mpegcore/BaseMpegParser.h"
+#include "mpegcore/parser/AdaptationField.h"
+
 #include "zqsdk/ZQBSReader.h"
 
 namespace mpegcore
@@ -124,20 +125,11 @@ bool read_usual_fields(const unsigned char* data, std::size_t size, field_record
 } // namespace
 
 // Deliberately, the fields are not held against adaptation_field_length: only the packet bounds them.
-bool CBaseMpegParser::read_adaptation_field(const transport_packet& packet, adaptation_field_record& cleared)
+bool read_adaptation_field(const transport_packet& packet, adaptation_field_record& cleared)
 {
     if (read_usual_fields(packet.payload, packet.payload_size, cleared))
         return true;
     Reader reader(packet.payload, packet.payload_size);
     return read_fields(reader, cleared);
-}
-
-bool CBaseMpegParser::ParserAdaptationField(transport_packet& packet)
-{
-    adaptation_field_record record{};
-    if (!read_adaptation_field(packet, record))
-        return false;
-    packet.adaptation_field = record;
-    return true;
 }
 } // namespace mpegcore

@@ -1,51 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/BlockAllocator.h"
+
 #include <cstddef>
-#include <limits>
-#include <new>
 
 namespace mpegcore
 {
-/// At least `size` bytes, aligned as by operator new. Freed blocks of up to 1024 bytes are kept for the next one of
-/// their size, at most 64 of each 64 bytes of size and thread, half a megabyte in all: the entries and descriptors of a
-/// table come and go together, more at a time than malloc's own caches hold. AddressSanitizer reports the use of a kept
-/// block, and of one in use beyond its size. Throws std::bad_alloc.
-void* take_block(std::size_t size);
-/// Gives back what take_block returned for the same size, on any thread.
-void give_block(void* block, std::size_t size) noexcept;
-
-/// Bytes taken on this thread less those given back on it; only differences mean something.
+/// Bytes taken by take_block on this thread less those given back on it; only differences mean something.
 std::size_t block_bytes() noexcept;
-
-/// take_block and give_block for containers and std::allocate_shared.
-template <class T>
-class BlockAllocator
-{
-public:
-    using value_type = T;
-
-    BlockAllocator() = default;
-    template <class U>
-    BlockAllocator(const BlockAllocator<U>&) noexcept // converts, as allocators do
-    {}
-
-    T* allocate(std::size_t count)
-    {
-        if (count > std::numeric_limits<std::size_t>::max() / sizeof(T))
-            throw std::bad_alloc();
-        return static_cast<T*>(take_block(count * sizeof(T)));
-    }
-    void deallocate(T* block, std::size_t count) noexcept { give_block(block, count * sizeof(T)); }
-
-    template <class U>
-    bool operator==(const BlockAllocator<U>&) const noexcept
-    {
-        return true;
-    }
-    template <class U>
-    bool operator!=(const BlockAllocator<U>&) const noexcept
-    {
-        return false;
-    }
-};
 } // namespace mpegcore

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The part of the parser that gathers sections by the standard.
-#include "mpegcore/BaseMpegParser.h"
+#include "mpegcore/parser/PacketParser.h"
+
 #include "mpegcore/parser/StandardSections.h"
 
 namespace mpegcore
@@ -24,23 +25,20 @@ TransportPayload payload_of(const transport_packet& packet)
 }
 } // namespace
 
-StandardSections& CBaseMpegParser::standard_sections()
+StandardSections& PacketParser::standard_sections()
 {
     if (!m_standard)
         m_standard = std::make_unique<StandardSections>(m_routes);
     return *m_standard;
 }
 
-void CBaseMpegParser::set_sections_by_the_standard(bool on)
+void PacketParser::set_by_the_standard(bool on)
 {
-    if (on == m_by_the_standard)
-        return;
     standard_sections();
-    clear_tables();
     m_by_the_standard = on;
 }
 
-bool CBaseMpegParser::add_section_PID(unsigned short PID)
+bool PacketParser::add_section_PID(unsigned short PID)
 {
     if (!can_carry_sections(PID))
         return false;
@@ -49,13 +47,13 @@ bool CBaseMpegParser::add_section_PID(unsigned short PID)
     return true;
 }
 
-void CBaseMpegParser::remove_section_PID(unsigned short PID)
+void PacketParser::remove_section_PID(unsigned short PID)
 {
     if (m_standard && can_carry_sections(PID))
         m_standard->PIDs.remove(PID, SectionPIDs::caller);
 }
 
-void CBaseMpegParser::gather_sections(const transport_packet& packet)
+void PacketParser::gather_sections(const transport_packet& packet)
 {
     const unsigned short PID = packet.PID;
     if ((packet.adaptation_field_control & 1U) == 0 || !m_standard->PIDs.gathers(PID))
@@ -65,7 +63,7 @@ void CBaseMpegParser::gather_sections(const transport_packet& packet)
                              if (check == SectionCheck::good)
                                  take_section(PID, section, size);
                              else
-                                 OnSectionCRCFailed(PID, section, size);
+                                 m_parser.OnSectionCRCFailed(PID, section, size);
                          });
 }
 } // namespace mpegcore
