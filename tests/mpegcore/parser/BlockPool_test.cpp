@@ -91,7 +91,8 @@ TEST(BlockPool, ServesContainersAndSharedPointers)
     EXPECT_EQ(numbers[999], 999);
     const auto shared = std::allocate_shared<std::set<int>>(BlockAllocator<int>(), std::set<int>{1, 2});
     EXPECT_EQ(shared->size(), 2U);
-    EXPECT_THROW(static_cast<void>(BlockAllocator<int>().allocate(std::numeric_limits<std::size_t>::max() / 2)), std::bad_alloc);
+    EXPECT_THROW(static_cast<void>(BlockAllocator<int>().allocate(std::numeric_limits<std::size_t>::max() / 2)),
+                 std::bad_alloc);
 }
 
 TEST(BlockPool, KeepsAFreedBlockForTheNextOneOfItsSizeUnderASanitizerToo)
