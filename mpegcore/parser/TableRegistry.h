@@ -36,9 +36,9 @@ struct ParsedTable
     static constexpr auto wrapper = Wrapper;
     static constexpr auto callback = Callback;
     static constexpr std::size_t known_limit = KnownLimit;
-    /// Deliberately, PIDs of one table are not asked for the table_id.
+    /// PIDs of one table are not asked for the table_id.
     static constexpr bool is_any_table_id_read = TablePID <= 0x0002;
-    /// False for a class that, deliberately, reads its fields whatever section_length says.
+    /// False for a class that reads its fields whatever section_length says.
     static constexpr bool needs_announced_length = !std::is_same_v<Table, CTDT>;
 };
 
