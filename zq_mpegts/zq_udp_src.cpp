@@ -274,7 +274,8 @@ void zq_udp_src::note_silence()
 GstStructure* zq_udp_src::stats()
 {
     const auto figures = m_input.figures();
-    const auto& [first, second] = figures.legs;
+    const zq_net::leg_figures& first = figures.legs[0];
+    const zq_net::leg_figures& second = figures.legs[1];
     const auto sum = [&](auto member) { return first.*member + second.*member; };
     const auto rtp_sum = [&](auto member) { return first.rtp.*member + second.rtp.*member; };
     using leg = zq_net::leg_figures;

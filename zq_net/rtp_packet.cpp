@@ -23,7 +23,7 @@ std::optional<rtp_packet> read_rtp(const unsigned char* data, std::size_t size)
         return std::nullopt;
     const bool padding = (data[0] & 0x20) != 0;
     const bool extension = (data[0] & 0x10) != 0;
-    std::size_t header_size = fixed_header_size + 4U * (data[0] & 0x0F);
+    std::size_t header_size = fixed_header_size + std::size_t{4} * (data[0] & 0x0FU);
     if (extension) {
         if (size < header_size + 4)
             return std::nullopt;

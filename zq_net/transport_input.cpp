@@ -45,7 +45,7 @@ reorder_window::limits limits_for(std::size_t legs)
     } else {
         limits.packets = 4096;
         limits.wait = transport_input::reorder_wait_two_legs;
-        limits.bytes = 16 * 1024 * 1024;
+        limits.bytes = std::size_t{16} << 20;
         limits.history = 16384;
     }
     return limits;

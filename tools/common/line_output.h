@@ -29,7 +29,7 @@ public:
     [[nodiscard]] int error() const { return m_error; }
 
 private:
-    static constexpr std::size_t block_size = 64 * 1024;
+    static constexpr std::size_t block_size = std::size_t{64} << 10;
 
     int m_descriptor;
     bool m_at_once;
