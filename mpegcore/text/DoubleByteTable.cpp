@@ -22,7 +22,7 @@ public:
     Conversion& operator=(const Conversion&) = delete;
 
     // iconv_open() says -1 as a pointer.
-    bool known() const { return m_handle != reinterpret_cast<iconv_t>(-1); }
+    bool known() const { return reinterpret_cast<std::intptr_t>(m_handle) != -1; }
 
     char16_t character(unsigned first, unsigned second)
     {
@@ -66,7 +66,7 @@ DoubleByteTable::DoubleByteTable(const char* iconv_name)
     Conversion conversion(iconv_name);
     if (!conversion.known())
         return;
-    m_characters.resize((first_high - first_low + 1) * row);
+    m_characters.resize(std::size_t{first_high - first_low + 1} * row);
     for (unsigned first = first_low; first <= first_high; ++first)
         for (unsigned second = second_low; second <= second_high; ++second) {
             const char16_t character = conversion.character(first, second);
