@@ -116,8 +116,8 @@ public:
     /// PMTs and those of add_section_PID, and to the callback of its table unless its current_next_indicator is 0 or
     /// its table_id is none of the PID's. PAT, PMT and CAT of several sections count as one table: packets are told
     /// apart by all sections of the current version, and a program that a new PAT no longer has, or whose PMT is on
-    /// another PID, loses its streams; several programs may share the PID of their PMTs. Table PIDs collect no payload
-    /// units.
+    /// another PID, loses its streams; several programs may share the PID of their PMTs. Tables are read with
+    /// ZQDescriptorType::Standard. Table PIDs collect no payload units.
     ///
     /// Memory: up to 4.5 kB for each PID whose sections are gathered, and a second copy of the PMTs with a limit of its
     /// own as large as PMT_limit.

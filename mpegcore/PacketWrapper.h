@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/descriptors/DescriptorPlace.h"
 #include "zqsdk/ZQBSReader.h"
 
 #include <memory>
@@ -64,6 +65,13 @@ public:
             return 0;
         exchange();
         return 1;
+    }
+
+    /// The dictionary that sections are read with from now on; unless set, that of T as it is by default.
+    void set_dictionary(ZQDescriptorType dictionary)
+    {
+        work->descriptor_dictionary = dictionary;
+        current->descriptor_dictionary = dictionary;
     }
 
     int valid = 0;        ///< 1 once a section was good

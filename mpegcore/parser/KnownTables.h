@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/PacketWrapper.h"
+#include "mpegcore/descriptors/DescriptorPlace.h"
 #include "mpegcore/parser/BlockPool.h"
 
 #include <cstddef>
@@ -92,6 +93,15 @@ public:
         else if (has_room(cost_of_knowing))
             m_known[key].CRC_32 = CRC_32_of(section, size);
         return SectionReading::fresh;
+    }
+
+    /// With which all tables are read from now on, those of the wrapper too.
+    void set_dictionary(ZQDescriptorType dictionary)
+    {
+        forget();
+        m_dictionary = dictionary;
+        m_cleared.reset();
+        m_wrapper.set_dictionary(dictionary);
     }
 
     /// The wrapper's tables stay as they are.
@@ -195,8 +205,10 @@ private:
     {
         if (m_current == nullptr)
             return m_wrapper.exchange();
-        if (!m_cleared)
+        if (!m_cleared) {
             m_cleared = std::make_unique<T>(nullptr, section_buffer_size<T>);
+            m_cleared->descriptor_dictionary = m_dictionary;
+        }
         take_back_current();
         m_wrapper.current = std::exchange(m_wrapper.work, m_cleared.release());
         m_wrapper.work_was_read = false;
@@ -226,6 +238,7 @@ private:
 
     CPacketWrapper<T>& m_wrapper;
     const std::size_t m_most_bytes;
+    ZQDescriptorType m_dictionary = ZQDescriptorType::TS;
     std::map<std::uint64_t, known> m_known; ///< no stream can make a map slow, as it can a hash table
     known* m_current = nullptr;             ///< that of the wrapper's current table
     std::unique_ptr<T> m_cleared;           ///< to read the next section into

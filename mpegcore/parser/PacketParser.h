@@ -59,6 +59,7 @@ private:
     void report_without_stream(unsigned short pmt_PID, const ProgramRoute& route, transport_packet& packet);
 
     static const TableRow* first_row(unsigned short PID);
+    void set_dictionary(ZQDescriptorType dictionary);
     void follow(const CPAT& pat);
     void follow(const CCAT& cat);
     void follow(const CBaseMpegTable&) {}

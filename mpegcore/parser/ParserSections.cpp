@@ -36,6 +36,7 @@ void PacketParser::set_by_the_standard(bool on)
 {
     standard_sections();
     m_by_the_standard = on;
+    set_dictionary(on ? ZQDescriptorType::Standard : ZQDescriptorType::TS);
 }
 
 bool PacketParser::add_section_PID(unsigned short PID)

@@ -65,6 +65,11 @@ struct PacketParser::TableRows
         (clear_wrapper(parser.*Entries::wrapper), ...);
     }
 
+    static void set_dictionary(KnownTableSet<Entries...>& known, ZQDescriptorType dictionary)
+    {
+        (known.template of<Entries>().set_dictionary(dictionary), ...);
+    }
+
     static constexpr bool are_ascending()
     {
         for (std::size_t at = 1; at < std::size(all); ++at)
@@ -86,6 +91,8 @@ const PacketParser::TableRow* PacketParser::first_row(unsigned short PID)
     }();
     return rows[PID];
 }
+
+void PacketParser::set_dictionary(ZQDescriptorType dictionary) { Rows::set_dictionary(m_known, dictionary); }
 
 void PacketParser::clear()
 {
@@ -187,8 +194,11 @@ SectionReading PacketParser::read_PMT(unsigned short PID, unsigned char* section
         entry = std::make_unique<CPacketWrapper<CPMT>>();
     auto& wrapper = *entry;
     CarriedPMT& carried = m_routes.carried_PMT(PID);
-    if (carried.wrapper() != &wrapper)
+    if (carried.wrapper() != &wrapper) {
         carried.attach(wrapper);
+        if (m_by_the_standard)
+            wrapper.set_dictionary(ZQDescriptorType::Standard);
+    }
     // PMTs come again and again; reading the same bytes would give the same table.
     const auto& known = carried.section();
     auto result = SectionReading::repeated;

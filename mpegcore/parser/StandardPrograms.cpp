@@ -162,6 +162,7 @@ void StandardPrograms::follow_CAT(TableNews news, const WholeTable& table)
     if (news == TableNews::complete || news == TableNews::changed)
         for (const auto& [number, section] : table.sections) {
             CCAT one(nullptr, section_buffer_size<CCAT>);
+            one.descriptor_dictionary = ZQDescriptorType::Standard;
             auto reader = reader_over(section);
             if (!one.read(reader))
                 continue;
@@ -186,6 +187,7 @@ void StandardPrograms::follow_PMT(TableNews news, const WholeTable& table)
     }
     if (!program.carried) {
         program.whole = std::make_unique<CPacketWrapper<CPMT>>();
+        program.whole->set_dictionary(ZQDescriptorType::Standard);
         program.carried = std::make_unique<CarriedPMT>(m_routes, key);
         program.carried->attach(*program.whole);
     }

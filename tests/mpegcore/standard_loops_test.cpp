@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Tables whose descriptor_dictionary is Standard: every loop is read whole and rendered again byte for byte.
-#include "support/Tables.h"
+#include "support/empty_descriptors.h"
 
 using namespace mpegcore;
 using zqtest::Bytes;
@@ -10,26 +10,6 @@ using zqtest::operator+;
 
 namespace
 {
-// Each ends a loop of its table with an empty descriptor, which the stated dictionary would leave out.
-void end_with_an_empty_one(ZQDescriptorList& list)
-{
-    auto empty = std::make_shared<base_descriptor>();
-    empty->descriptor_tag = 0x6F;
-    list.append(std::move(empty));
-}
-
-void end_last_loop(CPMT& t) { end_with_an_empty_one(t.streams.rbegin()->second->descriptors); }
-void end_last_loop(CDescriptorTable& t) { end_with_an_empty_one(t.descriptors); }
-void end_last_loop(CNIT& t) { end_with_an_empty_one(t.transport_streams.back()->descriptors); }
-void end_last_loop(CBAT& t) { end_with_an_empty_one(t.bouquet_descriptors); }
-void end_last_loop(CSDT& t) { end_with_an_empty_one(t.services.rbegin()->second->descriptors); }
-void end_last_loop(CEIT& t)
-{
-    end_with_an_empty_one(t.events.back()->descriptors);
-    t.events.back()->descriptors_loop_length += 2;
-}
-void end_last_loop(CTOT& t) { end_with_an_empty_one(t.descriptors); }
-
 template <class Table>
 class StandardLoops : public testing::Test
 {};
@@ -42,7 +22,7 @@ TYPED_TEST(StandardLoops, AreReadWholeWhereTheStatedDictionaryDropsAnEmptyDescri
 {
     Roomy<TypeParam> table, stated, standard;
     zqtest::fill(table);
-    end_last_loop(table);
+    zqtest::end_last_loop(table);
     const Bytes section = zqtest::rendered(table);
     ASSERT_TRUE(zqtest::read(stated, section));
     EXPECT_EQ(zqtest::rendered(stated).size(), section.size() - 2);

@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The parser with sections by the standard.
-#include "support/ParserJournal.h"
-#include "support/SectionPackets.h"
+#include "support/StandardJournal.h"
 
-#include <gmock/gmock.h>
-
-#include <functional>
-#include <map>
 #include <random>
 
 using testing::ElementsAre;
@@ -14,98 +9,7 @@ using testing::IsEmpty;
 using zqtest::Bytes;
 using zqtest::good_section;
 using zqtest::Stream;
-
-namespace
-{
-/// Also the sections.
-class StandardJournal : public zqtest::Journal
-{
-public:
-    StandardJournal() : Journal(true) { set_sections_by_the_standard(true); }
-
-    void OnSection(unsigned short PID, const unsigned char* section, unsigned long size) override
-    {
-        note("section " + std::to_string(PID) + " " + std::to_string(section[0]));
-        sections.emplace_back(section, section + size);
-        if (at_section)
-            at_section(PID);
-    }
-    void OnSectionCRCFailed(unsigned short PID, const unsigned char* section, unsigned long size) override
-    {
-        note("CRC failed " + std::to_string(PID));
-        sections.emplace_back(section, section + size);
-    }
-
-    /// The same without the lines of the sections.
-    std::vector<std::string> tables(Stream& stream)
-    {
-        std::vector<std::string> rest;
-        for (const auto& line : feed(stream))
-            if (line.rfind("section", 0) != 0)
-                rest.push_back(line);
-        return rest;
-    }
-
-    std::vector<Bytes> sections;
-    std::function<void(unsigned short)> at_section;
-};
-
-struct Listed
-{
-    unsigned program_number;
-    unsigned PID;
-};
-
-Bytes section_of(unsigned table_id, unsigned extension, const Bytes& body, unsigned version, unsigned number,
-                 unsigned last, bool current)
-{
-    auto section = zqtest::long_section(table_id, body.size(), extension, version, number, last, current);
-    std::copy(body.begin(), body.end(), section.begin() + 8);
-    return zqtest::with_CRC(section);
-}
-
-Bytes PAT(std::initializer_list<Listed> programs, unsigned version = 0, unsigned number = 0, unsigned last = 0,
-          bool current = true)
-{
-    Bytes body;
-    for (const auto& one : programs)
-        for (const unsigned byte : {one.program_number >> 8, one.program_number, 0xE0 | one.PID >> 8, one.PID})
-            body.push_back(static_cast<unsigned char>(byte));
-    return section_of(0x00, 1, body, version, number, last, current);
-}
-
-/// Streams of type 0x06, no PCR.
-Bytes PMT(unsigned program_number, std::initializer_list<unsigned> PIDs, unsigned version = 0, unsigned number = 0,
-          unsigned last = 0, bool current = true)
-{
-    Bytes body{0xFF, 0xFF, 0xF0, 0x00};
-    for (const unsigned PID : PIDs)
-        for (const unsigned byte : {0x06U, 0xE0 | PID >> 8, PID, 0xF0U, 0x00U})
-            body.push_back(static_cast<unsigned char>(byte));
-    return section_of(0x02, program_number, body, version, number, last, current);
-}
-
-Bytes CAT(unsigned EMM_PID, unsigned version, unsigned number, unsigned last)
-{
-    return section_of(
-        0x01, 0xFFFF,
-        {0x09, 0x04, 0x01, 0x00, static_cast<unsigned char>(0xE0 | EMM_PID >> 8), static_cast<unsigned char>(EMM_PID)},
-        version, number, last, true);
-}
-
-/// The PIDs among `PIDs` whose packets are reported as streams, with the programs.
-std::vector<std::string> routes(StandardJournal& parser, Stream& stream, std::initializer_list<unsigned> PIDs)
-{
-    std::vector<std::string> found;
-    for (const unsigned PID : PIDs) {
-        stream.packet(PID, Stream::goes_on, Bytes(184));
-        for (const auto& line : parser.feed(stream))
-            if (line.find("program") != std::string::npos || line == "EMM")
-                found.push_back(std::to_string(PID) + ": " + line);
-    }
-    return found;
-}
-} // namespace
+using namespace zqtest::standard;
 
 TEST(StandardSections, AreOffByDefault)
 {
@@ -194,137 +98,6 @@ TEST(StandardSections, ReportOtherTablesOnThePIDOfAPMTAsSections)
     stream.section(0x100, good_section(0xC0, 20)).section(0x100, PMT(2, {0x101})).section(0x100, PMT(1, {0x101}));
     EXPECT_THAT(parser.feed(stream),
                 ElementsAre("section 0 0", "PAT", "section 256 192", "section 256 2", "section 256 2", "PMT 1 1"));
-}
-
-TEST(StandardSections, ListenToThePMTsFromThePacketBehindThePATOn)
-{
-    StandardJournal parser;
-    Stream stream;
-    stream.section(0x100, PMT(1, {0x101})).section(0, PAT({{0, 0x1F0}, {1, 0x100}})).section(0x100, PMT(1, {0x101}));
-    stream.section(0x1F0, good_section(0x40, 20)); // the network_PID has no PMT
-    EXPECT_THAT(parser.feed(stream), ElementsAre("section 0 0", "PAT", "section 256 2", "PMT 1 1", "other"));
-}
-
-TEST(StandardSections, TakeAPATOfSeveralSectionsForOneTable)
-{
-    StandardJournal parser;
-    Stream stream;
-    stream.section(0, PAT({{1, 0x100}}, 0, 0, 1)).section(0, PAT({{2, 0x200}}, 0, 1, 1));
-    stream.section(0x100, PMT(1, {0x101})).section(0x200, PMT(2, {0x201}));
-    EXPECT_THAT(parser.tables(stream), ElementsAre("PAT", "PAT", "PMT 1 1", "PMT 2 2"));
-    stream.section(0, PAT({{1, 0x100}}, 0, 0, 1)).section(0, PAT({{2, 0x200}}, 0, 1, 1));
-    parser.feed(stream);
-    EXPECT_THAT(routes(parser, stream, {0x101, 0x201}),
-                ElementsAre("257: PES 256 program 1", "513: PES 512 program 2"));
-}
-
-TEST(StandardSections, DropTheStreamsOfAProgramThatANewPATNoLongerHas)
-{
-    StandardJournal parser;
-    Stream stream;
-    stream.section(0, PAT({{1, 0x100}, {2, 0x200}})).section(0x100, PMT(1, {0x101})).section(0x200, PMT(2, {0x201}));
-    parser.feed(stream);
-    ASSERT_EQ(routes(parser, stream, {0x101, 0x201}).size(), 2U);
-    stream.section(0, PAT({{2, 0x200}}, 1));
-    parser.feed(stream);
-    EXPECT_THAT(routes(parser, stream, {0x101, 0x201}), ElementsAre("513: PES 512 program 2"));
-    stream.section(0x100, PMT(1, {0x101}));
-    EXPECT_THAT(parser.feed(stream), ElementsAre("other"));
-    stream.section(0, PAT({{1, 0x100}, {2, 0x200}}, 2)).section(0x100, PMT(1, {0x101}));
-    parser.feed(stream);
-    EXPECT_EQ(routes(parser, stream, {0x101, 0x201}).size(), 2U);
-}
-
-TEST(StandardSections, KeepTheProgramsUntilEverySectionOfTheNewPATIsThere)
-{
-    StandardJournal parser;
-    Stream stream;
-    stream.section(0, PAT({{1, 0x100}})).section(0x100, PMT(1, {0x101}));
-    stream.section(0, PAT({{2, 0x200}}, 1, 0, 1)).section(0x200, PMT(2, {0x201}));
-    parser.feed(stream);
-    EXPECT_EQ(routes(parser, stream, {0x101, 0x201}).size(), 2U);
-    stream.section(0, PAT({{3, 0x300}}, 1, 1, 1));
-    parser.feed(stream);
-    EXPECT_THAT(routes(parser, stream, {0x101, 0x201}), ElementsAre("513: PES 512 program 2"));
-}
-
-TEST(StandardSections, DropTheStreamsOfAProgramWhosePMTMoves)
-{
-    StandardJournal parser;
-    Stream stream;
-    stream.section(0, PAT({{1, 0x100}})).section(0x100, PMT(1, {0x101}));
-    stream.section(0, PAT({{1, 0x200}}, 1));
-    parser.feed(stream);
-    EXPECT_THAT(routes(parser, stream, {0x101}), IsEmpty());
-    stream.section(0x100, PMT(1, {0x101})).section(0x200, PMT(1, {0x101}));
-    EXPECT_THAT(parser.feed(stream), ElementsAre("other", "section 512 2", "PMT 1 1"));
-    EXPECT_THAT(routes(parser, stream, {0x101}), ElementsAre("257: PES 512 program 1"));
-}
-
-TEST(StandardSections, TakeAnotherTransportStreamsPATForANewOne)
-{
-    StandardJournal parser;
-    Stream stream;
-    const auto first = PAT({{1, 0x100}});
-    auto second = section_of(0x00, 2, {0x00, 0x02, 0xE2, 0x00}, 0, 0, 0, true);
-    for (unsigned round = 0; round < 2; ++round) {
-        stream.section(0, first).section(0x100, PMT(1, {0x101}));
-        parser.feed(stream);
-        EXPECT_THAT(routes(parser, stream, {0x101, 0x201}), ElementsAre("257: PES 256 program 1"));
-        stream.section(0, second).section(0x200, PMT(2, {0x201}));
-        parser.feed(stream);
-        EXPECT_THAT(routes(parser, stream, {0x101, 0x201}), ElementsAre("513: PES 512 program 2"));
-    }
-}
-
-TEST(StandardSections, TakeAPMTOfSeveralSectionsForOneTable)
-{
-    StandardJournal parser;
-    Stream stream;
-    stream.section(0, PAT({{1, 0x100}})).section(0x100, PMT(1, {0x101}, 0, 0, 1));
-    parser.feed(stream);
-    EXPECT_THAT(routes(parser, stream, {0x101, 0x102}), IsEmpty());
-    stream.section(0x100, PMT(1, {0x102}, 0, 1, 1));
-    EXPECT_THAT(parser.tables(stream), ElementsAre("PMT 1 1"));
-    EXPECT_THAT(routes(parser, stream, {0x101, 0x102}),
-                ElementsAre("257: PES 256 program 1", "258: PES 256 program 1"));
-    stream.section(0x100, PMT(1, {0x103}, 1, 1, 1));
-    parser.feed(stream);
-    EXPECT_EQ(routes(parser, stream, {0x101, 0x102, 0x103}).size(), 2U);
-    stream.section(0x100, PMT(1, {0x101}, 1, 0, 1));
-    parser.feed(stream);
-    EXPECT_THAT(routes(parser, stream, {0x101, 0x102, 0x103}),
-                ElementsAre("257: PES 256 program 1", "259: PES 256 program 1"));
-}
-
-TEST(StandardSections, TellProgramsApartWhosePMTsShareAPID)
-{
-    StandardJournal parser;
-    Stream stream;
-    stream.section(0, PAT({{1, 0x100}, {2, 0x100}}));
-    for (unsigned round = 0; round < 3; ++round)
-        stream.section(0x100, PMT(1, {0x101, 0x103})).section(0x100, PMT(2, {0x102, 0x103}));
-    EXPECT_THAT(parser.tables(stream),
-                ElementsAre("PAT", "PMT 1 1", "PMT 2 2", "PMT 1 1", "PMT 2 2", "PMT 1 1", "PMT 2 2"));
-    EXPECT_THAT(routes(parser, stream, {0x101, 0x102, 0x103}),
-                ElementsAre("257: PES 256 program 1", "258: PES 256 program 2", "259: PES 256 program 1",
-                            "259: PES 256 program 2"));
-    stream.section(0, PAT({{2, 0x100}}, 1));
-    parser.feed(stream);
-    EXPECT_THAT(routes(parser, stream, {0x101, 0x102, 0x103}),
-                ElementsAre("258: PES 256 program 2", "259: PES 256 program 2"));
-}
-
-TEST(StandardSections, TakeACATOfSeveralSectionsForOneTable)
-{
-    StandardJournal parser;
-    Stream stream;
-    stream.section(0, PAT({{1, 0x100}})).section(1, CAT(0x500, 0, 0, 1)).section(1, CAT(0x501, 0, 1, 1));
-    parser.feed(stream);
-    EXPECT_THAT(routes(parser, stream, {0x500, 0x501}), ElementsAre("1280: EMM", "1281: EMM"));
-    stream.section(1, CAT(0x502, 1, 0, 0));
-    parser.feed(stream);
-    EXPECT_THAT(routes(parser, stream, {0x500, 0x501, 0x502}), ElementsAre("1282: EMM"));
 }
 
 TEST(StandardSections, ReportThoseOfPIDsThatTheCallerAddsBesideTheirOtherCallbacks)
@@ -460,33 +233,6 @@ TEST(StandardSections, GiveTablesThatCallbacksMayEdit)
     EXPECT_THAT(parser.tables(stream), ElementsAre("PAT", "PMT 1 1", "PAT", "PMT 1 1", "PAT", "PMT 1 1"));
     parser.m_PMTs[0x100]->current->streams.clear();
     EXPECT_EQ(routes(parser, stream, {0x101}).size(), 1U);
-}
-
-TEST(StandardSections, OutliveErasedEntriesOfThePMTs)
-{
-    StandardJournal parser;
-    Stream stream;
-    stream.section(0, PAT({{1, 0x100}})).section(0x100, PMT(1, {0x101}));
-    parser.feed(stream);
-    parser.m_PMTs.clear();
-    EXPECT_EQ(routes(parser, stream, {0x101}).size(), 1U);
-    stream.section(0x100, PMT(1, {0x101}));
-    EXPECT_THAT(parser.tables(stream), ElementsAre("PMT 1 1"));
-    EXPECT_EQ(parser.m_PMTs.count(0x100), 1U);
-}
-
-TEST(StandardSections, MeasureBitRatesOfStreamsByTheirPCR)
-{
-    StandardJournal parser;
-    auto pmt = PMT(1, {0x101});
-    pmt[8] = 0xE1;
-    pmt[9] = 0x02; // PCR_PID 0x0102
-    pmt.resize(pmt.size() - 4);
-    Stream stream;
-    stream.section(0, PAT({{1, 0x100}})).section(0x100, zqtest::with_CRC(pmt));
-    stream.PCR(0x102, 90000, 0).packet(0x101, Stream::goes_on, Bytes(184)).PCR(0x102, 180000, 0);
-    parser.feed(stream);
-    EXPECT_EQ(parser.m_PIDs[0x101].bitrate, 184 * 8);
 }
 
 TEST(StandardSections, ReadRandomStreamsWithAllKindsOfFaults)
