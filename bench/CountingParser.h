@@ -10,6 +10,7 @@ class CountingParser : public mpegcore::CBaseMpegParser
 public:
     using packet = mpegcore::transport_packet;
     using CBaseMpegParser::CBaseMpegParser;
+    using CBaseMpegParser::only_read_adaptation_fields;
 
     void OnPreProcess(unsigned int, const packet&) override { ++packets; }
     void OnProcess(unsigned int, packet&) override { ++processed; }

@@ -42,7 +42,7 @@ bytes make_stream()
 class counting_decapsulator : public mpegcore::CT2MIToTS
 {
 public:
-    counting_decapsulator() : CT2MIToTS(true) {}
+    counting_decapsulator() : CT2MIToTS(true) { only_read_adaptation_fields(); }
     void OnTS(unsigned char, unsigned char*, unsigned long) override { ++packets; }
     std::size_t packets = 0;
 };

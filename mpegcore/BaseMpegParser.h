@@ -29,10 +29,10 @@ class PacketParser;
 /// overrides and which run inside Process, on its thread.
 ///
 /// Rules for callbacks: they must not call Process, ParserData or Clear, must not change the contents of the tables
-/// they are given (unless `m_editableTables`; RenderTable, AddData and SetValid are no such change) or write to the
-/// adaptation field of a packet's record, and must not throw. Packet pointers hold during the call. Table pointers hold
-/// until the next section of the same kind (for a PMT: on the same PID) was read, or until Clear; they are never the
-/// callback's to delete.
+/// they are given (unless `m_editableTables`; RenderTable, AddData and SetValid are no such change), and must not
+/// throw. What one writes into a packet's record is there for the callbacks behind it, and gone with the packet. Packet
+/// pointers hold during the call. Table pointers hold until the next section of the same kind (for a PMT: on the same
+/// PID) was read, or until Clear; they are never the callback's to delete.
 ///
 /// By design there is no filter for versions or repetitions, and no check of continuity_counter,
 /// transport_error_indicator or transport_scrambling_control. The section is taken to begin right behind the
@@ -166,6 +166,9 @@ protected:
     /// Payload units of PIDs that a PMT names may be left out where the class does not override the form of OnPES that
     /// takes them. For a subclass that keeps m_PIDs to itself: there they are missing, too.
     void collect_only_what_is_reported() { m_units_are_seen = false; }
+    /// For a subclass whose callbacks write nothing into the adaptation fields of packet records, which then need not
+    /// be cleared for every packet. What they write all the same shows up in later records.
+    void only_read_adaptation_fields() { m_adaptation_fields_are_written = false; }
 
 private:
     friend class PacketParser;
@@ -175,6 +178,7 @@ private:
     void carry_over(const unsigned char* data, std::size_t size);
 
     bool m_units_are_seen = true;
+    bool m_adaptation_fields_are_written = true;
     std::unique_ptr<PacketParser> m_packets; ///< leads to the members above
 };
 } // namespace mpegcore

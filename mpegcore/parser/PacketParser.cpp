@@ -136,6 +136,8 @@ inline void PacketParser::collect_plain(const PIDRoute& route, CBasePID& state, 
         report(route, packet, nullptr);
     }
     parser.OnProcess(0, packet);
+    if (parser.m_adaptation_fields_are_written)
+        clear_field(packet.adaptation_field);
 }
 
 /// Handles any packet.
@@ -151,8 +153,10 @@ inline void PacketParser::process_packet(unsigned char* data)
     if (!has_field || take_adaptation_field())
         handle_payload(packet);
     m_parser.OnProcess(0, packet);
-    if (has_field)
+    if (m_parser.m_adaptation_fields_are_written)
         clear_field(packet.adaptation_field);
+    else if (has_field)
+        clear_field_as_read(packet.adaptation_field);
 }
 
 /// Packets of a multiplex come in no order of PIDs: what the next ones need is seldom at hand, and each step of the way
