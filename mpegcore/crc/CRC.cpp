@@ -9,7 +9,14 @@ namespace mpegcore
 {
 namespace
 {
-constexpr std::array<std::uint8_t, 256> crc8_lookup = detail::crc_lookup_table<std::uint8_t>(0xD5);
+/// Table n leads over a byte and the n bytes behind it.
+constexpr auto crc8_lookups = [] {
+    std::array<std::array<std::uint8_t, 256>, 8> tables{detail::crc_lookup_table<std::uint8_t>(0xD5)};
+    for (std::size_t table = 1; table < tables.size(); ++table)
+        for (std::size_t byte = 0; byte < 256; ++byte)
+            tables[table][byte] = tables[0][tables[table - 1][byte]];
+    return tables;
+}();
 
 std::uint32_t choose_and_run(const unsigned char* data, std::size_t size, std::uint32_t crc);
 
@@ -42,8 +49,14 @@ std::uint32_t crc32_mpeg2(const unsigned char* data, std::size_t size, std::uint
 
 std::uint8_t crc8_dvb(const unsigned char* data, std::size_t size, std::uint8_t crc)
 {
+    constexpr std::size_t step = crc8_lookups.size();
+    for (; size >= step; data += step, size -= step) {
+        crc = crc8_lookups[step - 1][crc ^ data[0]];
+        for (std::size_t at = 1; at < step; ++at)
+            crc ^= crc8_lookups[step - 1 - at][data[at]];
+    }
     for (const unsigned char* const end = data + size; data != end; ++data)
-        crc = crc8_lookup[crc ^ *data];
+        crc = crc8_lookups[0][crc ^ *data];
     return crc;
 }
 } // namespace mpegcore

@@ -215,6 +215,23 @@ INSTANTIATE_TEST_SUITE_P(Crc32, EveryKernel, testing::ValuesIn(kernels()), [](co
     return name;
 });
 
+TEST(Crc8, IsThatOfOneBitAfterTheOtherForEveryLengthAndStart)
+{
+    std::vector<unsigned char> bytes(300);
+    std::mt19937 random(8);
+    for (auto& byte : bytes)
+        byte = static_cast<unsigned char>(random());
+    for (std::size_t size = 0; size < 280; ++size) {
+        unsigned expected = size & 0xFF;
+        for (std::size_t at = 0; at < size; ++at) {
+            expected ^= bytes[at + size % 16];
+            for (int bit = 0; bit < 8; ++bit)
+                expected = (expected & 0x80) != 0 ? (expected << 1 ^ 0xD5) & 0xFF : expected << 1;
+        }
+        ASSERT_EQ(crc8_dvb(bytes.data() + size % 16, size, static_cast<std::uint8_t>(size)), expected) << size;
+    }
+}
+
 TEST(Crc8, OfTheNineDigitsIsBC) { EXPECT_EQ(crc8_dvb(digits.data(), digits.size()), 0xBC); }
 
 TEST(Crc8, OverAHeaderWithItsCrcByteIsZero)
