@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "mpegcore/PacketFinder.h"
 #include "support/Samples.h"
 #include "support/Tables.h"
-#include "tools/common/packet_finder.h"
 #include "tools/tables/section_line.h"
 
 #include <gmock/gmock.h>

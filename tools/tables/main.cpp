@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "mpegcore/PacketFinder.h"
 #include "tools/common/line_output.h"
-#include "tools/common/packet_finder.h"
 #include "tools/common/progress_bar.h"
 #include "tools/common/stream_input.h"
 #include "tools/tables/change_filter.h"
@@ -86,7 +86,7 @@ private:
     /// Up to the end, or until nobody wants it any more. False when the input failed.
     [[nodiscard]] bool read_stream()
     {
-        tools::packet_finder finder;
+        mpegcore::PacketFinder finder;
         const auto take_packet = [this](const unsigned char* packet) {
             if (m_options.services)
                 m_rates.put(packet);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "mpegcore/PacketFinder.h"
 #include "support/Stream.h"
-#include "tools/common/packet_finder.h"
 
 #include <gmock/gmock.h>
 
@@ -54,7 +54,7 @@ struct Found
         finder.finish(sink);
     }
 
-    tools::packet_finder finder;
+    mpegcore::PacketFinder finder;
     std::vector<Bytes> packets;
 };
 

@@ -7,14 +7,14 @@
 #include <cstdint>
 #include <vector>
 
-namespace tools
+namespace mpegcore
 {
 /// Finds the 188-byte transport packets in bytes that come in any pieces: as they are, behind a 4-byte time code (192
 /// bytes, as recorders write them), or in front of 16 bytes of error protection (204). The distance is found by the
 /// sync bytes, at the beginning and again where one is missing.
 ///
 /// Memory: at most a kilobyte beside the caller's bytes.
-class packet_finder
+class PacketFinder
 {
 public:
     /// Calls `sink(const unsigned char* packet)` for each packet that is whole.
@@ -58,7 +58,7 @@ public:
 private:
     static constexpr std::size_t longest_distance = 204;
     static constexpr std::size_t proof = 5; ///< sync bytes in a row
-    static constexpr std::size_t window = (proof - 1) * longest_distance + mpegcore::ts_packet_size;
+    static constexpr std::size_t window = (proof - 1) * longest_distance + ts_packet_size;
 
     /// The first place from `at` on where packets lie, and sets the distance. Without one m_distance is 0, and the
     /// place is the first that more bytes could make one.
@@ -84,15 +84,15 @@ private:
             const std::size_t gap = std::min(m_gap, size - at);
             at += gap;
             m_gap -= gap;
-            if (m_gap > 0 || size - at < mpegcore::ts_packet_size)
+            if (m_gap > 0 || size - at < ts_packet_size)
                 return at;
-            if (bytes[at] != mpegcore::ts_sync_byte) {
+            if (bytes[at] != ts_sync_byte) {
                 m_distance = 0;
                 continue;
             }
             sink(bytes + at);
-            at += mpegcore::ts_packet_size;
-            m_gap = m_distance - mpegcore::ts_packet_size;
+            at += ts_packet_size;
+            m_gap = m_distance - ts_packet_size;
         }
     }
 
@@ -101,4 +101,4 @@ private:
     std::size_t m_gap = 0; ///< bytes up to where the next packet should begin
     std::uint64_t m_skipped = 0;
 };
-} // namespace tools
+} // namespace mpegcore

@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "tools/common/packet_finder.h"
+#include "mpegcore/PacketFinder.h"
 
 #include <array>
 
-namespace tools
+namespace mpegcore
 {
 namespace
 {
 constexpr std::array<std::size_t, 3> distances{188, 192, 204};
 } // namespace
 
-std::size_t packet_finder::find(const unsigned char* bytes, std::size_t size, std::size_t at, bool at_end)
+std::size_t PacketFinder::find(const unsigned char* bytes, std::size_t size, std::size_t at, bool at_end)
 {
     m_distance = 0;
     for (; at < size; ++at) {
-        if (bytes[at] != mpegcore::ts_sync_byte)
+        if (bytes[at] != ts_sync_byte)
             continue;
         for (const auto distance : distances)
             if (has_sync_bytes(bytes, size, at, distance, at_end)) {
@@ -28,17 +28,17 @@ std::size_t packet_finder::find(const unsigned char* bytes, std::size_t size, st
     return at;
 }
 
-bool packet_finder::has_sync_bytes(const unsigned char* bytes, std::size_t size, std::size_t at, std::size_t distance,
-                                   bool at_end)
+bool PacketFinder::has_sync_bytes(const unsigned char* bytes, std::size_t size, std::size_t at, std::size_t distance,
+                                  bool at_end)
 {
-    if (at_end && size - at == mpegcore::ts_packet_size)
+    if (at_end && size - at == ts_packet_size)
         return true;
     std::size_t count = 0;
     // At the end a packet that is cut off proves nothing.
-    const std::size_t needed = at_end ? mpegcore::ts_packet_size : 1;
+    const std::size_t needed = at_end ? ts_packet_size : 1;
     for (; count < proof && at + needed <= size; at += distance, ++count)
-        if (bytes[at] != mpegcore::ts_sync_byte)
+        if (bytes[at] != ts_sync_byte)
             return false;
     return count == proof || (at_end && count > 1);
 }
-} // namespace tools
+} // namespace mpegcore
