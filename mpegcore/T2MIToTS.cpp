@@ -2,6 +2,8 @@
 #include "mpegcore/T2MIToTS.h"
 
 #include "mpegcore/CRC.h"
+#include "mpegcore/syntax/SyntaxReader.h"
+#include "mpegcore/t2mi/BasebandHeader.h"
 
 #include <algorithm>
 #include <cstring>
@@ -21,9 +23,6 @@ constexpr std::uint8_t dvb_t2_timestamp = 0x20;
 
 constexpr std::size_t shortest_packet = 11;
 constexpr std::size_t header_and_crc = 10;
-constexpr std::size_t bbheader_size = 10;
-constexpr std::uint8_t high_efficiency_mode = 1;
-constexpr std::uint16_t no_packet_start = 0xFFFF;
 
 /// 0 when the bits are not all there.
 template <unsigned N, class T>
@@ -31,14 +30,6 @@ void read_or_zero(bit_reader& reader, T& field)
 {
     if (!reader.getBits<N>(field))
         field = 0;
-}
-
-bool read_bbheader(bit_reader& reader, T2MIBBFrame& frame)
-{
-    return reader.getBits<2>(frame.TS_GS) && reader.getBits<1>(frame.SIS_MIS) && reader.getBits<1>(frame.CCM_ACM) &&
-           reader.getBits<1>(frame.ISSYI) && reader.getBits<1>(frame.NPD) && reader.getBits<2>(frame.EXT) &&
-           reader.getBits<8>(frame.ISI) && reader.getBits<16>(frame.UPL) && reader.getBits<16>(frame.DFL) &&
-           reader.getBits<8>(frame.SYNC) && reader.getBits<16>(frame.SYNCD) && reader.getBits<8>(frame.CRC_8);
 }
 } // namespace
 
@@ -171,10 +162,12 @@ void CT2MIToTS::ParserBBFrame(bit_reader* reader)
     T2MIBBFrame frame{};
     if (!reader->getBits<8>(frame.frame_idx) || !reader->getBits<8>(frame.plp_id) ||
         !reader->getBits<1>(frame.intl_frame_start) || !reader->getBits<7>(frame.rfu) ||
-        frame.plp_id != m_selected_PLP || reader->availableBytes() < bbheader_size)
+        frame.plp_id != m_selected_PLP || reader->availableBytes() < BasebandHeader::size)
         return;
-    const std::uint8_t crc_8 = crc8_dvb(reader->position(), bbheader_size - 1);
-    if (!read_bbheader(*reader, frame) || (frame.CRC_8 ^ crc_8) > high_efficiency_mode ||
+    const unsigned mode = BasebandHeader::mode_of(reader->position());
+    SyntaxReader io(*reader);
+    io.open_body(BasebandHeader::size);
+    if (!BasebandHeader::syntax(frame, io) || mode > BasebandHeader::high_efficiency ||
         frame.DFL / 8U > reader->availableBytes())
         return;
     cut_data_field(frame, reader->position());
@@ -186,7 +179,7 @@ void CT2MIToTS::cut_data_field(const T2MIBBFrame& frame, unsigned char* data)
     const auto first = static_cast<std::uint16_t>(frame.SYNCD / 8);
     const auto size = static_cast<std::uint16_t>(frame.DFL / 8);
     carry* const begun = frame.plp_id < carry_count ? &m_carries[frame.plp_id] : nullptr;
-    if (frame.SYNCD == no_packet_start || first > size) {
+    if (frame.SYNCD == BasebandHeader::no_start || first > size) {
         if (begun != nullptr)
             begun->size = 0;
         return;

@@ -2,6 +2,7 @@
 #include "mpegcore/parser/StandardPrograms.h"
 
 #include "mpegcore/CAT.h"
+#include "mpegcore/sections/ProgramSections.h"
 
 #include <algorithm>
 #include <iterator>
@@ -11,20 +12,6 @@ namespace mpegcore
 {
 namespace
 {
-constexpr std::size_t CRC_32_size = 4, PAT_entry_size = 4;
-
-/// Calls `visit(program_number, PID)` for each program of a PAT section.
-template <class Visit>
-void for_each_program(const unsigned char* section, std::size_t size, Visit visit)
-{
-    for (std::size_t at = long_section_header_size; at + PAT_entry_size + CRC_32_size <= size; at += PAT_entry_size) {
-        const auto program_number = static_cast<std::uint16_t>(section[at] << 8 | section[at + 1]);
-        const auto PID = static_cast<unsigned short>((section[at + 2] & 0x1FU) << 8 | section[at + 3]);
-        if (program_number != 0) // else it is the network_PID
-            visit(program_number, PID);
-    }
-}
-
 ZQSDK::ZQBSReaderT<unsigned char*> reader_over(const std::vector<unsigned char>& section)
 {
     // The reader takes a pointer to bytes that may be written, and writes none.

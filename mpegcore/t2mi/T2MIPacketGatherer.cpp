@@ -4,6 +4,7 @@
 #include "mpegcore/CRC.h"
 
 #include <cstring>
+#include <utility>
 
 namespace mpegcore
 {
@@ -18,6 +19,26 @@ void T2MIPacketGatherer::reset()
 {
     lose_step();
     m_continuity.reset();
+}
+
+void T2MIPacketGatherer::take_over(T2MIPacketGatherer& other)
+{
+    std::swap(m_buffer, other.m_buffer);
+    m_begin = other.m_begin;
+    m_end = other.m_end;
+    m_in_step = other.m_in_step;
+    m_continuity = other.m_continuity;
+    const auto& more = other.m_counters;
+    m_counters.transport_packets += more.transport_packets;
+    m_counters.repeated += more.repeated;
+    m_counters.transport_errors += more.transport_errors;
+    m_counters.scrambled += more.scrambled;
+    m_counters.continuity_errors += more.continuity_errors;
+    m_counters.packets += more.packets;
+    m_counters.CRC_32_errors += more.CRC_32_errors;
+    m_counters.pointer_errors += more.pointer_errors;
+    other.m_counters = {};
+    other.reset();
 }
 
 bool T2MIPacketGatherer::follow(const TransportPayload& payload, bool& is_gap)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/TransportPayload.h"
+#include "mpegcore/t2mi/RelaxedCounter.h"
 
 #include <array>
 #include <cstddef>
@@ -9,17 +10,17 @@
 
 namespace mpegcore
 {
-/// What gathering the T2-MI packets of one PID came to.
+/// What gathering the T2-MI packets of one PID came to; any thread may read them.
 struct T2MIGathererCounters
 {
-    std::uint64_t transport_packets = 0; ///< with a payload
-    std::uint64_t repeated = 0;          ///< of these: sent a second time, left out
-    std::uint64_t transport_errors = 0;  ///< of these: with transport_error_indicator, left out
-    std::uint64_t scrambled = 0;         ///< of these: left out
-    std::uint64_t continuity_errors = 0; ///< jumps of the continuity_counter
-    std::uint64_t packets = 0;           ///< T2-MI packets handed out
-    std::uint64_t CRC_32_errors = 0;     ///< T2-MI packets left out for their CRC-32
-    std::uint64_t pointer_errors = 0;    ///< packet starts elsewhere than the packet before let expect
+    RelaxedCounter transport_packets; ///< with a payload
+    RelaxedCounter repeated;          ///< of these: sent a second time, left out
+    RelaxedCounter transport_errors;  ///< of these: with transport_error_indicator, left out
+    RelaxedCounter scrambled;         ///< of these: left out
+    RelaxedCounter continuity_errors; ///< jumps of the continuity_counter
+    RelaxedCounter packets;           ///< T2-MI packets handed out
+    RelaxedCounter CRC_32_errors;     ///< T2-MI packets left out for their CRC-32
+    RelaxedCounter pointer_errors;    ///< packet starts elsewhere than the packet before let expect
 };
 
 /// Puts the T2-MI packets of one PID together (ETSI TS 102 773, 5.1 and 6.1): by payload_len, any number of them in a
@@ -87,6 +88,8 @@ public:
 
     /// As if there had been no packet. The counters stay.
     void reset();
+    /// Goes on where `other` stands, which then is as if reset; its counters are added to these.
+    void take_over(T2MIPacketGatherer& other);
 
     const T2MIGathererCounters& counters() const { return m_counters; }
 

@@ -3,6 +3,7 @@
 
 #include "mpegcore/CRC.h"
 #include "mpegcore/TransportPacket.h"
+#include "mpegcore/syntax/Record.h"
 
 #include <algorithm>
 
@@ -10,12 +11,6 @@ namespace mpegcore
 {
 namespace
 {
-constexpr std::size_t header_size = 10;
-constexpr unsigned transport_stream_format = 3;
-constexpr unsigned no_packet_start = 0xFFFF;
-
-unsigned word(const unsigned char* at) { return static_cast<unsigned>(at[0] << 8 | at[1]); }
-
 constexpr auto make_null_packet()
 {
     std::array<unsigned char, ts_packet_size> packet{};
@@ -45,23 +40,24 @@ void UserPacketReader::drop_part()
 bool UserPacketReader::open(unsigned char* frame, std::size_t size)
 {
     ++m_counters.frames;
-    const unsigned mode = size < header_size ? 2 : crc8_dvb(frame, header_size - 1) ^ frame[header_size - 1];
-    const unsigned DFL = mode > 1 ? 0 : word(frame + 4);
-    if (mode > 1 || DFL % 8 != 0 || DFL / 8 > size - header_size) {
+    BasebandHeader header;
+    const bool is_read = size >= BasebandHeader::size && BasebandHeader::mode_of(frame) <= 1 &&
+                         read_record(header, frame, BasebandHeader::size);
+    if (!is_read || header.DFL % 8 != 0 || header.DFL / 8U > size - BasebandHeader::size) {
         ++m_counters.header_errors;
         drop_part();
         return false;
     }
-    if (frame[0] >> 6 != transport_stream_format) {
+    if (header.TS_GS != BasebandHeader::transport_stream) {
         ++m_counters.other_formats;
         drop_part();
         return false;
     }
-    m_data = frame + header_size;
+    const unsigned DFL = header.DFL, SYNCD = header.SYNCD;
+    m_data = frame + BasebandHeader::size;
     m_end = m_data + DFL / 8;
-    const unsigned SYNCD = word(frame + 7);
     // In a frame without data nothing starts, whatever its SYNCD says, and the packet begun goes on behind it.
-    const bool starts = DFL != 0 && SYNCD != no_packet_start;
+    const bool starts = DFL != 0 && SYNCD != BasebandHeader::no_start;
     if (starts && (SYNCD % 8 != 0 || SYNCD > DFL)) {
         ++m_counters.header_errors;
         drop_part();
@@ -69,19 +65,19 @@ bool UserPacketReader::open(unsigned char* frame, std::size_t size)
     }
     m_first = starts ? SYNCD / 8 : DFL / 8;
     if (DFL != 0)
-        use(format_of(frame, mode == 1));
+        use(format_of(header, BasebandHeader::mode_of(frame) == BasebandHeader::high_efficiency));
     m_frame_ISSY.is_there = starts && m_format.high_efficiency && m_format.has_ISSY;
     m_frame_ISSY.bytes = {frame[2], frame[3], frame[6]};
     m_field_has_start = starts;
     return true;
 }
 
-UserPacketReader::Format UserPacketReader::format_of(const unsigned char* header, bool high_efficiency) const
+UserPacketReader::Format UserPacketReader::format_of(const BasebandHeader& header, bool high_efficiency) const
 {
     Format format;
     format.high_efficiency = high_efficiency;
-    format.has_ISSY = (header[0] & 0x08U) != 0;
-    format.has_DNP = (header[0] & 0x04U) != 0;
+    format.has_ISSY = header.ISSYI != 0;
+    format.has_DNP = header.NPD != 0;
     if (format.has_ISSY && !high_efficiency)
         format.ISSY_size = ISSY_size_of(header);
     return format;
@@ -89,16 +85,16 @@ UserPacketReader::Format UserPacketReader::format_of(const unsigned char* header
 
 /// 2 or 3: that with which the CRC-8 of the first packet in the field holds, which the next one begins with. Where the
 /// field has too few packets, that of the frame before, and else the one that UPL tells.
-std::uint8_t UserPacketReader::ISSY_size_of(const unsigned char* header) const
+std::uint8_t UserPacketReader::ISSY_size_of(const BasebandHeader& header) const
 {
     constexpr std::uint8_t short_ISSY = 2;
-    const std::size_t with_short = packet_size + short_ISSY + ((header[0] & 0x04U) != 0 ? 1 : 0);
+    const std::size_t with_short = packet_size + short_ISSY + header.NPD;
     const bool short_fits = CRC_8_fits(with_short), long_fits = CRC_8_fits(with_short + 1);
     if (short_fits != long_fits)
         return short_fits ? short_ISSY : longest_ISSY;
     if (m_format.ISSY_size != 0)
         return m_format.ISSY_size;
-    return word(header + 2) == 8 * with_short ? short_ISSY : longest_ISSY;
+    return header.UPL == 8 * with_short ? short_ISSY : longest_ISSY;
 }
 
 bool UserPacketReader::CRC_8_fits(std::size_t stride) const

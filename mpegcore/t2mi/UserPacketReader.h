@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/t2mi/BasebandHeader.h"
+#include "mpegcore/t2mi/RelaxedCounter.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -7,17 +10,17 @@
 
 namespace mpegcore
 {
-/// What reading the baseband frames of one PLP came to.
+/// What reading the baseband frames of one PLP came to; any thread may read them.
 struct UserPacketCounters
 {
-    std::uint64_t frames = 0;              ///< all that were put in
-    std::uint64_t packets = 0;             ///< handed out, null packets put back among them
-    std::uint64_t restored_nulls = 0;      ///< null packets put back
-    std::uint64_t header_errors = 0;       ///< frames dropped: CRC-8 of the BBHEADER, or fields that do not fit
-    std::uint64_t other_formats = 0;       ///< frames that carry no transport stream (GFPS, GCS, GSE)
-    std::uint64_t SYNCD_disagreements = 0; ///< frames that begin a packet elsewhere than the one before let expect
-    std::uint64_t CRC_8_errors = 0;        ///< packets of normal mode whose CRC-8 disagrees; they are handed out
-    std::uint64_t dropped_parts = 0;       ///< packets begun that did not become whole
+    RelaxedCounter frames;              ///< all that were put in
+    RelaxedCounter packets;             ///< handed out, null packets put back among them
+    RelaxedCounter restored_nulls;      ///< null packets put back
+    RelaxedCounter header_errors;       ///< frames dropped: CRC-8 of the BBHEADER, or fields that do not fit
+    RelaxedCounter other_formats;       ///< frames that carry no transport stream (GFPS, GCS, GSE)
+    RelaxedCounter SYNCD_disagreements; ///< frames that begin a packet elsewhere than the one before let expect
+    RelaxedCounter CRC_8_errors;        ///< packets of normal mode whose CRC-8 disagrees; they are handed out
+    RelaxedCounter dropped_parts;       ///< packets begun that did not become whole
 };
 
 /// One packet of the transport stream of a PLP; what the pointers lead to holds during the call.
@@ -90,8 +93,8 @@ private:
     };
 
     bool open(unsigned char* frame, std::size_t size);
-    Format format_of(const unsigned char* header, bool high_efficiency) const;
-    std::uint8_t ISSY_size_of(const unsigned char* header) const;
+    Format format_of(const BasebandHeader& header, bool high_efficiency) const;
+    std::uint8_t ISSY_size_of(const BasebandHeader& header) const;
     bool CRC_8_fits(std::size_t stride) const;
     void use(const Format& format);
     /// Adds what stands in front of the first packet start; true when that made a packet whole.

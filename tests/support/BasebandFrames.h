@@ -2,9 +2,13 @@
 #pragma once
 #include "mpegcore/CRC.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <tuple>
 #include <vector>
 
 namespace zqtest
@@ -16,6 +20,23 @@ struct BasebandFormat
     unsigned ISSY_size = 0; ///< 0, 2 or 3; in high efficiency mode 3 means one in each header
     bool deletes_nulls = false;
 };
+
+/// A BasebandFormat as a parameter of tests.
+using FormatCase = std::tuple<bool, unsigned, bool>;
+
+inline BasebandFormat format_of(const FormatCase& tested)
+{
+    return {std::get<0>(tested), std::get<1>(tested), std::get<2>(tested)};
+}
+
+inline auto every_format() { return testing::Combine(testing::Bool(), testing::Values(0U, 2U, 3U), testing::Bool()); }
+
+inline std::string name_of_format(const testing::TestParamInfo<FormatCase>& tested)
+{
+    const auto [efficient, ISSY, deletes] = tested.param;
+    return std::string(efficient ? "efficient" : "normal") + "Issy" + std::to_string(ISSY) +
+           (deletes ? "WithoutNulls" : "");
+}
 
 /// Puts packets into frames, byte by byte as the standard draws them: a queue of user packet bytes, cut anywhere.
 class BasebandSender

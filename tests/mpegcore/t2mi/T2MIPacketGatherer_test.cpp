@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/t2mi/T2MIPacketGatherer.h"
 
-#include "support/SectionPackets.h"
-#include "support/T2MI.h"
+#include "support/PackedT2MI.h"
 
 #include <gmock/gmock.h>
 
@@ -56,40 +55,10 @@ Bytes t2mi(unsigned count, std::size_t payload_size)
     return zqtest::with_crc(packet);
 }
 
-/// Packets one behind the other in the payloads of a PID, with a pointer_field where one starts.
 Stream packed(const std::vector<Bytes>& packets, std::mt19937* flushes = nullptr)
 {
     Stream stream;
-    Bytes waiting;
-    std::vector<std::size_t> starts;
-    const auto send = [&](std::size_t most) {
-        const bool begins = !starts.empty() && starts.front() + 1 < most;
-        std::size_t taken = std::min(waiting.size(), begins ? most - 1 : most);
-        // A start that would just miss the pointer_field waits for the next payload.
-        if (!begins && !starts.empty())
-            taken = std::min(taken, starts.front());
-        Bytes payload(waiting.begin(), waiting.begin() + static_cast<std::ptrdiff_t>(taken));
-        if (begins)
-            payload.insert(payload.begin(), static_cast<unsigned char>(starts.front()));
-        stream.packet(PID, begins ? Stream::begins : Stream::goes_on, payload);
-        waiting.erase(waiting.begin(), waiting.begin() + static_cast<std::ptrdiff_t>(taken));
-        std::vector<std::size_t> later;
-        for (const std::size_t start : starts)
-            if (start >= taken)
-                later.push_back(start - taken);
-        starts = later;
-    };
-    for (const Bytes& packet : packets) {
-        starts.push_back(waiting.size());
-        waiting.insert(waiting.end(), packet.begin(), packet.end());
-        while (waiting.size() > 400)
-            send(184);
-        if (flushes != nullptr && (*flushes)() % 5 == 0)
-            while (!waiting.empty())
-                send(184);
-    }
-    while (!waiting.empty())
-        send(184);
+    zqtest::pack(stream, PID, packets, flushes);
     return stream;
 }
 

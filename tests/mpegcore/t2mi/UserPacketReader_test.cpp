@@ -147,19 +147,11 @@ TEST(UserPacketReader, GivesNothingOfFormatsThatAreNoTransportStream)
 
 namespace
 {
-using Case = std::tuple<bool, unsigned, bool>;
-class EveryFormat : public testing::TestWithParam<Case>
+class EveryFormat : public testing::TestWithParam<zqtest::FormatCase>
 {
 protected:
-    BasebandFormat format{std::get<0>(GetParam()), std::get<1>(GetParam()), std::get<2>(GetParam())};
+    BasebandFormat format = zqtest::format_of(GetParam());
 };
-
-std::string name_of(const testing::TestParamInfo<Case>& tested)
-{
-    const auto [efficient, ISSY, deletes] = tested.param;
-    return std::string(efficient ? "efficient" : "normal") + "Issy" + std::to_string(ISSY) +
-           (deletes ? "WithoutNulls" : "");
-}
 } // namespace
 
 TEST_P(EveryFormat, ComesOutAsItWentInWhereverTheFramesCut)
@@ -242,8 +234,7 @@ TEST_P(EveryFormat, SurvivesAnyBitsInTheHeaderAndTheData)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(UserPackets, EveryFormat,
-                         testing::Combine(testing::Bool(), testing::Values(0U, 2U, 3U), testing::Bool()), name_of);
+INSTANTIATE_TEST_SUITE_P(UserPackets, EveryFormat, zqtest::every_format(), zqtest::name_of_format);
 
 TEST(UserPacketReader, GivesEachPacketOfNormalModeItsIssy)
 {
