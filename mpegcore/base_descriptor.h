@@ -131,6 +131,14 @@ public:
         DescriptorPlace{ZQDescriptorType::Standard, DescriptorPlace::extension_tag, Extension}};
 };
 
+/// A class of the application information table, whose tags are a space of their own.
+template <class Self, std::uint8_t Tag>
+class application_information_descriptor : public typed_descriptor<Self, Tag>
+{
+public:
+    static constexpr auto places = places_of_tag(Tag, {ZQDescriptorType::StandardAIT});
+};
+
 inline bool base_descriptor::read(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
 {
     return reader.getBits<8>(descriptor_tag) && reader.getBits<8>(descriptor_length) &&

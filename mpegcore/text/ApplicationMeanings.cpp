@@ -26,6 +26,10 @@ constexpr Meaning protocol_ids[]{
     {0x02, "IP by multiprotocol encapsulation"},
     {0x03, "HTTP"},
 };
+
+constexpr Meaning usage_types[]{
+    {0x01, "digital text application"},
+};
 } // namespace
 
 void add_application_meanings(MeaningIndex& index)
@@ -34,5 +38,6 @@ void add_application_meanings(MeaningIndex& index)
     index.add("application_control_code", application_control_codes);
     index.add("visibility", visibilities);
     index.add("protocol_id", protocol_ids);
+    index.add("usage_type", usage_types);
 }
 } // namespace mpegcore

@@ -168,10 +168,10 @@ TEST(StandardDescriptorList, KnowsSpliceDescriptorsByTagAndIdentifier)
                 ElementsAre(is<scte35_segmentation_descriptor>()));
 }
 
-TEST(StandardDescriptorList, KeepsApplicationDescriptorsRaw)
+TEST(StandardDescriptorList, ChoosesApplicationDescriptorsByTagsOfTheirOwn)
 {
-    EXPECT_THAT(classes({0x02, 0x03, 0x00, 0x03, 0x01}, ZQDescriptorType::StandardAIT),
-                ElementsAre(is<base_descriptor>()));
+    EXPECT_THAT(classes(Bytes{0x02, 0x03, 0x00, 0x03, 0x01} + Bytes{0x0C, 0x01, 0x05}, ZQDescriptorType::StandardAIT),
+                ElementsAre(is<transport_protocol_descriptor>(), is<base_descriptor>()));
 }
 
 TEST(StandardDescriptorList, KeepsWhatItReadBeforeALengthThatRunsPastTheLoop)

@@ -188,7 +188,7 @@ TEST(SIT, KeepsItsServicesWithTheirDescriptorsWhole)
     EXPECT_TRUE(sit.services[1]->descriptors.empty());
 }
 
-TEST(AIT, KeepsItsApplicationsWithTheirDescriptorsRaw)
+TEST(AIT, KeepsItsApplicationsWithTheirDescriptors)
 {
     Roomy<CAIT> ait;
     ASSERT_TRUE(zqtest::read(ait, golden(ait)));
@@ -202,8 +202,9 @@ TEST(AIT, KeepsItsApplicationsWithTheirDescriptorsRaw)
     EXPECT_EQ(ait.applications[0]->organisation_id, 0x17U);
     EXPECT_EQ(ait.applications[0]->application_id, 1);
     EXPECT_EQ(ait.applications[0]->application_control_code, 1);
-    const base_descriptor& transport = *ait.applications[0]->descriptors.find(0x02);
-    EXPECT_EQ(typeid(transport), typeid(base_descriptor));
+    const auto transport = ait.applications[0]->descriptors.find<transport_protocol_descriptor>();
+    ASSERT_NE(transport, nullptr);
+    EXPECT_EQ(transport->protocol_id, 3);
     EXPECT_EQ(ait.applications[1]->application_id, 0x4002);
 }
 

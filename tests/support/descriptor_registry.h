@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/zqdescriptorlist.h"
-#include "support/standard_fills.h"
+#include "support/application_fills.h"
+#include "support/standard_dvb_fills.h"
+#include "support/standard_extension_fills.h"
+#include "support/standard_mpeg_fills.h"
 
 #include <algorithm>
 #include <memory>
@@ -184,6 +187,24 @@ inline void fill(mpegcore::scte35_segmentation_descriptor& d)
     d.sub_segment_num = 5;
     d.sub_segments_expected = 6;
     d.descriptor_length = 4 + 4 + 1 + 1 + 1 + 2 * 6 + 5 + 2 + 5 + 5;
+}
+
+inline void fill(mpegcore::scte35_time_descriptor& d)
+{
+    d.identifier = 0x43554549;
+    d.TAI_seconds = 0x8123456789AB;
+    d.TAI_ns = 999999999;
+    d.UTC_offset = 37;
+    d.descriptor_length = 16;
+}
+
+inline void fill(mpegcore::scte35_audio_descriptor& d)
+{
+    d.identifier = 0x43554549;
+    d.audio_count = 2;
+    d.reserved = 0x0A;
+    d.components = {{0x21, {'e', 'n', 'g'}, 5, 2, 1}, {0x22, {'s', 'p', 'a'}, 3, 12, 0}};
+    d.descriptor_length = 4 + 1 + 2 * 5;
 }
 
 inline void fill(mpegcore::service_descriptor& d)

@@ -147,4 +147,41 @@ TEST(CueIdentifierDescriptor, KeepsItsField)
 {
     EXPECT_EQ(golden_ts<cue_identifier_descriptor>({0x8A, 0x01, 0x03})->cue_stream_type, 3);
 }
+
+TEST(Scte35TimeDescriptor, KeepsItsClock)
+{
+    const auto d = golden<scte35_time_descriptor>(
+        ZQDescriptorType::StandardSCTE35,
+        Bytes{0x03, 0x10} + "CUEI" + Bytes{0x00, 0x00, 0x65, 0xA1, 0xB2, 0xC3, 0x1D, 0xCD, 0x65, 0x00, 0x00, 0x25});
+    EXPECT_EQ(d->identifier, cuei);
+    EXPECT_EQ(d->TAI_seconds, 0x65A1B2C3U);
+    EXPECT_EQ(d->TAI_ns, 500000000U);
+    EXPECT_EQ(d->UTC_offset, 37);
+}
+
+TEST(Scte35AudioDescriptor, KeepsEachComponent)
+{
+    const auto d = golden<scte35_audio_descriptor>(ZQDescriptorType::StandardSCTE35,
+                                                   Bytes{0x04, 0x0F} + "CUEI" + Bytes{0x2F, 0x31} + "eng" +
+                                                       Bytes{0x05, 0x32} + "spa" + Bytes{0xB8});
+    EXPECT_EQ(d->identifier, cuei);
+    EXPECT_EQ(d->audio_count, 2);
+    EXPECT_EQ(d->reserved, 15);
+    ASSERT_EQ(d->components.size(), 2U);
+    EXPECT_EQ(d->components[0].component_tag, 0x31);
+    EXPECT_EQ(text(d->components[0].ISO_code), "eng");
+    EXPECT_EQ(d->components[0].Bit_Stream_Mode, 0);
+    EXPECT_EQ(d->components[0].Num_Channels, 2);
+    EXPECT_EQ(d->components[0].Full_Srvc_Audio, 1);
+    EXPECT_EQ(d->components[1].component_tag, 0x32);
+    EXPECT_EQ(text(d->components[1].ISO_code), "spa");
+    EXPECT_EQ(d->components[1].Bit_Stream_Mode, 5);
+    EXPECT_EQ(d->components[1].Num_Channels, 12);
+    EXPECT_EQ(d->components[1].Full_Srvc_Audio, 0);
+}
+
+TEST(Scte35Descriptors, StayRawInTheStatedDictionaryBeyondItsOwn)
+{
+    golden_scte35<base_descriptor>(Bytes{0x04, 0x05} + "CUEI" + Bytes{0x0F});
+}
 } // namespace

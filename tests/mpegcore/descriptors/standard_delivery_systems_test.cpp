@@ -227,4 +227,21 @@ TEST(CellListDescriptor, KeepsCellsWithTheirSubcells)
     EXPECT_EQ(d->cells[1].cell_extent_of_longitude, 2);
     EXPECT_TRUE(d->cells[1].subcells.empty());
 }
+
+TEST(CellFrequencyLinkDescriptor, KeepsCellsAndTheirTransposers)
+{
+    const auto d = golden_standard<cell_frequency_link_descriptor>({0x6D, 0x13, 0x00, 0x01, 0x02, 0xDA, 0x3B,
+                                                                    0x40, 0x05, 0x07, 0x03, 0x19, 0x75, 0x00,
+                                                                    0x80, 0x02, 0x03, 0x19, 0x75, 0x01, 0x00});
+    ASSERT_EQ(d->cells.size(), 2U);
+    EXPECT_EQ(d->cells[0].cell_id, 1);
+    EXPECT_EQ(d->cells[0].frequency, 47856448U);
+    EXPECT_EQ(d->cells[0].subcell_info_loop_length, 5);
+    ASSERT_EQ(d->cells[0].subcells.size(), 1U);
+    EXPECT_EQ(d->cells[0].subcells[0].cell_id_extension, 7);
+    EXPECT_EQ(d->cells[0].subcells[0].transposer_frequency, 52000000U);
+    EXPECT_EQ(d->cells[1].cell_id, 0x8002);
+    EXPECT_EQ(d->cells[1].frequency, 52000001U);
+    EXPECT_TRUE(d->cells[1].subcells.empty());
+}
 } // namespace

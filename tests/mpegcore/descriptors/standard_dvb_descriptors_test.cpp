@@ -8,70 +8,6 @@ namespace
 using namespace mpegcore;
 using namespace zqtest;
 
-const Bytes linked_service{0x04, 0x31, 0x00, 0x01, 0x6D, 0x66};
-
-TEST(LinkageDescriptor, KeepsItsServiceAndWhatStandsBehind)
-{
-    const auto d = golden_standard<linkage_descriptor>(Bytes{0x4A, 0x09} + linked_service + Bytes{0x05, 0xAA, 0xBB});
-    EXPECT_EQ(d->transport_stream_id, 0x0431);
-    EXPECT_EQ(d->original_network_id, 1);
-    EXPECT_EQ(d->service_id, 0x6D66);
-    EXPECT_EQ(d->linkage_type, 5);
-    EXPECT_EQ(d->private_data_byte, (Bytes{0xAA, 0xBB}));
-}
-
-TEST(LinkageDescriptor, KeepsAHandOverToANetworkOfAnInitialService)
-{
-    const auto d = golden_standard<linkage_descriptor>(Bytes{0x4A, 0x0D} + linked_service +
-                                                       Bytes{0x08, 0x2E, 0x12, 0x34, 0x56, 0x78, 0x99});
-    EXPECT_EQ(d->hand_over.hand_over_type, 2);
-    EXPECT_EQ(d->hand_over.reserved_future_use, 7);
-    EXPECT_EQ(d->hand_over.origin_type, 0);
-    EXPECT_EQ(d->hand_over.network_id, 0x1234);
-    EXPECT_EQ(d->hand_over.initial_service_id, 0x5678);
-    EXPECT_EQ(d->private_data_byte, (Bytes{0x99}));
-}
-
-TEST(LinkageDescriptor, LeavesOutWhatAHandOverOfAnotherTypeLacks)
-{
-    const auto d = golden_standard<linkage_descriptor>(Bytes{0x4A, 0x08} + linked_service + Bytes{0x08, 0x4F});
-    EXPECT_EQ(d->hand_over.hand_over_type, 4);
-    EXPECT_EQ(d->hand_over.origin_type, 1);
-}
-
-TEST(LinkageDescriptor, KeepsALinkToAnEvent)
-{
-    const auto d =
-        golden_standard<linkage_descriptor>(Bytes{0x4A, 0x0A} + linked_service + Bytes{0x0D, 0x12, 0x34, 0xBF});
-    EXPECT_EQ(d->event.target_event_id, 0x1234);
-    EXPECT_EQ(d->event.target_listed, 1);
-    EXPECT_EQ(d->event.event_simulcast, 0);
-    EXPECT_EQ(d->event.reserved_future_use, 0x3F);
-}
-
-TEST(LinkageDescriptor, KeepsExtendedLinksToEventsInEachForm)
-{
-    const auto d = golden_standard<linkage_descriptor>(Bytes{0x4A, 0x1A} + linked_service + Bytes{0x0E, 0x11} +
-                                                       Bytes{0x11, 0x11, 0x90} +
-                                                       Bytes{0x22, 0x22, 0x57, 0x0A, 0x0B, 0x0C, 0x0D, 0x0E, 0x0F} +
-                                                       Bytes{0x33, 0x33, 0xCC, 0xBE, 0xEF} + Bytes{0x77});
-    EXPECT_EQ(d->loop_length, 17);
-    ASSERT_EQ(d->events.size(), 3U);
-    EXPECT_EQ(d->events[0].target_event_id, 0x1111);
-    EXPECT_EQ(d->events[0].target_listed, 1);
-    EXPECT_EQ(d->events[0].event_simulcast, 0);
-    EXPECT_EQ(d->events[0].link_type, 1);
-    EXPECT_EQ(d->events[0].target_id_type, 0);
-    EXPECT_EQ(d->events[1].event_simulcast, 1);
-    EXPECT_EQ(d->events[1].target_id_type, 1);
-    EXPECT_EQ(d->events[1].target_transport_stream_id, 0x0A0B);
-    EXPECT_EQ(d->events[1].target_original_network_id, 0x0C0D);
-    EXPECT_EQ(d->events[1].target_service_id, 0x0E0F);
-    EXPECT_EQ(d->events[2].target_id_type, 3);
-    EXPECT_EQ(d->events[2].user_defined_id, 0xBEEF);
-    EXPECT_EQ(d->private_data_byte, (Bytes{0x77}));
-}
-
 TEST(ComponentDescriptor, KeepsItsFieldsAndText)
 {
     const auto d = golden_standard<component_descriptor>(Bytes{0x50, 0x0B, 0xF5, 0x0B, 0x10} + "deu" + "video");
@@ -277,5 +213,43 @@ TEST(MessageDescriptor, KeepsItsText)
     EXPECT_EQ(d->message_id, 0x21);
     EXPECT_EQ(text(d->ISO_639_language_code), "ita");
     EXPECT_EQ(text(d->text), "Salve");
+}
+
+TEST(MultilingualBouquetNameDescriptor, KeepsEachLanguage)
+{
+    const auto d = golden_standard<multilingual_bouquet_name_descriptor>(Bytes{0x5C, 0x0E} + "fra" + Bytes{0x05} +
+                                                                         "Monde" + "eng" + Bytes{0x01} + "W");
+    ASSERT_EQ(d->entries.size(), 2U);
+    EXPECT_EQ(text(d->entries[0].ISO_639_language_code), "fra");
+    EXPECT_EQ(text(d->entries[0].bouquet_name), "Monde");
+    EXPECT_EQ(text(d->entries[1].ISO_639_language_code), "eng");
+    EXPECT_EQ(d->entries[1].bouquet_name_length, 1);
+    EXPECT_EQ(text(d->entries[1].bouquet_name), "W");
+}
+
+TEST(MultilingualComponentDescriptor, KeepsItsComponentAndEachLanguage)
+{
+    const auto d = golden_standard<multilingual_component_descriptor>(Bytes{0x5E, 0x0F, 0x2B} + "ita" + Bytes{0x04} +
+                                                                      "voce" + "nld" + Bytes{0x02} + "ab");
+    EXPECT_EQ(d->component_tag, 0x2B);
+    ASSERT_EQ(d->entries.size(), 2U);
+    EXPECT_EQ(text(d->entries[0].ISO_639_language_code), "ita");
+    EXPECT_EQ(text(d->entries[0].text_description), "voce");
+    EXPECT_EQ(text(d->entries[1].ISO_639_language_code), "nld");
+    EXPECT_EQ(d->entries[1].text_description_length, 2);
+    EXPECT_EQ(text(d->entries[1].text_description), "ab");
+}
+
+TEST(PartialTransportStreamDescriptor, KeepsItsRatesAndBuffer)
+{
+    // 25 Mbit/s, undefined, 8192 bytes.
+    const auto d = golden_standard<partial_transport_stream_descriptor>(
+        {0x63, 0x08, 0xC0, 0xF4, 0x24, 0xBF, 0xFF, 0xFF, 0xE0, 0x00});
+    EXPECT_EQ(d->DVB_reserved_future_use, 3);
+    EXPECT_EQ(d->peak_rate, 62500U);
+    EXPECT_EQ(d->DVB_reserved_future_use2, 2);
+    EXPECT_EQ(d->minimum_overall_smoothing_rate, 0x3FFFFFU);
+    EXPECT_EQ(d->DVB_reserved_future_use3, 3);
+    EXPECT_EQ(d->maximum_overall_smoothing_buffer, 0x2000);
 }
 } // namespace

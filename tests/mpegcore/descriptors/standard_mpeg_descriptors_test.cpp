@@ -113,4 +113,65 @@ TEST(HevcVideoDescriptor, KeepsTheLayersOfASubset)
     EXPECT_EQ(d->temporal_id_max, 5);
     EXPECT_EQ(d->reserved3, 0x1F);
 }
+
+TEST(AssociationTagDescriptor, KeepsWhichMessageHasTheServiceGateway)
+{
+    const auto d = golden_standard<association_tag_descriptor>(
+        {0x14, 0x0E, 0x00, 0x0B, 0x00, 0x00, 0x08, 0x80, 0x00, 0x00, 0x02, 0x00, 0x98, 0x96, 0x80, 0xEE});
+    EXPECT_EQ(d->association_tag, 11);
+    EXPECT_EQ(d->use, 0);
+    EXPECT_EQ(d->selector_length, 8);
+    EXPECT_EQ(d->transaction_id, 0x80000002U);
+    EXPECT_EQ(d->timeout, 10000000U);
+    EXPECT_TRUE(d->selector_byte.empty());
+    EXPECT_EQ(d->private_data_byte, (Bytes{0xEE}));
+}
+
+TEST(AssociationTagDescriptor, KeepsTheSelectorOfAnotherUse)
+{
+    const auto d =
+        golden_standard<association_tag_descriptor>({0x14, 0x08, 0x00, 0x0C, 0x01, 0x00, 0x02, 0xA1, 0xA2, 0xB1});
+    EXPECT_EQ(d->use, 0x0100);
+    EXPECT_EQ(d->selector_byte, (Bytes{0xA1, 0xA2}));
+    EXPECT_EQ(d->private_data_byte, (Bytes{0xB1}));
+}
+
+TEST(AssociationTagDescriptor, KeepsASelectorThatIsNoMessage)
+{
+    const auto d = golden_standard<association_tag_descriptor>({0x14, 0x06, 0x00, 0x0D, 0x00, 0x00, 0x01, 0xC1});
+    EXPECT_EQ(d->transaction_id, 0U);
+    EXPECT_EQ(d->selector_byte, (Bytes{0xC1}));
+}
+
+TEST(AvcTimingAndHrdDescriptor, KeepsATimeScaleOfItsOwn)
+{
+    // 27 MHz * 1 / 540 = 50 kHz, of which 1000 are a tick.
+    const auto d = golden_standard<AVC_timing_and_HRD_descriptor>(
+        {0x2A, 0x0F, 0xFF, 0x7F, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x02, 0x1C, 0x00, 0x00, 0x03, 0xE8, 0xBF});
+    EXPECT_EQ(d->hrd_management_valid_flag, 1);
+    EXPECT_EQ(d->reserved, 0x3F);
+    EXPECT_EQ(d->picture_and_timing_info_present, 1);
+    EXPECT_EQ(d->is_90kHz_flag, 0);
+    EXPECT_EQ(d->reserved2, 0x7F);
+    EXPECT_EQ(d->N, 1U);
+    EXPECT_EQ(d->K, 540U);
+    EXPECT_EQ(d->num_units_in_tick, 1000U);
+    EXPECT_EQ(d->fixed_frame_rate_flag, 1);
+    EXPECT_EQ(d->temporal_poc_flag, 0);
+    EXPECT_EQ(d->picture_to_display_conversion_flag, 1);
+    EXPECT_EQ(d->reserved3, 0x1F);
+}
+
+TEST(AvcTimingAndHrdDescriptor, HasNoFactorsAt90KilohertzAndNoTicksWithoutTiming)
+{
+    const auto timed =
+        golden_standard<AVC_timing_and_HRD_descriptor>({0x2A, 0x07, 0x7F, 0xFF, 0x00, 0x00, 0x0E, 0x10, 0x5F});
+    EXPECT_EQ(timed->hrd_management_valid_flag, 0);
+    EXPECT_EQ(timed->is_90kHz_flag, 1);
+    EXPECT_EQ(timed->num_units_in_tick, 3600U);
+    EXPECT_EQ(timed->temporal_poc_flag, 1);
+    const auto untimed = golden_standard<AVC_timing_and_HRD_descriptor>({0x2A, 0x02, 0xFE, 0x9F});
+    EXPECT_EQ(untimed->picture_and_timing_info_present, 0);
+    EXPECT_EQ(untimed->fixed_frame_rate_flag, 1);
+}
 } // namespace

@@ -181,6 +181,29 @@ inline bool carousel_data(const Json& object, const std::string& field, const st
     return hex_of(format) + object.at(field).get<std::string>() == without_spaces(text);
 }
 
+/// The structures of linkage_types 0x09, 0x0A and 0x0C count as private data there.
+inline bool linkage_data(const Json& object, const std::string& field, const std::string& text)
+{
+    const auto number = [](const Json& in, const char* name, int bytes) {
+        std::string big_endian;
+        while (bytes-- > 0)
+            big_endian += static_cast<char>(in.at(name).get<std::int64_t>() >> (8 * bytes));
+        return hex_of(big_endian);
+    };
+    std::string hex;
+    if (object.contains("OUI_data_length")) {
+        hex = number(object, "OUI_data_length", 1);
+        for (const Json& update : object.at("software_updates"))
+            hex += number(update, "OUI", 3) + number(update, "selector_length", 1) +
+                   update.at("selector").get<std::string>();
+    }
+    if (object.contains("table_type"))
+        hex += number(object, "table_type", 1);
+    if (object.contains("bouquet_id"))
+        hex += number(object, "bouquet_id", 2);
+    return hex + object.at(field).get<std::string>() == without_spaces(text);
+}
+
 /// The time alone there; with its flag in a structure of its own here.
 inline bool within_splice_time(const Json& object, const std::string& field, const std::string& text)
 {

@@ -4,72 +4,7 @@
 
 namespace zqtest
 {
-// The fills of descriptor_registry.h for the classes that only the standard dictionary has, by tag.
-
-inline void fill(mpegcore::registration_descriptor& d)
-{
-    d.format_identifier = 0x48455643;
-    d.additional_identification_info = {0xFF, 0x1B, 0x44};
-    d.descriptor_length = 7;
-}
-
-inline void fill(mpegcore::data_stream_alignment_descriptor& d)
-{
-    d.alignment_type = 0xC2;
-    d.descriptor_length = 1;
-}
-
-inline void fill(mpegcore::maximum_bitrate_descriptor& d)
-{
-    d.reserved = 2;
-    d.maximum_bitrate = 0x2AAAAB;
-    d.descriptor_length = 3;
-}
-
-inline void fill(mpegcore::carousel_identifier_descriptor& d)
-{
-    d.carousel_id = 0x00C0FFEE;
-    d.FormatID = 1;
-    d.boot = {2, 0x0304, 0x0FFE, 0x01020304, 5, 0x0A0B0C0D, 6, 3, {7, 8, 9}};
-    d.private_data_byte = {0xA1, 0xA2};
-    d.descriptor_length = 4 + 1 + 19 + 2;
-}
-
-inline void fill(mpegcore::MPEG_4_audio_descriptor& d)
-{
-    d.MPEG_4_audio_profile_and_level = 0x59;
-    d.descriptor_length = 1;
-}
-
-inline void fill(mpegcore::AVC_video_descriptor& d)
-{
-    d.profile_idc = 100;
-    d.constraint_set0_flag = d.constraint_set2_flag = d.constraint_set4_flag = 1;
-    d.AVC_compatible_flags = 2;
-    d.level_idc = 41;
-    d.AVC_still_present = d.Frame_Packing_SEI_not_present_flag = 1;
-    d.reserved = 0x15;
-    d.descriptor_length = 4;
-}
-
-inline void fill(mpegcore::HEVC_video_descriptor& d)
-{
-    d.profile_space = 1;
-    d.tier_flag = 1;
-    d.profile_idc = 2;
-    d.profile_compatibility_indication = 0x60000001;
-    d.progressive_source_flag = d.non_packed_constraint_flag = 1;
-    d.copied_44bits = 0xABCDEF01234;
-    d.level_idc = 153;
-    d.temporal_layer_subset_flag = d.HEVC_24hr_picture_present_flag = 1;
-    d.reserved = 2;
-    d.HDR_WCG_idc = 1;
-    d.temporal_id_min = 3;
-    d.reserved2 = 0x15;
-    d.temporal_id_max = 6;
-    d.reserved3 = 0x0A;
-    d.descriptor_length = 15;
-}
+// The fills of descriptor_registry.h for the classes of ETSI EN 300 468 that only the standard dictionary has, by tag.
 
 inline void fill(mpegcore::satellite_delivery_system_descriptor& d)
 {
@@ -158,10 +93,23 @@ inline void fill(mpegcore::multilingual_network_name_descriptor& d)
     d.descriptor_length = 17;
 }
 
+inline void fill(mpegcore::multilingual_bouquet_name_descriptor& d)
+{
+    d.entries = {{{'h', 'r', 'v'}, 2, {'B', 'u'}}, {{'s', 'l', 'k'}, 0, {}}, {{'s', 'q', 'i'}, 1, {'Q'}}};
+    d.descriptor_length = 15;
+}
+
 inline void fill(mpegcore::multilingual_service_name_descriptor& d)
 {
     d.entries = {{{'e', 's', 't'}, 2, {'P', 'r'}, 3, {'U', 'k', 's'}}, {{'l', 'a', 'v'}, 0, {}, 1, {'V'}}};
     d.descriptor_length = 16;
+}
+
+inline void fill(mpegcore::multilingual_component_descriptor& d)
+{
+    d.component_tag = 0x44;
+    d.entries = {{{'m', 'l', 't'}, 3, {'A', 'b', 'c'}}, {{'r', 'o', 'n'}, 1, {'D'}}};
+    d.descriptor_length = 1 + 7 + 5;
 }
 
 inline void fill(mpegcore::private_data_specifier_descriptor& d)
@@ -176,6 +124,17 @@ inline void fill(mpegcore::frequency_list_descriptor& d)
     d.coding_type = 3;
     d.entries = {{0x02F34400}, {0x03197500}};
     d.descriptor_length = 9;
+}
+
+inline void fill(mpegcore::partial_transport_stream_descriptor& d)
+{
+    d.DVB_reserved_future_use = 2;
+    d.peak_rate = 0x2AAAAB;
+    d.DVB_reserved_future_use2 = 1;
+    d.minimum_overall_smoothing_rate = 0x155556;
+    d.DVB_reserved_future_use3 = 3;
+    d.maximum_overall_smoothing_buffer = 0x1BCD;
+    d.descriptor_length = 8;
 }
 
 inline void fill(mpegcore::data_broadcast_descriptor& d)
@@ -202,6 +161,12 @@ inline void fill(mpegcore::cell_list_descriptor& d)
     d.cells = {{0x0001, 0x4E20, 0xFE0C, 0x123, 0x456, 16, {{1, 2, 3, 4, 5}, {6, 0x8001, 0x7FFF, 0xABC, 0xDEF}}},
                {0x0002, 0x8000, 0x0001, 0xFFF, 0x001, 0, {}}};
     d.descriptor_length = 10 + 16 + 10;
+}
+
+inline void fill(mpegcore::cell_frequency_link_descriptor& d)
+{
+    d.cells = {{0x0102, 0x02F34400, 10, {{1, 0x03197500}, {0xFE, 0x11223344}}}, {0x8003, 0xFFFFFFFE, 0, {}}};
+    d.descriptor_length = 7 + 10 + 7;
 }
 
 inline void fill(mpegcore::application_signalling_descriptor& d)
@@ -282,79 +247,5 @@ inline void fill(mpegcore::FTA_content_management_descriptor& d)
     d.control_remote_access_over_internet = 2;
     d.do_not_apply_revocation = 1;
     d.descriptor_length = 1;
-}
-
-inline void fill(mpegcore::standard_T2_delivery_system_descriptor& d)
-{
-    d.descriptor_tag_extension = 4;
-    d.plp_id = 7;
-    d.T2_system_id = 0xBEEF;
-    d.SISO_MISO = 2;
-    d.bandwidth = 9;
-    d.reserved_future_use = 1;
-    d.guard_interval = 5;
-    d.transmission_mode = 6;
-    d.other_frequency_flag = 1;
-    d.tfs_flag = 1;
-    d.tfs_cells = {{0x0102, 8, {{0x11111111}, {0x22222222}}, 5, {{9, 0x33333333}}}, {0x0304, 0, {}, 0, {}}};
-    d.descriptor_length = 6 + 2 + 1 + 8 + 1 + 5 + 4;
-}
-
-inline void fill(mpegcore::SH_delivery_system_descriptor& d)
-{
-    d.descriptor_tag_extension = 5;
-    d.diversity_mode = 13;
-    d.reserved_future_use = 10;
-    // A TDM modulation with a long interleaver and an OFDM one with a short one, then one without.
-    d.modulations = {{0, 1, 0, 0x15, 1, 2, 1, 10, 18, 1, 0, 0, 0, 0, 0, 0, 0x2A, 0x15, 0x33, 0x99, 0x2D, 0},
-                     {1, 1, 1, 0x0A, 0, 0, 0, 9, 0, 0, 4, 1, 3, 2, 1, 1, 0x15, 0, 0, 0, 0, 2},
-                     {1, 0, 1, 0x1F, 0, 0, 0, 5, 0, 0, 2, 0, 4, 1, 3, 0, 0, 0, 0, 0, 0, 0}};
-    d.descriptor_length = 2 + 7 + 4 + 3;
-}
-
-inline void fill(mpegcore::supplementary_audio_descriptor& d)
-{
-    d.descriptor_tag_extension = 6;
-    d.mix_type = 1;
-    d.editorial_classification = 0x15;
-    d.reserved_future_use = 0;
-    d.language_code_present = 1;
-    d.ISO_639_language_code = {'n', 'l', 'd'};
-    d.private_data_byte = {0x42};
-    d.descriptor_length = 6;
-}
-
-inline void fill(mpegcore::message_descriptor& d)
-{
-    d.descriptor_tag_extension = 8;
-    d.message_id = 0x21;
-    d.ISO_639_language_code = {'i', 't', 'a'};
-    d.text = {'C', 'i', 'a', 'o'};
-    d.descriptor_length = 9;
-}
-
-inline void fill(mpegcore::C2_delivery_system_descriptor& d)
-{
-    d.descriptor_tag_extension = 13;
-    d.plp_id = 0x12;
-    d.data_slice_id = 0x34;
-    d.C2_System_tuning_frequency = 0x1C9C3800;
-    d.C2_System_tuning_frequency_type = 1;
-    d.active_OFDM_symbol_duration = 5;
-    d.guard_interval = 2;
-    d.descriptor_length = 8;
-}
-
-inline void fill(mpegcore::T2_MI_descriptor& d)
-{
-    d.descriptor_tag_extension = 0x11;
-    d.reserved_zero_future_use = 0x15;
-    d.t2mi_stream_id = 5;
-    d.reserved_zero_future_use2 = 0x0A;
-    d.num_t2mi_streams_minus_one = 3;
-    d.reserved_zero_future_use3 = 0x55;
-    d.pcr_iscr_common_clock_flag = 1;
-    d.reserved_zero_future_use_byte = {1, 2};
-    d.descriptor_length = 6;
 }
 } // namespace zqtest
