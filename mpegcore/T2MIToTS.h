@@ -97,6 +97,7 @@ public:
     void ParserBBFrame(ZQSDK::ZQBSReaderT<unsigned char*>* reader);
 
 protected:
+    using CBaseMpegParser::only_read_adaptation_fields;
     using CBaseMpegParser::OnPES;
 
 private:
