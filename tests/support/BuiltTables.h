@@ -129,14 +129,14 @@ Bytes filled_bytes()
     return written(descriptor);
 }
 
-/// A splice_info_section (SCTE 35, 9.2) with a splice_null and these descriptors, in a payload unit.
+/// A splice_info_section (SCTE 35, 9.6) with a splice_null and these descriptors, in a payload unit.
 inline Bytes splice_unit(const Bytes& descriptors)
 {
     const Bytes body =
-        Bytes{0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xF0, 0, 0x00} +
+        Bytes{0, 0, 0, 0, 0, 0, 0, 0xFF, 0xF0, 0, 0x00} +
         Bytes{static_cast<unsigned char>(descriptors.size() >> 8), static_cast<unsigned char>(descriptors.size())} +
         descriptors;
-    return Bytes{0} + section_of(0xFC, body);
+    return Bytes{0} + section_of(0xFC, body, 0x3);
 }
 
 inline std::string of_program(unsigned program_number) { return formatted("pat_program=%u ", program_number); }
