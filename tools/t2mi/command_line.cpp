@@ -3,9 +3,11 @@
 
 #include "tools/common/parse_number.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <functional>
-#include <limits>
+#include <memory>
 #include <string_view>
 
 namespace t2mi
@@ -13,6 +15,21 @@ namespace t2mi
 namespace
 {
 using tools::parse_number;
+
+constexpr const char* usage =
+    "Usage: zq-t2mi-mux --plp ID=FILE [--plp ID=FILE ...] --output FILE [options]\n\n"
+    "Wraps transport streams as the PLPs of one T2-MI stream (TS 102 773): baseband frames in\n"
+    "high-efficiency mode, timestamp and auxiliary packets, on one PID of a transport stream with\n"
+    "PAT and PMT. Inputs run side by side at the pace of their PCRs. \"-\" as FILE is standard\n"
+    "input or output. Numbers may be hexadecimal behind 0x. L1 signalling is not made.\n";
+constexpr const char* footer =
+    "Exits with 0, with 1 when a file or the rate fails it, with 2 when the arguments are wrong.";
+
+class help_format : public CLI::Formatter
+{
+public:
+    std::string make_usage(const CLI::App* /*app*/, std::string /*name*/) const override { return usage; }
+};
 
 bool parse_frame_size(std::string_view text, t2mi_options& options)
 {
@@ -35,58 +52,104 @@ bool parse_plp(std::string_view text, std::vector<command_line::plp_input>& inpu
     return true;
 }
 
-struct option
-{
-    std::string_view name;
-    std::string_view argument; // empty: takes none
-    std::string_view help;
-    std::function<bool(std::string_view, command_line&)> apply;
-};
+/// What makes something of an option's value, or refuses it.
+using take_value = std::function<bool(const std::string&)>;
 
-template <class Member>
-auto number_into(Member t2mi_options::*member)
+void add_value(CLI::App& app, const std::string& name, const std::string& value, const take_value& take,
+               const std::string& help)
 {
-    return [member](std::string_view text, command_line& line) { return parse_number(text, line.options.*member); };
+    const auto take_it = [name, take](const CLI::results_t& texts) {
+        if (!take(texts.back()))
+            throw CLI::ConversionError("bad value \"" + texts.back() + "\" for " + name,
+                                       CLI::ExitCodes::ConversionError);
+        return true;
+    };
+    app.add_option(name, take_it, help)->option_text(value)->trigger_on_parse();
 }
 
-const std::vector<option>& known_options()
+template <class Number>
+take_value number_into(Number& number)
 {
-    static const std::vector<option> options{
-        {"--plp", "ID=FILE", "transport stream FILE becomes the PLP with this id, 0 to 255; once for each PLP",
-         [](std::string_view text, command_line& line) { return parse_plp(text, line.inputs); }},
-        {"--output", "FILE", "where the stream goes",
-         [](std::string_view text, command_line& line) { return !(line.output = text).empty(); }},
-        {"--bitrate", "N", "constant rate of the output in bit/s, reached with null packets (default: none are added)",
-         number_into(&t2mi_options::bitrate)},
-        {"--input-bitrate", "N", "rate in bit/s of inputs that carry no PCR (default 5000000)",
-         [](std::string_view text, command_line& line) {
-             return parse_number(text, line.input_bitrate) && line.input_bitrate != 0;
-         }},
-        {"--frame-size", "N | MIN-MAX",
-         "bytes of a baseband frame's data field, 187 to 8178; drawn at random from a range (default 5370)",
-         [](std::string_view text, command_line& line) { return parse_frame_size(text, line.options); }},
-        {"--frames", "N", "baseband frames in a T2 frame (default 8)",
-         number_into(&t2mi_options::baseband_frames_per_t2_frame)},
-        {"--superframe", "N", "T2 frames in a superframe, 1 to 256 (default 2)",
-         number_into(&t2mi_options::t2_frames_per_superframe)},
-        {"--auxiliary", "N", "random bytes in the auxiliary packet of every T2 frame, 0 for none (default 16)",
-         number_into(&t2mi_options::auxiliary_bytes)},
-        {"--no-timestamps", "", "no timestamp packet in front of every superframe",
-         [](std::string_view, command_line& line) { return !(line.options.timestamps = false); }},
-        {"--start", "SECONDS", "absolute timestamps that begin at these seconds since 2000 (default: relative ones)",
-         number_into(&t2mi_options::start_seconds)},
-        {"--pid", "PID", "PID of the T2-MI packets (default 0x1000)", number_into(&t2mi_options::t2mi_PID)},
-        {"--pmt-pid", "PID", "PID of the PMT (default 0x0100)", number_into(&t2mi_options::pmt_PID)},
-        {"--program", "N", "program number (default 1)", number_into(&t2mi_options::program_number)},
-        {"--ts-id", "N", "transport stream id (default 1)", number_into(&t2mi_options::transport_stream_id)},
-        {"--stream-id", "N", "T2-MI stream id, 0 to 7 (default 0)", number_into(&t2mi_options::t2mi_stream_id)},
-        {"--seed", "N", "seed of frame sizes and auxiliary data (default 1)", number_into(&t2mi_options::seed)},
-        {"--quiet", "", "no progress bar", [](std::string_view, command_line& line) { return line.quiet = true; }},
-        {"--version", "", "prints the version",
-         [](std::string_view, command_line& line) { return line.version = true; }},
-        {"--help", "", "prints this text", [](std::string_view, command_line& line) { return line.help = true; }},
+    return [&number](const std::string& text) { return parse_number(text, number); };
+}
+
+void add_flag(CLI::App& app, const std::string& name, const std::function<void()>& act, const std::string& help)
+{
+    app.add_flag_callback(name, act, help)->disable_flag_override()->trigger_on_parse();
+}
+
+void add_stream_options(CLI::App& app, command_line& line)
+{
+    t2mi_options& options = line.options;
+    const auto parse_rate = [&line](const std::string& text) {
+        return parse_number(text, line.input_bitrate) && line.input_bitrate != 0;
     };
-    return options;
+    add_value(
+        app, "--plp", "ID=FILE", [&line](const std::string& text) { return parse_plp(text, line.inputs); },
+        "transport stream FILE becomes the PLP with this id, 0 to 255; once for each PLP");
+    add_value(
+        app, "--output", "FILE", [&line](const std::string& text) { return !(line.output = text).empty(); },
+        "where the stream goes");
+    add_value(app, "--bitrate", "N", number_into(options.bitrate),
+              "constant rate of the output in bit/s, reached with null packets (default: none are added)");
+    add_value(app, "--input-bitrate", "N", parse_rate, "rate in bit/s of inputs that carry no PCR (default 5000000)");
+    add_value(
+        app, "--frame-size", "N | MIN-MAX",
+        [&options](const std::string& text) { return parse_frame_size(text, options); },
+        "bytes of a baseband frame's data field, 187 to 8178; drawn at random from a range (default 5370)");
+    add_value(app, "--frames", "N", number_into(options.baseband_frames_per_t2_frame),
+              "baseband frames in a T2 frame (default 8)");
+    add_value(app, "--superframe", "N", number_into(options.t2_frames_per_superframe),
+              "T2 frames in a superframe, 1 to 256 (default 2)");
+    add_value(app, "--auxiliary", "N", number_into(options.auxiliary_bytes),
+              "random bytes in the auxiliary packet of every T2 frame, 0 for none (default 16)");
+    add_flag(
+        app, "--no-timestamps", [&options] { options.timestamps = false; },
+        "no timestamp packet in front of every superframe");
+    add_value(app, "--start", "SECONDS", number_into(options.start_seconds),
+              "absolute timestamps that begin at these seconds since 2000 (default: relative ones)");
+}
+
+void add_other_options(CLI::App& app, command_line& line)
+{
+    t2mi_options& options = line.options;
+    add_value(app, "--pid", "PID", number_into(options.t2mi_PID), "PID of the T2-MI packets (default 0x1000)");
+    add_value(app, "--pmt-pid", "PID", number_into(options.pmt_PID), "PID of the PMT (default 0x0100)");
+    add_value(app, "--program", "N", number_into(options.program_number), "program number (default 1)");
+    add_value(app, "--ts-id", "N", number_into(options.transport_stream_id), "transport stream id (default 1)");
+    add_value(app, "--stream-id", "N", number_into(options.t2mi_stream_id), "T2-MI stream id, 0 to 7 (default 0)");
+    add_value(app, "--seed", "N", number_into(options.seed), "seed of frame sizes and auxiliary data (default 1)");
+    add_flag(
+        app, "--quiet", [&line] { line.quiet = true; }, "no progress bar");
+    // Nothing behind these two is looked at.
+    const auto end_parsing = [](bool& asked) {
+        return [&asked] {
+            asked = true;
+            throw CLI::Success();
+        };
+    };
+    add_flag(app, "--version", end_parsing(line.version), "prints the version");
+    add_flag(app, "-h,--help", end_parsing(line.help), "prints this text");
+}
+
+/// Knows the options of `line`, which must outlive it.
+std::unique_ptr<CLI::App> make_parser(command_line& line)
+{
+    auto app = std::make_unique<CLI::App>(std::string(), "zq-t2mi-mux");
+    app->formatter(std::make_shared<help_format>());
+    app->footer(footer);
+    app->set_help_flag();
+    app->allow_extras();
+    add_stream_options(*app, line);
+    add_other_options(*app, line);
+    return app;
+}
+
+/// CLI11 names an option that lacks its value with its dashes, and a flag that has one without.
+std::string mismatch(const std::string& what)
+{
+    const std::string name = what.substr(0, what.find_first_of(": "));
+    return name[0] == '-' ? name + " needs a value" : "--" + name + " takes no value";
 }
 
 std::string find_missing(const command_line& line)
@@ -110,46 +173,24 @@ std::string find_missing(const command_line& line)
 
 std::string parse_command_line(const std::vector<std::string>& arguments, command_line& line)
 {
-    for (std::size_t at = 0; at < arguments.size(); ++at) {
-        // Both "--name value" and "--name=value"; only the first "=" divides.
-        const std::string_view argument = arguments[at];
-        const auto equals = argument.find('=');
-        const auto name = argument.substr(0, equals);
-        const auto& options = known_options();
-        const auto known =
-            std::find_if(options.begin(), options.end(), [name](const option& o) { return o.name == name; });
-        if (known == options.end())
-            return "unknown argument \"" + arguments[at] + "\"";
-        std::string_view value;
-        if (equals != std::string_view::npos)
-            value = argument.substr(equals + 1);
-        else if (!known->argument.empty() && ++at < arguments.size())
-            value = arguments[at];
-        if (known->argument.empty() ? equals != std::string_view::npos : value.empty())
-            return std::string(name) + (known->argument.empty() ? " takes no value" : " needs a value");
-        if (!known->apply(value, line))
-            return "bad value \"" + std::string(value) + "\" for " + std::string(name);
-        if (line.help || line.version)
-            return {};
+    const auto app = make_parser(line);
+    try {
+        app->parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    } catch (const CLI::Success&) {
+        return {};
+    } catch (const CLI::ArgumentMismatch& error) {
+        return mismatch(error.what());
+    } catch (const CLI::ParseError& error) {
+        return error.what();
     }
+    if (const auto unknown = app->remaining(); !unknown.empty())
+        return "unknown argument \"" + unknown.front() + '"';
     return find_missing(line);
 }
 
 std::string help_text()
 {
-    std::string text = "Usage: zq-t2mi-mux --plp ID=FILE [--plp ID=FILE ...] --output FILE [options]\n\n"
-                       "Wraps transport streams as the PLPs of one T2-MI stream (TS 102 773): baseband frames in\n"
-                       "high-efficiency mode, timestamp and auxiliary packets, on one PID of a transport stream with\n"
-                       "PAT and PMT. Inputs run side by side at the pace of their PCRs. \"-\" as FILE is standard\n"
-                       "input or output. Numbers may be hexadecimal behind 0x. L1 signalling is not made.\n\n";
-    constexpr std::size_t column = 28;
-    for (const auto& option : known_options()) {
-        std::string line = "  " + std::string(option.name);
-        if (!option.argument.empty())
-            line += " " + std::string(option.argument);
-        line.resize(std::max(line.size() + 1, column), ' ');
-        text += line + std::string(option.help) + "\n";
-    }
-    return text + "\nExits with 0, with 1 when a file or the rate fails it, with 2 when the arguments are wrong.\n";
+    command_line line;
+    return make_parser(line)->help();
 }
 } // namespace t2mi
