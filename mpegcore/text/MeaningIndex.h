@@ -77,6 +77,7 @@ void add_service_meanings(MeaningIndex& index);
 void add_content_meanings(MeaningIndex& index);
 void add_component_meanings(MeaningIndex& index);
 void add_delivery_meanings(MeaningIndex& index);
+void add_t2_meanings(MeaningIndex& index);
 void add_application_meanings(MeaningIndex& index);
 void add_splice_meanings(MeaningIndex& index);
 void add_owner_names(MeaningIndex& index);

@@ -45,6 +45,7 @@ const MeaningIndex& MeaningIndex::instance()
         add_content_meanings(all);
         add_component_meanings(all);
         add_delivery_meanings(all);
+        add_t2_meanings(all);
         add_application_meanings(all);
         add_splice_meanings(all);
         add_owner_names(all);

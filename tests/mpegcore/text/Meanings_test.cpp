@@ -6,6 +6,22 @@
 
 using namespace mpegcore;
 
+TEST(Meanings, OfTheL1SignallingOfDvbT2)
+{
+    EXPECT_EQ(meaning_of("PLP_TYPE", 0), "common");
+    EXPECT_EQ(meaning_of("PLP_PAYLOAD_TYPE", 3), "TS");
+    EXPECT_EQ(meaning_of("PLP_COD", 1), "3/5");
+    EXPECT_EQ(meaning_of("PLP_COD", 7), "2/5");
+    EXPECT_EQ(meaning_of("PLP_MOD", 3), "256-QAM");
+    EXPECT_EQ(meaning_of("PLP_FEC_TYPE", 1), "64K LDPC");
+    EXPECT_EQ(meaning_of("PLP_MODE", 0), "");
+    EXPECT_EQ(meaning_of("PLP_MODE", 2), "high efficiency");
+    EXPECT_EQ(meaning_of("GUARD_INTERVAL", 6), "19/256");
+    EXPECT_EQ(meaning_of("PILOT_PATTERN", 7), "PP8");
+    EXPECT_EQ(meaning_of("S1", 3), "T2-Lite SISO");
+    EXPECT_EQ(meaning_of("bw", 0), "1.7 MHz");
+}
+
 TEST(Meanings, AreFoundByTheFieldsNameAndTheValue)
 {
     EXPECT_EQ(meaning_of("table_id", 0x00), "PAT");
