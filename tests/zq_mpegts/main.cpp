@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/net_sandbox.h"
+#include "zq_mpegts/zq_gst_t2mi_demux.h"
 #include "zq_mpegts/zq_gst_udp_src.h"
 
 #include <gtest/gtest.h>
@@ -21,5 +22,6 @@ int main(int argc, char** argv)
     support::enter_net_sandbox();
     gst_init(&argc, &argv);
     zq_register_udp_src(nullptr);
+    zq_register_t2mi_demux(nullptr);
     return RUN_ALL_TESTS();
 }

@@ -27,7 +27,7 @@ TEST(MpegTsPlugin, ExportsItsTwoEntryPointsAndNothingElse)
               "gst_plugin_zqmpegts_get_desc\ngst_plugin_zqmpegts_register\n");
 }
 
-TEST(MpegTsPlugin, BringsTheElementWithoutARank)
+TEST(MpegTsPlugin, BringsItsElementsWithoutARank)
 {
     gst_init(nullptr, nullptr);
     GstPlugin* const plugin = gst_plugin_load_file(ZQ_PLUGIN, nullptr);
@@ -38,5 +38,10 @@ TEST(MpegTsPlugin, BringsTheElementWithoutARank)
     EXPECT_EQ(gst_plugin_feature_get_rank(GST_PLUGIN_FEATURE(factory)), static_cast<guint>(GST_RANK_NONE));
     EXPECT_EQ(gst_element_factory_get_uri_type(factory), GST_URI_SRC);
     gst_object_unref(factory);
+    GstElementFactory* const demultiplexer = gst_element_factory_find("zqt2midemux");
+    ASSERT_NE(demultiplexer, nullptr);
+    EXPECT_EQ(gst_plugin_feature_get_rank(GST_PLUGIN_FEATURE(demultiplexer)), static_cast<guint>(GST_RANK_NONE));
+    EXPECT_STREQ(gst_element_factory_get_metadata(demultiplexer, GST_ELEMENT_METADATA_KLASS), "Codec/Demuxer");
+    gst_object_unref(demultiplexer);
     gst_object_unref(plugin);
 }

@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "zq_mpegts/zq_t2mi_demux.h"
+
+#include "mpegcore/text/Meanings.h"
+#include "zq_mpegts/zq_t2mi_messages.h"
+
+#include <bitset>
+#include <string>
+
+using mpegcore::T2MIDemultiplexer;
+
+namespace
+{
+/// So much stream without T2-MI is worth a warning.
+constexpr GstClockTime longest_search = 5 * GST_SECOND;
+
+guint group_of(GstPad* sink)
+{
+    guint group = GST_GROUP_ID_INVALID;
+    if (GstEvent* const start = gst_pad_get_sticky_event(sink, GST_EVENT_STREAM_START, 0)) {
+        gst_event_parse_group_id(start, &group);
+        gst_event_unref(start);
+    }
+    return group != GST_GROUP_ID_INVALID ? group : gst_util_group_id_next();
+}
+} // namespace
+
+zq_t2mi_demux::zq_t2mi_demux(GstElement* element, GstPad* sink, const zq_t2mi_demux_settings& settings)
+    : m_element{element}, m_sink{sink}, m_demultiplexer{*this}, m_flows{gst_flow_combiner_new()}
+{
+    gst_segment_init(&m_segment, GST_FORMAT_TIME);
+    m_demultiplexer.set_restore_nulls(settings.reinsert_null_packets);
+    m_demultiplexer.set_stream_id(settings.stream_id);
+    if (settings.plp >= 0)
+        m_demultiplexer.set_PLPs(std::bitset<256>{}.set(static_cast<std::size_t>(settings.plp)));
+    m_demultiplexer.set_PID(settings.pid);
+}
+
+zq_t2mi_demux::~zq_t2mi_demux() { gst_flow_combiner_free(m_flows); }
+
+void zq_t2mi_demux::set_caps(const GstCaps* caps)
+{
+    const GstStructure* const structure = gst_caps_get_structure(caps, 0);
+    const bool is_rtp = gst_structure_has_name(structure, "application/x-rtp");
+    m_kind = zq_net::datagram_kind{is_rtp ? zq_net::rtp_mode::on : zq_net::rtp_mode::automatic};
+}
+
+void zq_t2mi_demux::set_segment(GstEvent* event)
+{
+    gst_event_copy_segment(event, &m_segment);
+    m_has_segment = true;
+    for (const auto& pad : m_pads)
+        pad.second->set_segment(m_segment, gst_event_get_seqnum(event));
+}
+
+void zq_t2mi_demux::flush()
+{
+    m_demultiplexer.reset();
+    gst_flow_combiner_reset(m_flows);
+    for (const auto& pad : m_pads)
+        pad.second->drop();
+    m_first_pts = GST_CLOCK_TIME_NONE;
+}
+
+void zq_t2mi_demux::put(GstBuffer* buffer)
+{
+    GstMapInfo map;
+    if (!gst_buffer_map(buffer, &map, GST_MAP_READ))
+        return;
+    take_time(buffer);
+    if (GST_BUFFER_IS_DISCONT(buffer))
+        m_demultiplexer.reset();
+    if (const auto packet = m_kind.look(map.data, map.size)) {
+        m_sequence.see(packet->sequence_number);
+        m_rtp_packets = m_sequence.received();
+        m_rtp_lost = m_sequence.lost();
+        m_demultiplexer.put(packet->payload, packet->payload_size);
+    } else if (!m_kind.demands_rtp()) {
+        m_demultiplexer.put(map.data, map.size);
+    }
+    gst_buffer_unmap(buffer, &map);
+}
+
+void zq_t2mi_demux::take_time(GstBuffer* buffer)
+{
+    m_pts = GST_BUFFER_PTS(buffer);
+    m_dts = GST_BUFFER_DTS(buffer);
+    if (m_had_pads || m_told_missing || !GST_CLOCK_TIME_IS_VALID(m_pts))
+        return;
+    if (!GST_CLOCK_TIME_IS_VALID(m_first_pts))
+        m_first_pts = m_pts;
+    if (m_pts < m_first_pts + longest_search)
+        return;
+    m_told_missing = true;
+    GST_ELEMENT_WARNING(m_element, STREAM, DEMUX, ("No T2-MI was found in 5 seconds of the stream."), (nullptr));
+}
+
+GstFlowReturn zq_t2mi_demux::push()
+{
+    GstFlowReturn together = GST_FLOW_OK;
+    for (const auto& pad : m_pads)
+        together = gst_flow_combiner_update_pad_flow(m_flows, pad.second->pad(), pad.second->push());
+    return together == GST_FLOW_NOT_LINKED ? GST_FLOW_OK : together;
+}
+
+bool zq_t2mi_demux::finish()
+{
+    m_demultiplexer.finish();
+    static_cast<void>(push());
+    return m_had_pads;
+}
+
+void zq_t2mi_demux::remove_pads()
+{
+    for (const auto& pad : m_pads) {
+        gst_flow_combiner_remove_pad(m_flows, pad.second->pad());
+        gst_pad_set_active(pad.second->pad(), FALSE);
+        gst_element_remove_pad(m_element, pad.second->pad());
+    }
+    m_pads.clear();
+}
+
+void zq_t2mi_demux::on_packet(std::uint8_t plp_id, const mpegcore::UserPacket& packet, bool is_behind_gap)
+{
+    m_pads.find(plp_id)->second->add(packet.data, is_behind_gap, m_pts, m_dts);
+}
+
+void zq_t2mi_demux::on_PLP_appeared(std::uint8_t plp_id)
+{
+    if (!m_had_pads)
+        m_group = group_of(m_sink);
+    m_had_pads = true;
+    auto& pad = m_pads[plp_id];
+    pad = std::make_unique<zq_t2mi_pad>(m_element, plp_id, m_group);
+    if (m_has_segment)
+        pad->set_segment(m_segment, gst_util_seqnum_next());
+    tell_tags(*pad);
+    gst_flow_combiner_add_pad(m_flows, pad->pad());
+    gst_element_add_pad(m_element, pad->pad());
+    tell_streams();
+}
+
+void zq_t2mi_demux::on_PLP_gone(std::uint8_t plp_id)
+{
+    const auto found = m_pads.find(plp_id);
+    if (found == m_pads.end())
+        return;
+    const auto pad = std::move(found->second);
+    m_pads.erase(found);
+    static_cast<void>(pad->push());
+    gst_pad_push_event(pad->pad(), gst_event_new_eos());
+    gst_flow_combiner_remove_pad(m_flows, pad->pad());
+    gst_pad_set_active(pad->pad(), FALSE);
+    gst_element_remove_pad(m_element, pad->pad());
+    tell_streams();
+}
+
+void zq_t2mi_demux::on_L1_changed(const mpegcore::L1Current& L1)
+{
+    gst_element_post_message(m_element, gst_message_new_element(GST_OBJECT(m_element), zq_t2mi_L1_structure(L1)));
+    for (const auto& pad : m_pads)
+        tell_tags(*pad.second);
+}
+
+void zq_t2mi_demux::on_PID(std::uint16_t PID) { GST_INFO_OBJECT(m_element, "T2-MI on PID 0x%04x", PID); }
+
+void zq_t2mi_demux::on_warning(T2MIDemultiplexer::Warning warning, unsigned id)
+{
+    if (warning == T2MIDemultiplexer::Warning::scrambled)
+        GST_ELEMENT_WARNING(m_element, STREAM, DECRYPT, ("The T2-MI on PID %u is scrambled.", id), (nullptr));
+    else
+        GST_ELEMENT_WARNING(m_element, STREAM, FORMAT, ("PLP %u carries no transport stream.", id), (nullptr));
+}
+
+/// The collection of the pads that there are, on the bus and on each of them.
+void zq_t2mi_demux::tell_streams()
+{
+    GstStreamCollection* const collection = gst_stream_collection_new(nullptr);
+    for (const auto& pad : m_pads)
+        gst_stream_collection_add_stream(collection, GST_STREAM(gst_object_ref(pad.second->stream())));
+    for (const auto& pad : m_pads)
+        gst_pad_push_event(pad.second->pad(), gst_event_new_stream_collection(collection));
+    gst_element_post_message(m_element, gst_message_new_stream_collection(GST_OBJECT(m_element), collection));
+    gst_object_unref(collection);
+    std::vector<std::uint8_t> plp_ids;
+    for (const auto& pad : m_pads)
+        plp_ids.push_back(pad.first);
+    gst_element_post_message(m_element,
+                             gst_message_new_element(GST_OBJECT(m_element), zq_t2mi_plps_structure(plp_ids)));
+}
+
+void zq_t2mi_demux::tell_tags(zq_t2mi_pad& pad)
+{
+    for (const auto& [plp_id, known] : m_pads) {
+        if (known.get() != &pad)
+            continue;
+        const auto* const plp = m_demultiplexer.L1_of(plp_id);
+        if (plp == nullptr)
+            return;
+        GstTagList* const tags = zq_t2mi_tags(*plp);
+        gst_stream_set_tags(pad.stream(), tags);
+        gst_pad_push_event(pad.pad(), gst_event_new_tag(tags));
+    }
+}
+
+GstStructure* zq_t2mi_demux::stats() const
+{
+    return zq_t2mi_stats_structure(m_demultiplexer, m_rtp_packets, m_rtp_lost);
+}

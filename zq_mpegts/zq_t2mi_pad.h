@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include <gst/gst.h>
+
+#include <cstddef>
+#include <cstdint>
+
+/// The source pad of one PLP and the buffers that are being filled for it.
+class zq_t2mi_pad
+{
+public:
+    /// Makes the pad, active, with stream-start and caps on it; it is not in the element yet.
+    zq_t2mi_pad(GstElement* element, std::uint8_t plp_id, guint group);
+    ~zq_t2mi_pad();
+    zq_t2mi_pad(const zq_t2mi_pad&) = delete;
+    zq_t2mi_pad& operator=(const zq_t2mi_pad&) = delete;
+
+    GstPad* pad() const { return m_pad; }
+    GstStream* stream() const { return m_stream; }
+
+    /// The segment that holds from the next buffer on. One in bytes begins where this pad stands.
+    void set_segment(const GstSegment& segment, guint32 seqnum);
+    /// Adds a packet of 188 bytes. The times are those of a buffer that begins with it.
+    void add(const unsigned char* packet, bool is_behind_gap, GstClockTime pts, GstClockTime dts);
+    /// Pushes what was added; GST_FLOW_OK when there is nothing.
+    GstFlowReturn push();
+    /// Forgets what was added.
+    void drop();
+
+private:
+    void begin(GstClockTime pts, GstClockTime dts);
+    void end();
+
+    GstElement* m_element;
+    GstPad* m_pad;
+    GstStream* m_stream;
+    GstBuffer* m_buffer = nullptr; ///< being filled
+    GstMapInfo m_map{};
+    gsize m_fill = 0;
+    GstBufferList* m_list = nullptr; ///< filled ones
+    guint64 m_bytes = 0;             ///< that were added since the start
+    bool m_discont = true;
+};
