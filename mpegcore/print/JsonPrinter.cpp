@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/print/JsonPrinter.h"
 
+#include "mpegcore/print/PrintedTime.h"
 #include "mpegcore/print/Quoted.h"
-#include "mpegcore/text/DVBTime.h"
 
 #include <algorithm>
 
@@ -51,7 +51,7 @@ void JsonPrinter::time(const char* name, std::uint64_t value)
 {
     key(name);
     if (const auto instant = utc_of(value))
-        append_quoted(m_line, to_iso_8601(*instant));
+        append_quoted(m_line, printed_time(*instant, m_options));
     else
         raw(name, value, 10);
 }

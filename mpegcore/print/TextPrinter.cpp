@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/print/TextPrinter.h"
 
+#include "mpegcore/print/PrintedTime.h"
 #include "mpegcore/print/Quoted.h"
-#include "mpegcore/text/DVBTime.h"
 
 #include <string_view>
 
@@ -67,7 +67,7 @@ void TextPrinter::time(const char* name, std::uint64_t value)
 {
     start_line(name);
     if (const auto instant = utc_of(value)) {
-        m_text.append(" ").append(to_iso_8601(*instant)).append("\n");
+        m_text.append(" ").append(printed_time(*instant, m_options)).append("\n");
         return;
     }
     m_text += " undefined (0x";

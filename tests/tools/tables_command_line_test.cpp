@@ -42,11 +42,29 @@ TEST(TablesCommandLine, TakesFiltersAsOftenAsTheyCome)
     EXPECT_EQ(parsed.options.input, "a.ts");
 }
 
+TEST(TablesCommandLine, TakesACountryAndARegionForLocalTime)
+{
+    const Parsed country({"--local-time", "deu"});
+    EXPECT_EQ(country.result, request::run) << country.text;
+    EXPECT_EQ(country.options.print.local_time.country_code, "deu");
+    EXPECT_EQ(country.options.print.local_time.country_region_id, 0U);
+    const Parsed region({"--local-time=ESP:2"});
+    EXPECT_EQ(region.options.print.local_time.country_code, "ESP");
+    EXPECT_EQ(region.options.print.local_time.country_region_id, 2U);
+}
+
 TEST(TablesCommandLine, RefusesWhatItDoesNotKnow)
 {
     const std::vector<std::vector<std::string>> wrong{{"--what"},
                                                       {"a.ts", "b.ts"},
                                                       {"--pid", "8192"},
+                                                      {"--local-time", "DE"},
+                                                      {"--local-time", "ESP:61"},
+                                                      {"--local-time", "ESP:"},
+                                                      {"--local-time", "ESP", "--services"},
+                                                      {"--charset", "none"},
+                                                      {"--json", "--sections"},
+                                                      {"--once", "--all"},
                                                       {"--pid", "x"},
                                                       {"--pid"},
                                                       {"--table-id", "256"},

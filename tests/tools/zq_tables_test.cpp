@@ -140,6 +140,30 @@ TEST_F(Tables, IsInColourOnATerminalOnlyAndNotAgainstTheUsersWill)
     EXPECT_THAT(shell("NO_COLOR=1 script -qec '" ZQ_TABLES " a.ts' /dev/null").text, testing::Not(HasSubstr("\033")));
 }
 
+TEST_F(Tables, ShowsTimesInLocalTimeOnceATotHasToldIt)
+{
+    // Europe/Berlin: an hour ahead, two from 1993-10-14 on.
+    const Bytes TDT{0x70, 0x70, 0x05, 0xC0, 0x79, 0x12, 0x45, 0x00};
+    const Bytes TOT = zqtest::section_of(0x73, {0xC0, 0x79, 0x12, 0x45, 0x00, 0xF0, 0x0F, 0x58, 0x0D, 'D',  'E',
+                                                'U',  0x02, 0x01, 0x00, 0xC0, 0x7A, 0x00, 0x00, 0x00, 0x02, 0x00},
+                                         0x7);
+    zqtest::Stream stream;
+    stream.section(0x0014, TDT).section(0x0014, TOT).section(0x0014, TDT);
+    write_file("a.ts", stream.data);
+    const auto times = [this](const std::string& options) {
+        std::vector<std::string> found;
+        const std::string text = run("--all --table TDT " + options + " a.ts").text;
+        const std::regex time("UTC_time: (.*)");
+        for (std::sregex_iterator at(text.begin(), text.end(), time), end; at != end; ++at)
+            found.push_back((*at)[1]);
+        return found;
+    };
+    EXPECT_THAT(times(""), testing::ElementsAre("1993-10-13T12:45:00Z", "1993-10-13T12:45:00Z"));
+    EXPECT_THAT(times("--local-time deu"), testing::ElementsAre("1993-10-13T12:45:00Z", "1993-10-13T13:45:00+01:00"));
+    EXPECT_THAT(times("--local-time FRA"), testing::ElementsAre("1993-10-13T12:45:00Z", "1993-10-13T12:45:00Z"));
+    EXPECT_THAT(run("--json --all --local-time DEU a.ts").text, HasSubstr("\"1993-10-13T13:45:00+01:00\""));
+}
+
 TEST_F(Tables, EndsALiveInputAfterServicesWereMeasured)
 {
     const std::uint16_t port = support::free_port();
@@ -167,7 +191,7 @@ TEST_F(Tables, HasAManualPageThatNamesAllOptions)
     int options = 0;
     for (std::sregex_iterator at(help.begin(), help.end(), option), end; at != end; ++at, ++options)
         EXPECT_THAT(page, HasSubstr((*at)[1].str()));
-    EXPECT_EQ(options, 13);
+    EXPECT_EQ(options, 14);
 }
 
 TEST_F(Tables, ReadsFilesAndPipesOfAnyPacketSize)
@@ -276,6 +300,34 @@ TEST_F(Tables, HelpsAndTellsItsVersion)
     EXPECT_EQ(run("--help").exit_code, 0);
     EXPECT_THAT(run("--help").text, HasSubstr("--sections"));
     EXPECT_THAT(run("--version").text, testing::MatchesRegex("zq-tables [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST_F(Tables, ShowsATreeOnATerminal)
+{
+    write_file("a.ts", stream_of(1));
+    const auto result = shell("NO_COLOR=1 script -qec '" ZQ_TABLES " --once a.ts' /dev/null");
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_THAT(result.text, testing::StartsWith("PAT on PID 0x0000, version 0, section 0 of 0 to 0, packet 0\r\n"));
+    EXPECT_THAT(result.text, HasSubstr("\r\n  programs:\r\n    - program_number: "));
+}
+
+TEST_F(Tables, ShowsProgressOfAFileOnATerminalAndTakesItAway)
+{
+    Bytes file;
+    const Bytes part = stream_of(0);
+    while (file.size() < (std::size_t{3} << 20))
+        file.insert(file.end(), part.begin(), part.end());
+    write_file("a.ts", file);
+    // More lines than a pipe holds, which nobody reads for a second.
+    const auto shown = [this](const std::string& options, const std::string& errors) {
+        return shell("script -qec '" ZQ_TABLES " --sections " + options + " a.ts " + errors +
+                     "| (sleep 1; cat > /dev/null)' /dev/null")
+            .text;
+    };
+    EXPECT_THAT(shown("", ""), testing::MatchesRegex(".*\r\\[#+\\.+\\] +[0-9]+%  [0-9.]+ MB.*\r\033\\[K"));
+    EXPECT_EQ(shown("--quiet", ""), "");
+    EXPECT_EQ(shown("", "2> errors.txt"), "");
+    EXPECT_EQ(shell("cat errors.txt").text, "");
 }
 
 TEST_F(Tables, ShowsNoProgressOfAPipe)

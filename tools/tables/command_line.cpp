@@ -3,6 +3,7 @@
 
 #include "tools/common/parse_number.h"
 #include "tools/common/udp_address.h"
+#include "tools/tables/local_time.h"
 
 #include <CLI/CLI.hpp>
 
@@ -46,6 +47,11 @@ std::string check_input(const std::string& name)
     return bad ? "\"" + name + "\" is not udp://[SOURCE@]GROUP:PORT" : std::string();
 }
 
+auto set_region(mpegcore::LocalTime& local_time)
+{
+    return [&local_time](const CLI::results_t& texts) { return parse_region(texts.back(), local_time); };
+}
+
 auto set_charset(mpegcore::TextTable& charset)
 {
     return [&charset](const CLI::results_t& texts) {
@@ -82,9 +88,14 @@ void add_options(CLI::App& app, options& options)
         ->check(check_table_name);
     app.add_option("--interface", options.interface, "the interface to join a multicast group on, or an address of it")
         ->option_text("NAME");
-    app.add_option("--charset", set_charset(options.charset),
+    app.add_option("--charset", set_charset(options.print.unmarked),
                    "table of texts that name none: ISO-6937 (default), ISO-8859-1 to -15, UTF-8, ...")
         ->option_text("NAME");
+    app.add_option("--local-time", set_region(options.print.local_time),
+                   "times in local time, once a TOT has told that of the region: DEU, ESP:2, ...")
+        ->option_text("COUNTRY[:REGION]")
+        ->excludes(sections)
+        ->excludes(services);
     app.add_flag("--quiet", options.quiet, "no progress bar");
 }
 } // namespace

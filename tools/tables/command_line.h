@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/text/DVBText.h"
+#include "mpegcore/TablePrinter.h"
 #include "tools/tables/table_filter.h"
 
 #include <string>
@@ -19,7 +19,7 @@ struct options
     bool all = false;  ///< repetitions, too
     bool once = false; ///< no changes either
     bool quiet = false;
-    mpegcore::TextTable charset = mpegcore::TextTable::iso_6937; ///< of texts that choose none
+    mpegcore::PrintOptions print;
     table_filter filter;
 };
 

@@ -5,6 +5,7 @@
 #include "tools/common/stream_input.h"
 #include "tools/tables/change_filter.h"
 #include "tools/tables/command_line.h"
+#include "tools/tables/local_time.h"
 #include "tools/tables/section_line.h"
 #include "tools/tables/service_list.h"
 #include "tools/tables/table_view.h"
@@ -116,6 +117,7 @@ private:
 
     void take(const tables::heard_section& section)
     {
+        tables::follow_local_time(section, m_print.local_time);
         if (!m_options.filter.wants(section.PID, section.data[0]))
             return;
         if (m_options.services)
@@ -155,7 +157,7 @@ private:
     tools::stream_input m_input;
     std::optional<tools::line_output> m_output;
     std::optional<tools::progress_bar> m_progress;
-    const mpegcore::PrintOptions m_print{m_options.charset};
+    mpegcore::PrintOptions m_print = m_options.print;
     const bool m_highlights = m_at_terminal && std::getenv("NO_COLOR") == nullptr;
     tables::change_filter m_changes;
     tables::service_list m_services;

@@ -175,6 +175,25 @@ TEST(TablePrinter, PrintsTheBitsOfATimeThatIsUndefined)
     EXPECT_THAT(to_text(tdt), HasSubstr("UTC_time: undefined (0xffffffffff)\n"));
 }
 
+TEST(TablePrinter, PrintsTimesInTheLocalTimeThatIsAskedForAndKnown)
+{
+    const auto offsets = std::make_shared<local_time_offset_descriptor>();
+    const auto entry = std::make_shared<local_time_offset_descriptor::local_time_offset_entry>();
+    entry->country_code = {'D', 'E', 'U'};
+    entry->local_time_offset = 0x0100;
+    entry->time_of_change = 0xFFFF000000;
+    offsets->entries.push_back(entry);
+    PrintOptions options;
+    options.local_time = {"deu", 0, offsets};
+    CTDT tdt(0xC079124500, nullptr, 8);
+    EXPECT_THAT(to_json(tdt, options), HasSubstr(R"("UTC_time":"1993-10-13T13:45:00+01:00"})"));
+    EXPECT_THAT(to_text(tdt, options), HasSubstr("UTC_time: 1993-10-13T13:45:00+01:00\n"));
+    options.local_time.country_code = "FRA";
+    EXPECT_THAT(to_json(tdt, options), HasSubstr(R"("UTC_time":"1993-10-13T12:45:00Z"})"));
+    options.local_time = {"DEU", 0, nullptr};
+    EXPECT_THAT(to_json(tdt, options), HasSubstr(R"("UTC_time":"1993-10-13T12:45:00Z"})"));
+}
+
 TEST(TablePrinter, PrintsDurationsByISO8601AndTheBitsOfOneThatIsNone)
 {
     Roomy<CEIT> eit;
