@@ -10,9 +10,9 @@ namespace mpegcore
 /// The BBHEADER in front of a data field (ETSI EN 302 755, 5.1.7).
 struct BasebandHeader
 {
-    static constexpr std::size_t size = 10;       ///< bytes
-    static constexpr unsigned no_start = 0xFFFF;  ///< SYNCD where no user packet begins in the data field
-    static constexpr unsigned normal_mode = 0;    ///< of mode_of(), like the next one
+    static constexpr std::size_t size = 10;      ///< bytes
+    static constexpr unsigned no_start = 0xFFFF; ///< SYNCD where no user packet begins in the data field
+    static constexpr unsigned normal_mode = 0;   ///< of mode_of(), like the next one
     static constexpr unsigned high_efficiency = 1;
     static constexpr unsigned transport_stream = 3; ///< TS_GS
 

@@ -25,6 +25,8 @@ struct DVBT2Timestamp
     bool is_relative() const { return seconds_since_2000 == 0; }
     /// `subseconds` in a second, by `bw`: 131, 40, 48, 56, 64 or 80 millions. 0 for a `bw` that has no meaning.
     std::uint32_t subseconds_per_second() const;
+    /// `subseconds` in an elementary period T of the channel.
+    std::uint32_t subseconds_per_period() const { return bw == 0 ? 71 : 7; }
 
     std::uint8_t rfu = 0;                 ///< 4 bits
     std::uint8_t bw = 0;                  ///< 4 bits: 0 to 5 for channels of 1.7, 5, 6, 7, 8, 10 MHz

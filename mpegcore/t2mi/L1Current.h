@@ -33,6 +33,11 @@ struct L1Current
                io.bits(16, "L1EXT_LEN", l.L1EXT_LEN) && io.bytes((l.L1EXT_LEN + std::size_t{7}) / 8, "L1EXT", l.L1EXT);
     }
 
+    /// Elementary periods T from the start of a T2 frame to that of the next one, without future extension frames, and
+    /// of a whole super-frame with them (ETSI EN 302 755, 8.3). 0 where L1 has reserved values.
+    std::uint64_t T2_frame_periods() const;
+    std::uint64_t superframe_periods() const;
+
     /// Bits that the two parts take by L1-pre and their counts.
     std::size_t configurable_bits() const { return L1PostConfigurable::bits(L1PRE, L1CONF.NUM_PLP, L1CONF.NUM_AUX); }
     std::size_t dynamic_bits() const { return L1PostDynamic::bits(L1CONF.NUM_PLP, L1CONF.NUM_AUX); }

@@ -119,13 +119,13 @@ void T2MIPrograms::follow_PMT(TableNews news, const WholeTable& table)
     auto& streams = found->second.streams;
     streams.clear();
     for (const auto& section : table.sections)
-        for_each_elementary_stream(section.second.data(), section.second.size(),
-                                   [&streams](std::uint8_t stream_type, std::uint16_t PID,
-                                              const unsigned char* descriptors, std::size_t size) {
-                                       const auto stream_id = described_stream_id(descriptors, size);
-                                       streams.push_back({PID, stream_type, stream_id.has_value(),
-                                                          stream_id.value_or(std::uint8_t{0})});
-                                   });
+        for_each_elementary_stream(
+            section.second.data(), section.second.size(),
+            [&streams](std::uint8_t stream_type, std::uint16_t PID, const unsigned char* descriptors,
+                       std::size_t size) {
+                const auto stream_id = described_stream_id(descriptors, size);
+                streams.push_back({PID, stream_type, stream_id.has_value(), stream_id.value_or(std::uint8_t{0})});
+            });
 }
 
 /// The PAT's PID and those of its PMTs are gathered, no others.

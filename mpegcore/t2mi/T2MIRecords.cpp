@@ -34,6 +34,38 @@ std::uint32_t DVBT2Timestamp::subseconds_per_second() const
     return bw < millions.size() ? millions[bw] * 1000000 : 0;
 }
 
+std::uint64_t L1Current::T2_frame_periods() const
+{
+    struct Mode
+    {
+        std::uint32_t FFT_size;
+        std::uint32_t P2_symbols;
+    };
+    // By the first three bits of S2; T2-Lite has 1K's place for 16K with the short guard intervals.
+    constexpr std::array<Mode, 8> modes{
+        {{2048, 8}, {8192, 2}, {4096, 4}, {1024, 16}, {16384, 1}, {32768, 1}, {8192, 2}, {32768, 1}}};
+    constexpr std::array<std::uint32_t, 7> guard_in_256ths{8, 16, 32, 64, 2, 38, 19};
+    constexpr std::uint32_t P1_periods = 2048;
+    const bool is_lite = L1PRE.S1 == 3 || L1PRE.S1 == 4;
+    if (L1PRE.S1 == 2 || L1PRE.S1 > 4 || L1PRE.GUARD_INTERVAL >= guard_in_256ths.size())
+        return 0;
+    const unsigned field = L1PRE.S2 >> 1 & 7U;
+    const Mode mode = is_lite && field == 3 ? Mode{16384, 1} : modes[field];
+    const std::uint64_t symbol = mode.FFT_size + mode.FFT_size / 256 * guard_in_256ths[L1PRE.GUARD_INTERVAL];
+    return P1_periods + (mode.P2_symbols + std::uint64_t{L1PRE.NUM_DATA_SYMBOLS}) * symbol;
+}
+
+std::uint64_t L1Current::superframe_periods() const
+{
+    const std::uint64_t frames = T2_frame_periods() * L1PRE.NUM_T2_FRAMES;
+    if (frames == 0 || !L1PRE.has_FEF() || L1CONF.FEF_INTERVAL == 0)
+        return frames;
+    // T2-Lite has two more bits of the length.
+    const std::uint64_t FEF_length = std::uint64_t{L1CONF.FEF_LENGTH_MSB} << 22 | L1CONF.FEF_LENGTH;
+    const bool has_more_bits = L1PRE.S1 == 3 || L1PRE.S1 == 4;
+    return frames + L1PRE.NUM_T2_FRAMES / L1CONF.FEF_INTERVAL * (has_more_bits ? FEF_length : L1CONF.FEF_LENGTH);
+}
+
 bool L1Current::read(const unsigned char* payload, std::size_t size) { return read_record(*this, payload, size); }
 
 std::vector<unsigned char> L1Current::payload() const

@@ -3,6 +3,7 @@
 #include "mpegcore/t2mi/DVBT2Timestamp.h"
 #include "mpegcore/t2mi/L1Current.h"
 #include "mpegcore/t2mi/T2MIHeader.h"
+#include "mpegcore/t2mi/T2MIPrinter.h"
 
 #include <gmock/gmock.h>
 
@@ -244,4 +245,36 @@ TEST(L1Current, SurvivesRandomBytes)
         EXPECT_TRUE(std::equal(back.begin(), back.end(), bytes.begin()));
     }
     EXPECT_GT(read, 200U);
+}
+
+TEST(L1Current, TellsHowLongItsSuperframeIs)
+{
+    // On air the timestamps of two super-frames are 10866688 units of 1/48 us apart, 7 of them a period.
+    L1Current l1;
+    ASSERT_TRUE(l1.read(on_air.data(), on_air.size()));
+    EXPECT_EQ(l1.T2_frame_periods(), 776192U);
+    EXPECT_EQ(l1.superframe_periods() * 7, 10866688U);
+    l1.L1PRE.S2 |= 1;
+    l1.L1CONF.FEF_LENGTH = 10000;
+    l1.L1CONF.FEF_LENGTH_MSB = 1;
+    l1.L1CONF.FEF_INTERVAL = 2;
+    EXPECT_EQ(l1.superframe_periods(), 2 * 776192U + 10000);
+    l1.L1PRE.S1 = 3;
+    EXPECT_EQ(l1.superframe_periods(), 2 * 776192U + 10000 + (1U << 22));
+    l1.L1PRE.GUARD_INTERVAL = 7;
+    EXPECT_EQ(l1.superframe_periods(), 0U);
+}
+
+TEST(T2MIPrinter, NamesTheFieldsOfTheStandardsAndWhatTheyMean)
+{
+    DVBT2Timestamp timestamp;
+    ASSERT_TRUE(mpegcore::read_record(timestamp, bytes_of("02000000000012766AA000").data(), 11));
+    EXPECT_EQ(mpegcore::to_json(timestamp),
+              R"({"rfu":0,"bw":2,"bw_name":"6 MHz","seconds_since_2000":0,"subseconds":9679701,"utco":0})");
+    L1Current l1;
+    ASSERT_TRUE(l1.read(on_air.data(), on_air.size()));
+    EXPECT_THAT(mpegcore::to_json(l1), testing::AllOf(testing::HasSubstr(R"("PLP_MOD":1,"PLP_MOD_name":"16-QAM")"),
+                                                      testing::HasSubstr(R"("dynamic_PLPs":[{"PLP_ID":102,)"),
+                                                      testing::HasSubstr(R"("PLP_NUM_BLOCKS":20)")));
+    EXPECT_THAT(mpegcore::to_text(l1, 2), testing::HasSubstr("    PLP_COD: 1 3/5\n"));
 }
