@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// A section as in the tables target, read into a table and printed; the first classes are tables, the last two read the
-// bytes as a loop of descriptors. Whatever the bytes, JSON is one valid line without a key twice in an object, and text
-// has no control characters but line breaks.
+// A section as in the tables target, read into a table and printed; the first classes are tables, then come those that
+// read the bytes as a loop of descriptors, and last the class that the table_id has by the standards. Whatever the
+// bytes, JSON is one valid line without a key twice in an object, and text has no control characters but line breaks.
 #include "fuzz/RepairedSection.h"
 #include "mpegcore/BAT.h"
 #include "mpegcore/CAT.h"
@@ -9,6 +9,7 @@
 #include "mpegcore/NIT.h"
 #include "mpegcore/PAT.h"
 #include "mpegcore/PMT.h"
+#include "mpegcore/PrivateSection.h"
 #include "mpegcore/SDT.h"
 #include "mpegcore/TDT.h"
 #include "mpegcore/TOT.h"
@@ -59,8 +60,16 @@ void print_descriptors(RepairedSection& section)
         print(*descriptor);
 }
 
+void print_section(RepairedSection& section)
+{
+    const auto table = table_of_section(section.bytes.data(), section.size);
+    require(table == nullptr || section.size >= 3);
+    if (table != nullptr)
+        print(*table);
+}
+
 using target = void (*)(RepairedSection&);
-constexpr std::array<target, 12> targets{print_table<CPAT>,
+constexpr std::array<target, 16> targets{print_table<CPAT>,
                                          print_table<CPMT>,
                                          print_table<CCAT>,
                                          print_table<CTSDT>,
@@ -71,7 +80,11 @@ constexpr std::array<target, 12> targets{print_table<CPAT>,
                                          print_table<CTDT>,
                                          print_table<CTOT>,
                                          print_descriptors<ZQDescriptorType::TS>,
-                                         print_descriptors<ZQDescriptorType::SCTE35>};
+                                         print_descriptors<ZQDescriptorType::SCTE35>,
+                                         print_descriptors<ZQDescriptorType::Standard>,
+                                         print_descriptors<ZQDescriptorType::StandardSCTE35>,
+                                         print_descriptors<ZQDescriptorType::StandardAIT>,
+                                         print_section};
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
