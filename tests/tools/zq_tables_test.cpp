@@ -285,6 +285,13 @@ TEST_F(Tables, NamesWhatFails)
     EXPECT_EQ(fault("good.ts > /dev/full"), "zq-tables: standard output: No space left on device\n");
 }
 
+TEST_F(Tables, DoesNotWaitForATerminalToSendAStream)
+{
+    const auto result = shell("script -qec '" ZQ_TABLES "' /dev/null");
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.text, "zq-tables: -: is a terminal\r\n");
+}
+
 TEST_F(Tables, EndsWithTwoForWrongArguments)
 {
     for (const char* arguments : {"--what", "--pid 8192 a.ts", "a.ts b.ts", "udp://239.1.1.1"}) {

@@ -55,6 +55,8 @@ bool stream_input::open_file(const std::string& name)
     struct stat status = {};
     if (m_descriptor < 0 || fstat(m_descriptor, &status) != 0)
         return fail(std::strerror(errno));
+    if (isatty(m_descriptor) != 0)
+        return fail("is a terminal");
     if (S_ISDIR(status.st_mode))
         return fail("is a directory");
     m_is_live = !S_ISREG(status.st_mode);
