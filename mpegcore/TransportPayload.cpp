@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/TransportPayload.h"
 
-#include <cstring>
-
 namespace mpegcore
 {
 bool TransportPayload::read(const unsigned char* packet)
@@ -28,25 +26,9 @@ bool TransportPayload::read(const unsigned char* packet)
     return true;
 }
 
-Continuity ContinuityFollower::follow(const TransportPayload& payload)
+bool ContinuityFollower::is_last(const TransportPayload& payload) const
 {
-    Continuity result = Continuity::goes_on;
-    if (m_has_last) {
-        if (payload.continuity_counter == m_last_counter && payload.payload_unit_start_indicator == m_last_start &&
-            payload.size == m_last_size && std::memcmp(payload.data, m_last.data(), m_last_size) == 0)
-            return Continuity::repeated;
-        if (payload.continuity_counter != ((m_last_counter + 1) & 0x0F) && !payload.discontinuity_indicator)
-            result = Continuity::jumped;
-    }
-    m_has_last = true;
-    m_last_counter = payload.continuity_counter;
-    m_last_start = payload.payload_unit_start_indicator;
-    m_last_size = payload.size;
-    // A copy of fixed size takes no call, and most payloads are whole.
-    if (payload.size == ts_payload_size)
-        std::memcpy(m_last.data(), payload.data, ts_payload_size);
-    else
-        std::memcpy(m_last.data(), payload.data, payload.size);
-    return result;
+    return payload.continuity_counter == m_last_counter && payload.payload_unit_start_indicator == m_last_start &&
+           payload.size == m_last_size && std::memcmp(payload.data, m_last.data(), m_last_size) == 0;
 }
 } // namespace mpegcore

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace mpegcore
 {
@@ -39,11 +40,36 @@ enum class Continuity
 class ContinuityFollower
 {
 public:
-    Continuity follow(const TransportPayload& payload);
+    Continuity follow(const TransportPayload& payload)
+    {
+        Continuity result = Continuity::goes_on;
+        if (m_has_last && payload.continuity_counter != ((m_last_counter + 1) & 0x0F)) {
+            if (is_last(payload))
+                return Continuity::repeated;
+            if (!payload.discontinuity_indicator)
+                result = Continuity::jumped;
+        }
+        keep(payload);
+        return result;
+    }
     /// As if there had been no packet.
     void reset() { m_has_last = false; }
 
 private:
+    [[nodiscard]] bool is_last(const TransportPayload& payload) const;
+    void keep(const TransportPayload& payload)
+    {
+        m_has_last = true;
+        m_last_counter = payload.continuity_counter;
+        m_last_start = payload.payload_unit_start_indicator;
+        m_last_size = payload.size;
+        // A copy of fixed size takes no call, and most payloads are whole.
+        if (payload.size == ts_payload_size)
+            std::memcpy(m_last.data(), payload.data, ts_payload_size);
+        else
+            std::memcpy(m_last.data(), payload.data, payload.size);
+    }
+
     std::array<unsigned char, ts_payload_size> m_last{}; ///< payload of the packet before
     std::size_t m_last_size = 0;
     bool m_last_start = false;

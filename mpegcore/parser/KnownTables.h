@@ -58,61 +58,6 @@ private:
 template <class T>
 class KnownTables
 {
-public:
-    /// The wrapper must outlive it. `most_bytes` are all that is kept, tables and sections, by a generous estimate: an
-    /// empty descriptor of 2 bytes can become an object of 400.
-    KnownTables(CPacketWrapper<T>& wrapper, std::size_t most_bytes) : m_wrapper(wrapper), m_most_bytes(most_bytes) {}
-    KnownTables(const KnownTables&) = delete;
-    KnownTables& operator=(const KnownTables&) = delete;
-
-    /// What CPacketWrapper::Parser does, for a whole section of `size` bytes.
-    SectionReading read(unsigned char* section, std::size_t size)
-    {
-        if (m_current != nullptr && m_wrapper.exchanges != m_exchanges) // read past us, the table on loan is cleared
-            forget();
-        if (m_current != nullptr && m_current->was_read_from(section, size)) {
-            m_current->as_read.restore(*m_wrapper.current);
-            m_wrapper.valid = 1;
-            return SectionReading::repeated;
-        }
-        const std::uint64_t key = key_of(section, size);
-        const auto found = m_known.find(key);
-        if (found != m_known.end() && found->second.was_read_from(section, size)) {
-            make_current(found->second);
-            return SectionReading::fresh;
-        }
-        ZQSDK::ZQBSReaderT<unsigned char*> reader(section, size);
-        m_wrapper.clear_work();
-        const std::size_t blocks = block_bytes();
-        if (!m_wrapper.read_work(reader))
-            return SectionReading::failed;
-        const std::size_t cost = block_bytes() - blocks + size * bytes_per_byte + section_buffer_size<T>;
-        exchange();
-        if (found != m_known.end())
-            note_changed(found->second, section, size, cost);
-        else if (has_room(cost_of_knowing))
-            m_known[key].CRC_32 = CRC_32_of(section, size);
-        return SectionReading::fresh;
-    }
-
-    /// With which all tables are read from now on, those of the wrapper too.
-    void set_dictionary(ZQDescriptorType dictionary)
-    {
-        forget();
-        m_dictionary = dictionary;
-        m_cleared.reset();
-        m_wrapper.set_dictionary(dictionary);
-    }
-
-    /// The wrapper's tables stay as they are.
-    void forget()
-    {
-        m_bytes = 0;
-        m_current = nullptr;
-        m_known.clear();
-    }
-
-private:
     struct known
     {
         bool was_read_from(const unsigned char* bytes, std::size_t size) const
@@ -128,8 +73,98 @@ private:
         std::unique_ptr<T> table; ///< of `section`; null: it is the wrapper's current one
     };
 
+public:
+    /// The wrapper must outlive it. `most_bytes` are all that is kept, tables and sections, by a generous estimate: an
+    /// empty descriptor of 2 bytes can become an object of 400.
+    KnownTables(CPacketWrapper<T>& wrapper, std::size_t most_bytes) : m_wrapper(wrapper), m_most_bytes(most_bytes) {}
+    KnownTables(const KnownTables&) = delete;
+    KnownTables& operator=(const KnownTables&) = delete;
+
     /// Keeping costs about as much as reading, so it has to pay for itself also where contents change often.
-    static constexpr unsigned repetitions_until_kept = 4;
+    static constexpr unsigned usual_repetitions = 4;
+
+    /// Where a section is kept, or would be.
+    class Place
+    {
+    public:
+        bool is_same = false; ///< a table that was read from the same bytes is kept
+
+    private:
+        friend class KnownTables;
+        std::uint64_t key = 0;
+        known* found = nullptr;
+    };
+
+    /// Of a whole section of `size` bytes; it holds until the next call of another function than this.
+    Place find(const unsigned char* section, std::size_t size)
+    {
+        if (m_current != nullptr && m_wrapper.exchanges != m_exchanges) // read past us, the table on loan is cleared
+            forget();
+        Place place;
+        if (m_current != nullptr && m_current->was_read_from(section, size)) {
+            place.is_same = true;
+            place.found = m_current;
+            return place;
+        }
+        place.key = key_of(section, size);
+        if (const auto found = m_known.find(place.key); found != m_known.end()) {
+            place.found = &found->second;
+            place.is_same = place.found->was_read_from(section, size);
+        }
+        return place;
+    }
+
+    /// What CPacketWrapper::Parser does, for a whole section of `size` bytes.
+    SectionReading read(unsigned char* section, std::size_t size) { return read(section, size, find(section, size)); }
+
+    /// The same behind find(), which gave `place`.
+    SectionReading read(unsigned char* section, std::size_t size, const Place& place)
+    {
+        if (m_current != nullptr && m_wrapper.exchanges != m_exchanges) // since
+            return read(section, size);
+        if (place.is_same && place.found == m_current) {
+            m_current->as_read.restore(*m_wrapper.current);
+            m_wrapper.valid = 1;
+            return SectionReading::repeated;
+        }
+        if (place.is_same) {
+            make_current(*place.found);
+            return SectionReading::fresh;
+        }
+        ZQSDK::ZQBSReaderT<unsigned char*> reader(section, size);
+        m_wrapper.clear_work();
+        const std::size_t blocks = block_bytes();
+        if (!m_wrapper.read_work(reader))
+            return SectionReading::failed;
+        const std::size_t cost = block_bytes() - blocks + size * bytes_per_byte + section_buffer_size<T>;
+        exchange();
+        if (place.found != nullptr)
+            note_changed(*place.found, section, size, cost);
+        else if (has_room(cost_of_knowing))
+            m_known[place.key].CRC_32 = CRC_32_of(section, size);
+        return SectionReading::fresh;
+    }
+
+    /// From now on tables are read with this dictionary, those of the wrapper too, and a section is kept once it came
+    /// `repetitions` times with the same bytes behind the first time that its key did.
+    void set_up(ZQDescriptorType dictionary, unsigned repetitions)
+    {
+        forget();
+        m_repetitions_until_kept = repetitions;
+        m_dictionary = dictionary;
+        m_cleared.reset();
+        m_wrapper.set_dictionary(dictionary);
+    }
+
+    /// The wrapper's tables stay as they are.
+    void forget()
+    {
+        m_bytes = 0;
+        m_current = nullptr;
+        m_known.clear();
+    }
+
+private:
     static constexpr std::size_t cost_of_knowing = 2 * sizeof(known);
     /// Of a section: its copy, and what its table takes outside of blocks.
     static constexpr std::size_t bytes_per_byte = 8;
@@ -218,20 +253,21 @@ private:
     /// A section that is known came with other bytes and was read; it is kept once it has repeated often enough.
     void note_changed(known& one, const unsigned char* section, std::size_t size, std::size_t cost)
     {
-        if (!one.section.empty()) {
+        std::vector<unsigned char> bytes = std::exchange(one.section, {}); // with its memory
+        if (!bytes.empty()) {
             m_bytes -= one.cost;
-            std::vector<unsigned char>().swap(one.section); // clear() would keep the memory
             keep_cleared(std::move(one.table));
         }
         const std::uint32_t CRC_32 = CRC_32_of(section, size);
         if (std::exchange(one.CRC_32, CRC_32) != CRC_32)
             one.repetitions = 0;
-        else if (one.repetitions < repetitions_until_kept)
+        else if (one.repetitions < m_repetitions_until_kept)
             ++one.repetitions;
-        if (one.repetitions < repetitions_until_kept || !has_room(cost))
-            return;
+        if (one.repetitions < m_repetitions_until_kept || !has_room(cost))
+            return; // there may be no `one` any more
         one.cost = cost;
-        one.section.assign(section, section + size);
+        bytes.assign(section, section + size);
+        one.section = std::move(bytes);
         one.as_read.note(*m_wrapper.current);
         set_current(one);
     }
@@ -239,6 +275,7 @@ private:
     CPacketWrapper<T>& m_wrapper;
     const std::size_t m_most_bytes;
     ZQDescriptorType m_dictionary = ZQDescriptorType::TS;
+    unsigned m_repetitions_until_kept = usual_repetitions;
     std::map<std::uint64_t, known> m_known; ///< no stream can make a map slow, as it can a hash table
     known* m_current = nullptr;             ///< that of the wrapper's current table
     std::unique_ptr<T> m_cleared;           ///< to read the next section into

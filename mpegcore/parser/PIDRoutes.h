@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <vector>
@@ -45,6 +46,12 @@ public:
     /// That wrapper()->current was read from; empty before.
     const std::vector<unsigned char>& section() const { return m_section; }
     void set_section(const unsigned char* bytes, std::size_t size);
+    /// Whether section() is what the `size` bytes begin with.
+    bool was_read_from(const unsigned char* bytes, std::size_t size) const
+    {
+        return !m_section.empty() && m_section.size() <= size &&
+               std::memcmp(m_section.data(), bytes, m_section.size()) == 0;
+    }
 
     TableAsRead<CPMT> as_read;
     bool may_be_edited = false; ///< since

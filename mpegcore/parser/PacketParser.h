@@ -59,7 +59,6 @@ private:
     void report_without_stream(unsigned short pmt_PID, const ProgramRoute& route, transport_packet& packet);
 
     static const TableRow* first_row(unsigned short PID);
-    void set_dictionary(ZQDescriptorType dictionary);
     void follow(const CPAT& pat);
     void follow(const CCAT& cat);
     void follow(const CBaseMpegTable&) {}
@@ -68,15 +67,22 @@ private:
     void parse_table_anew(unsigned char* section, std::size_t size);
     template <class Entry>
     void parse_table(unsigned char* section, std::size_t size);
-    bool parse_table_of(unsigned short PID, const TableRow* row, unsigned char* section, std::size_t size);
+    template <class Entry>
+    void parse_table(unsigned char* section, std::size_t size,
+                     const typename KnownTables<typename Entry::Table>::Place& place);
     void parse_PMT(unsigned short PID, CBaseMpegProgram& program);
     SectionReading read_PMT(unsigned short PID, unsigned char* section, std::size_t size);
 
     StandardSections& standard_sections();
     void handle_by_the_standard(transport_packet& packet);
     void gather_sections(const transport_packet& packet);
-    void take_section(unsigned short PID, const unsigned char* section, std::size_t size);
+    void take_section(unsigned short PID, unsigned char* section, std::size_t size);
+    template <class Entry>
+    void take_table(unsigned char* section, std::size_t size);
     void take_PMT(unsigned short PID, unsigned char* section, std::size_t size);
+    /// To the caller. Whether it has more to say; `is_known` when the same bytes had a good CRC_32 before.
+    [[nodiscard]] bool report_section(unsigned short PID, const unsigned char* section, std::size_t size,
+                                      bool is_known);
 
     CBaseMpegParser& m_parser;
     CBasePID* const m_PIDs;

@@ -32,13 +32,6 @@ StandardSections& PacketParser::standard_sections()
     return *m_standard;
 }
 
-void PacketParser::set_by_the_standard(bool on)
-{
-    standard_sections();
-    m_by_the_standard = on;
-    set_dictionary(on ? ZQDescriptorType::Standard : ZQDescriptorType::TS);
-}
-
 bool PacketParser::add_section_PID(unsigned short PID)
 {
     if (!can_carry_sections(PID))
@@ -59,12 +52,20 @@ void PacketParser::gather_sections(const transport_packet& packet)
     const unsigned short PID = packet.PID;
     if ((packet.adaptation_field_control & 1U) == 0 || !m_standard->PIDs.gathers(PID))
         return;
-    m_standard->PIDs.put(PID, payload_of(packet),
-                         [&](const unsigned char* section, std::size_t size, SectionCheck check) {
-                             if (check == SectionCheck::good)
-                                 take_section(PID, section, size);
-                             else
-                                 m_parser.OnSectionCRCFailed(PID, section, size);
-                         });
+    m_standard->PIDs.put(PID, payload_of(packet), [this, PID](const unsigned char* section, std::size_t size) {
+        // The readers of tables take pointers to bytes that may be written, and write none.
+        take_section(PID, const_cast<unsigned char*>(section), size);
+    });
+}
+
+bool PacketParser::report_section(unsigned short PID, const unsigned char* section, std::size_t size, bool is_known)
+{
+    if (!is_known && !section_CRC_is_good(section, size)) {
+        m_parser.OnSectionCRCFailed(PID, section, size);
+        return false;
+    }
+    m_parser.OnSection(PID, section, size);
+    const SectionHeader header(section, size);
+    return !header.has_extension() || header.current_next_indicator();
 }
 } // namespace mpegcore

@@ -7,7 +7,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdio>
-#include <cstring>
 #include <iterator>
 
 namespace mpegcore
@@ -44,12 +43,15 @@ void clear_wrapper(CPacketWrapper<Table>& wrapper)
 
 struct PacketParser::TableRow
 {
+    bool is_for(unsigned char table_id) const { return table_id >= first_table_id && table_id <= last_table_id; }
+
     unsigned short PID;
     unsigned char first_table_id;
     unsigned char last_table_id;
     bool is_any_table_id_read;
     bool needs_announced_length;
     void (PacketParser::*parse)(unsigned char* section, std::size_t size);
+    void (PacketParser::*take)(unsigned char* section, std::size_t size);
 };
 
 template <class... Entries>
@@ -57,7 +59,7 @@ struct PacketParser::TableRows
 {
     static constexpr TableRow all[] = {{Entries::PID, Entries::first_table_id, Entries::last_table_id,
                                         Entries::is_any_table_id_read, Entries::needs_announced_length,
-                                        &PacketParser::parse_table<Entries>}...};
+                                        &PacketParser::parse_table<Entries>, &PacketParser::take_table<Entries>}...};
 
     static void clear(CBaseMpegParser& parser, KnownTableSet<Entries...>& known)
     {
@@ -65,9 +67,9 @@ struct PacketParser::TableRows
         (clear_wrapper(parser.*Entries::wrapper), ...);
     }
 
-    static void set_dictionary(KnownTableSet<Entries...>& known, ZQDescriptorType dictionary)
+    static void set_up(KnownTableSet<Entries...>& known, ZQDescriptorType dictionary, unsigned repetitions)
     {
-        (known.template of<Entries>().set_dictionary(dictionary), ...);
+        (known.template of<Entries>().set_up(dictionary, repetitions), ...);
     }
 
     static constexpr bool are_ascending()
@@ -92,7 +94,14 @@ const PacketParser::TableRow* PacketParser::first_row(unsigned short PID)
     return rows[PID];
 }
 
-void PacketParser::set_dictionary(ZQDescriptorType dictionary) { Rows::set_dictionary(m_known, dictionary); }
+void PacketParser::set_by_the_standard(bool on)
+{
+    standard_sections();
+    m_by_the_standard = on;
+    // What is kept saves the CRC_32 too there, and nothing is reported again while it comes in.
+    Rows::set_up(m_known, on ? ZQDescriptorType::Standard : ZQDescriptorType::TS,
+                 on ? 0 : KnownTables<CPAT>::usual_repetitions);
+}
 
 void PacketParser::clear()
 {
@@ -123,21 +132,15 @@ void PacketParser::parse_section(unsigned short PID, const TableRow* row)
             std::puts("mpegcore: eit pkt skip");
         return;
     }
-    parse_table_of(PID, row, unit->data + pointer_field_size, unit->size - pointer_field_size);
-}
-
-/// Of the PID's first row and those behind. False when none is for the section's table_id.
-bool PacketParser::parse_table_of(unsigned short PID, const TableRow* row, unsigned char* section, std::size_t size)
-{
-    const unsigned char table_id = section[0];
+    unsigned char* const section = unit->data + pointer_field_size;
+    const std::size_t size = unit->size - pointer_field_size;
     for (; row != std::end(Rows::all) && row->PID == PID; ++row) {
-        if (!row->is_any_table_id_read && (table_id < row->first_table_id || table_id > row->last_table_id))
+        if (!row->is_any_table_id_read && !row->is_for(section[0]))
             continue;
         if (!row->needs_announced_length || holds_announced_section(section, size))
             (this->*row->parse)(section, size);
-        return true;
+        return;
     }
-    return false;
 }
 
 template <class Entry>
@@ -154,18 +157,24 @@ void PacketParser::parse_table_anew(unsigned char* section, std::size_t size)
 template <class Entry>
 void PacketParser::parse_table(unsigned char* section, std::size_t size)
 {
-    if constexpr (Entry::known_limit == 0) {
+    if constexpr (Entry::known_limit == 0)
         parse_table_anew<Entry>(section, size);
-    } else {
-        if (m_parser.m_editableTables) // read past m_known, which notices
-            return parse_table_anew<Entry>(section, size);
-        auto& wrapper = m_parser.*Entry::wrapper;
-        const SectionReading result = m_known.of<Entry>().read(section, section_size(section));
-        if (result == SectionReading::fresh)
-            follow(*wrapper.current);
-        if (result != SectionReading::failed)
-            (m_parser.*Entry::callback)(wrapper.current);
-    }
+    else if (m_parser.m_editableTables) // read past m_known, which notices
+        parse_table_anew<Entry>(section, size);
+    else
+        parse_table<Entry>(section, section_size(section), m_known.of<Entry>().find(section, section_size(section)));
+}
+
+template <class Entry>
+void PacketParser::parse_table(unsigned char* section, std::size_t size,
+                               const typename KnownTables<typename Entry::Table>::Place& place)
+{
+    auto& wrapper = m_parser.*Entry::wrapper;
+    const SectionReading result = m_known.of<Entry>().read(section, size, place);
+    if (result == SectionReading::fresh)
+        follow(*wrapper.current);
+    if (result != SectionReading::failed)
+        (m_parser.*Entry::callback)(wrapper.current);
 }
 
 void PacketParser::parse_PMT(unsigned short PID, CBaseMpegProgram& program)
@@ -200,16 +209,14 @@ SectionReading PacketParser::read_PMT(unsigned short PID, unsigned char* section
             wrapper.set_dictionary(ZQDescriptorType::Standard);
     }
     // PMTs come again and again; reading the same bytes would give the same table.
-    const auto& known = carried.section();
     auto result = SectionReading::repeated;
-    if (!carried.may_be_edited && !known.empty() && known.size() <= size &&
-        std::memcmp(known.data(), section, known.size()) == 0)
-    {
+    if (!carried.may_be_edited && carried.was_read_from(section, size)) {
         carried.as_read.restore(*wrapper.current);
     } else {
         const std::size_t announced = section_size(section);
         section_reader reader(section, size);
-        if (m_routes.PMT_bytes() - known.size() + announced > CBaseMpegParser::PMT_limit || wrapper.Parser(reader) == 0)
+        if (m_routes.PMT_bytes() - carried.section().size() + announced > CBaseMpegParser::PMT_limit ||
+            wrapper.Parser(reader) == 0)
             return SectionReading::failed;
         carried.set_section(section, announced);
         carried.as_read.note(*wrapper.current);
@@ -219,36 +226,57 @@ SectionReading PacketParser::read_PMT(unsigned short PID, unsigned char* section
     return result;
 }
 
-void PacketParser::take_PMT(unsigned short PID, unsigned char* section, std::size_t size)
+void PacketParser::take_section(unsigned short PID, unsigned char* section, std::size_t size)
 {
-    auto& programs = m_standard->programs;
-    CBaseMpegProgram* const program = programs.find(PID, SectionHeader(section, size).table_id_extension());
-    if (program == nullptr)
-        return;
-    programs.take_PMT(PID, section, size);
-    if (read_PMT(PID, section, size) != SectionReading::failed)
-        m_parser.OnPMT(program, m_parser.m_PMTs[PID]->current);
+    if (PID > last_table_PID) {
+        if (section[0] == PMT_table_id)
+            return take_PMT(PID, section, size);
+    } else {
+        for (const TableRow* row = first_row(PID); row != nullptr && row != std::end(Rows::all) && row->PID == PID;
+             ++row)
+            if (row->is_for(section[0]))
+                return (this->*row->take)(section, size);
+    }
+    static_cast<void>(report_section(PID, section, size, false));
 }
 
-void PacketParser::take_section(unsigned short PID, const unsigned char* section, std::size_t size)
+template <class Entry>
+void PacketParser::take_table(unsigned char* section, std::size_t size)
 {
-    m_parser.OnSection(PID, section, size);
-    const SectionHeader header(section, size);
-    const bool is_long = header.has_extension();
-    if (is_long && !header.current_next_indicator())
+    const auto place = m_known.of<Entry>().find(section, size);
+    if (!report_section(Entry::PID, section, size, place.is_same))
         return;
-    // The readers of tables take pointers to bytes that may be written, and write none.
-    auto* const bytes = const_cast<unsigned char*>(section);
-    if (const TableRow* const row = PID <= last_table_PID ? first_row(PID) : nullptr) {
-        if (row->is_any_table_id_read && (header.table_id() != row->first_table_id || !is_long))
-            return;
-        if (PID == PAT_PID)
-            m_standard->programs.take_PAT(section, size);
-        else if (PID == CAT_PID)
-            m_standard->programs.take_CAT(section, size);
-        parse_table_of(PID, row, bytes, size);
-    } else if (header.table_id() == PMT_table_id && is_long) {
-        take_PMT(PID, bytes, size);
-    }
+    if (Entry::is_any_table_id_read && !SectionHeader(section, size).has_extension())
+        return;
+    if constexpr (Entry::PID == PAT_PID)
+        m_standard->programs.take_PAT(section, size);
+    if constexpr (Entry::PID == CAT_PID)
+        m_standard->programs.take_CAT(section, size);
+    if constexpr (Entry::known_limit == 0)
+        parse_table_anew<Entry>(section, size);
+    else if (m_parser.m_editableTables)
+        parse_table_anew<Entry>(section, size);
+    else
+        parse_table<Entry>(section, size, place);
+}
+
+void PacketParser::take_PMT(unsigned short PID, unsigned char* section, std::size_t size)
+{
+    const CarriedPMT* const last = m_routes[PID].pmt.get();
+    bool is_last = last != nullptr && last->was_read_from(section, size);
+    if (!report_section(PID, section, size, is_last))
+        return;
+    const SectionHeader header(section, size);
+    if (!header.has_extension())
+        return;
+    is_last = is_last && !last->section().empty(); // the caller may have taken it away
+    CBaseMpegProgram* const program =
+        m_standard->programs.take_PMT(PID, header.table_id_extension(), section, size, is_last);
+    if (program == nullptr)
+        return;
+    if (read_PMT(PID, section, size) != SectionReading::failed)
+        m_parser.OnPMT(program, m_parser.m_PMTs[PID]->current);
+    else // what comes next is not behind the one that was read last
+        m_routes.carried_PMT(PID).set_section(nullptr, 0);
 }
 } // namespace mpegcore

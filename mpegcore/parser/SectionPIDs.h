@@ -12,7 +12,7 @@ namespace mpegcore
 /// The PIDs whose sections are gathered: those of the tables with a PID of their own, those of the PMTs, those that the
 /// caller wants. A PID may be wanted for several reasons.
 ///
-/// Memory: for each of them some 300 bytes and, while a section is not whole, its size, 4098 bytes at most.
+/// Memory: for each of them some 300 bytes and the block of its SectionGatherer.
 class SectionPIDs
 {
 public:
@@ -29,7 +29,7 @@ public:
     void remove(unsigned short PID, Reason reason);
     bool gathers(unsigned short PID) const { return m_reasons[PID] != 0; }
 
-    /// Calls `sink` as SectionGatherer::put does, until the PID is removed. The sink may add and remove PIDs.
+    /// Calls `sink` as SectionGatherer::put_unchecked does, until the PID is removed. The sink may add and remove PIDs.
     template <class Sink>
     void put(unsigned short PID, const TransportPayload& payload, Sink&& sink)
     {
@@ -37,9 +37,9 @@ public:
         if (!gatherer)
             gatherer = std::make_unique<SectionGatherer>();
         m_busy_PID = PID;
-        gatherer->put(payload, [&](const unsigned char* section, std::size_t size, SectionCheck check) {
+        gatherer->put_unchecked(payload, [&](const unsigned char* section, std::size_t size) {
             if (gathers(PID))
-                sink(section, size, check);
+                sink(section, size);
         });
         m_busy_PID = pid_count;
         if (!gathers(PID))

@@ -72,15 +72,16 @@ void StandardPrograms::take_PAT(const unsigned char* section, std::size_t size)
 
 void StandardPrograms::take_CAT(const unsigned char* section, std::size_t size) { m_CATs.put(1, section, size); }
 
-void StandardPrograms::take_PMT(unsigned short PID, const unsigned char* section, std::size_t size)
-{
-    m_PMTs.put(PID, section, size);
-}
-
-CBaseMpegProgram* StandardPrograms::find(unsigned short PID, std::uint16_t program_number)
+CBaseMpegProgram* StandardPrograms::take_PMT(unsigned short PID, std::uint16_t program_number,
+                                             const unsigned char* section, std::size_t size, bool is_last)
 {
     const auto found = m_programs.find(program_number);
-    return found != m_programs.end() && found->second.entry.PID == PID ? &found->second.entry : nullptr;
+    if (found == m_programs.end() || found->second.entry.PID != PID)
+        return nullptr;
+    Program& program = found->second;
+    if (!is_last || !program.is_settled)
+        program.is_settled = m_PMTs.put(PID, section, size);
+    return &program.entry;
 }
 
 void StandardPrograms::clear()
@@ -167,6 +168,7 @@ void StandardPrograms::follow_PMT(TableNews news, const WholeTable& table)
     const ProgramKey key = program_key(table.identity.PID, found->first);
     Program& program = found->second;
     if (news != TableNews::complete && news != TableNews::changed) {
+        program.is_settled = false;
         program.whole.reset();
         program.carried.reset();
         m_routes.drop_lost_PMTs(); // no packet is being reported: this one carries tables

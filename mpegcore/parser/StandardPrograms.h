@@ -35,10 +35,10 @@ public:
     void take_PAT(const unsigned char* section, std::size_t size);
     /// A good section with table_id 1 of PID 1 that is current.
     void take_CAT(const unsigned char* section, std::size_t size);
-    /// A good section with table_id 2 that is current, of a program that find() knows on this PID.
-    void take_PMT(unsigned short PID, const unsigned char* section, std::size_t size);
-    /// The program whose PMT the PAT expects on this PID, or null.
-    CBaseMpegProgram* find(unsigned short PID, std::uint16_t program_number);
+    /// A good section with table_id 2 that is current. The program whose PMT it is, or null when the PAT does not
+    /// expect that on this PID. `is_last`: the section before it on the PID that gave no null had the same bytes.
+    CBaseMpegProgram* take_PMT(unsigned short PID, std::uint16_t program_number, const unsigned char* section,
+                               std::size_t size, bool is_last);
     /// Forgets all, but for the routes.
     void clear();
 
@@ -46,6 +46,7 @@ private:
     struct Program
     {
         CBaseMpegProgram entry;
+        bool is_settled = false; ///< the section of its PMT that came last would, if it came again, change nothing
         // The second leads to the first.
         std::unique_ptr<CPacketWrapper<CPMT>> whole; ///< its current table: all sections of the PMT together
         std::unique_ptr<CarriedPMT> carried;

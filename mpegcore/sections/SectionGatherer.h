@@ -3,7 +3,6 @@
 #include "mpegcore/TransportPayload.h"
 #include "mpegcore/sections/SectionHeader.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -23,7 +22,7 @@ enum class SectionCheck
 /// do not end it. A section begins only in a packet with payload_unit_start_indicator; the stuffing behind the last
 /// one ends the payload. A packet without payload changes nothing.
 ///
-/// Memory: while a section that began in an earlier packet is not whole, a block of its size, 4098 bytes at most.
+/// Memory: from the first section on that goes over packets, a block of 1024 bytes, or of 4098 once one is longer.
 class SectionGatherer
 {
 public:
@@ -41,6 +40,15 @@ public:
     /// The same for a packet that was read; there is a payload.
     template <class Sink>
     void put(const TransportPayload& packet, Sink&& sink)
+    {
+        put_unchecked(packet, [&sink](const unsigned char* section, std::size_t size) {
+            sink(section, size, section_CRC_is_good(section, size) ? SectionCheck::good : SectionCheck::CRC_failed);
+        });
+    }
+
+    /// The same, `sink(section, size)` being called without a look at the CRC_32.
+    template <class Sink>
+    void put_unchecked(const TransportPayload& packet, Sink&& sink)
     {
         if (!follow(packet))
             return;
@@ -64,31 +72,33 @@ public:
     void reset();
 
 private:
+    static constexpr std::size_t first_capacity = 1024; // few sections are longer
+
     /// Follows the continuity_counter; false when the payload is not to be looked at.
-    [[nodiscard]] bool follow(const TransportPayload& packet);
+    [[nodiscard]] bool follow(const TransportPayload& packet)
+    {
+        // What stands in such a packet, its counter included, is not to be relied on.
+        if (!packet.is_usable()) {
+            drop();
+            return false;
+        }
+        const Continuity continuity = m_continuity.follow(packet);
+        if (continuity == Continuity::jumped)
+            drop();
+        return continuity != Continuity::repeated;
+    }
     void begin(const unsigned char* at, const unsigned char* end);
     /// Adds to the section begun; true when it is whole.
     [[nodiscard]] bool append(const unsigned char* at, const unsigned char* end);
-    void drop()
-    {
-        m_gathered = 0;
-        m_section.reset();
-    }
-
-    template <class Sink>
-    static void report(const unsigned char* section, std::size_t size, Sink& sink)
-    {
-        sink(section, size, section_CRC_is_good(section, size) ? SectionCheck::good : SectionCheck::CRC_failed);
-    }
+    void drop() { m_gathered = 0; }
 
     template <class Sink>
     void go_on(const unsigned char* at, const unsigned char* end, Sink& sink)
     {
         if (m_gathered == 0 || !append(at, end))
             return;
-        const auto section = std::move(m_section);
         m_gathered = 0;
-        report(section.get(), m_size, sink);
+        sink(static_cast<const unsigned char*>(m_section.get()), m_size);
     }
 
     template <class Sink>
@@ -101,15 +111,15 @@ private:
                 return;
             }
             const std::size_t size = SectionHeader(at, left).announced_size();
-            report(at, size, sink);
+            sink(at, size);
             at += size;
         }
     }
 
-    std::unique_ptr<unsigned char[]> m_section;                ///< once its header is there
-    std::array<unsigned char, section_header_size> m_header{}; ///< up to then
-    std::size_t m_gathered = 0;                                ///< bytes of the section begun; 0: there is none
-    std::size_t m_size = 0;                                    ///< that it announces
+    std::unique_ptr<unsigned char[]> m_section; ///< with a room of m_capacity bytes; null: none was needed yet
+    std::size_t m_capacity = 0;
+    std::size_t m_gathered = 0; ///< bytes of the section begun; 0: there is none
+    std::size_t m_size = 0;     ///< that it announces, once its header is there
     ContinuityFollower m_continuity;
 };
 } // namespace mpegcore

@@ -73,23 +73,23 @@ WholeTables::WholeTables(Report report, std::size_t memory_limit)
     : m_report(std::move(report)), m_memory_limit(memory_limit)
 {}
 
-void WholeTables::put(std::uint16_t PID, const unsigned char* section, std::size_t size, std::uint64_t time)
+bool WholeTables::put(std::uint16_t PID, const unsigned char* section, std::size_t size, std::uint64_t time)
 {
     const SectionHeader header(section, size);
     if (header.section_syntax_indicator() && !header.has_extension())
-        return;
+        return false;
     if (header.has_extension() &&
         (!header.current_next_indicator() || header.section_number() > header.last_section_number()))
-        return;
+        return false;
     const auto at = find_or_add(TableIdentity::of(PID, header), time);
     Entry& entry = at->second;
     if (is_current(entry, header, section, size) &&
         (entry.next.table.sections.empty() || !belongs_to(entry.next.table, Numbers(header))))
     {
         restart(entry); // the version that was to follow does not
-        return;
+        return true;
     }
-    gather(at, header, section, size);
+    return gather(at, header, section, size);
 }
 
 bool WholeTables::is_current(const Entry& entry, const SectionHeader& header, const unsigned char* section,
@@ -102,7 +102,7 @@ bool WholeTables::is_current(const Entry& entry, const SectionHeader& header, co
     return found != entry.current.sections.end() && same_bytes(found->second, section, size);
 }
 
-void WholeTables::gather(Entries::iterator at, const SectionHeader& header, const unsigned char* section,
+bool WholeTables::gather(Entries::iterator at, const SectionHeader& header, const unsigned char* section,
                          std::size_t size)
 {
     Entry& entry = at->second;
@@ -111,7 +111,7 @@ void WholeTables::gather(Entries::iterator at, const SectionHeader& header, cons
     const auto found = next.table.sections.find(numbers.number);
     if (found != next.table.sections.end() && belongs_to(next.table, numbers) &&
         same_bytes(found->second, section, size))
-        return;
+        return false;
     if (found != next.table.sections.end() || !belongs_to(next.table, numbers))
         restart(entry);
     if (!make_room(size + section_cost, at)) {
@@ -119,7 +119,7 @@ void WholeTables::gather(Entries::iterator at, const SectionHeader& header, cons
             take_out(at, TableNews::forgotten);
         else
             restart(entry);
-        return;
+        return false;
     }
     m_memory += size + section_cost;
     next.table.identity = at->first;
@@ -130,8 +130,10 @@ void WholeTables::gather(Entries::iterator at, const SectionHeader& header, cons
     next.is_EIT = header.is_EIT();
     if (next.is_EIT)
         next.segment_last_section_number[numbers.number / segment_size] = header.segment_last_section_number();
-    if (next.is_whole())
+    const bool is_whole = next.is_whole();
+    if (is_whole)
         complete(entry);
+    return is_whole;
 }
 
 void WholeTables::complete(Entry& entry)

@@ -79,8 +79,9 @@ public:
     WholeTables(const WholeTables&) = delete;
     WholeTables& operator=(const WholeTables&) = delete;
 
-    /// A whole section whose CRC_32 is good or that needs none. `time`, in any unit, must not go back.
-    void put(std::uint16_t PID, const unsigned char* section, std::size_t size, std::uint64_t time = 0);
+    /// A whole section whose CRC_32 is good or that needs none. `time`, in any unit, must not go back. True when the
+    /// table is whole with this section and no other is being gathered: it would bring no news a second time.
+    bool put(std::uint16_t PID, const unsigned char* section, std::size_t size, std::uint64_t time = 0);
     /// The tables of the PID are gone.
     void remove(std::uint16_t PID);
     /// The table is gone.
@@ -122,7 +123,7 @@ private:
     Entries::iterator find_or_add(const TableIdentity& identity, std::uint64_t time);
     static bool is_current(const Entry& entry, const SectionHeader& header, const unsigned char* section,
                            std::size_t size);
-    void gather(Entries::iterator at, const SectionHeader& header, const unsigned char* section, std::size_t size);
+    bool gather(Entries::iterator at, const SectionHeader& header, const unsigned char* section, std::size_t size);
     void complete(Entry& entry);
     void restart(Entry& entry);
     void drop_sections(WholeTable& table);

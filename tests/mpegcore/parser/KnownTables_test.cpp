@@ -135,6 +135,46 @@ TEST_F(KnownTables, AreNotKeptBeforeTheSameCameFiveTimesInARow)
     EXPECT_EQ(read(EIT(0)), SectionReading::repeated);
 }
 
+TEST_F(KnownTables, AreKeptFromTheSecondTimeOnWhenNoRepetitionIsAskedFor)
+{
+    tables.set_up(mpegcore::ZQDescriptorType::TS, 0);
+    for (const unsigned version : {0U, 1U, 2U}) {
+        for (unsigned count = 0; count < (version == 0 ? 2U : 1U); ++count)
+            EXPECT_EQ(read(EIT(0, version)), SectionReading::fresh);
+        EXPECT_EQ(read(EIT(0, version)), SectionReading::repeated);
+        EXPECT_EQ(current(), EIT(0, version));
+    }
+}
+
+TEST_F(KnownTables, SayOfASectionThatTheyKeepThatItIsTheSame)
+{
+    const Bytes section = EIT(0);
+    EXPECT_FALSE(tables.find(section.data(), section.size()).is_same);
+    read_often(section);
+    EXPECT_TRUE(tables.find(section.data(), section.size()).is_same);
+    read(EIT(1));
+    EXPECT_TRUE(tables.find(section.data(), section.size()).is_same);
+    for (std::size_t at = 0; at < section.size(); ++at) {
+        Bytes other = section;
+        other[at] ^= 1;
+        EXPECT_FALSE(tables.find(other.data(), other.size()).is_same) << at;
+    }
+    EXPECT_FALSE(tables.find(section.data(), section.size() - 1).is_same);
+}
+
+TEST_F(KnownTables, ReadAnewWhatTheWrapperReadPastThemSinceItWasFound)
+{
+    const Bytes section = EIT(0);
+    read_often(section);
+    const auto place = tables.find(section.data(), section.size());
+    Bytes other = EIT(1);
+    ZQSDK::ZQBSReaderT<unsigned char*> reader(other.data(), other.size());
+    ASSERT_EQ(wrapper.Parser(reader), 1);
+    Bytes again = section;
+    EXPECT_EQ(tables.read(again.data(), again.size(), place), SectionReading::fresh);
+    EXPECT_EQ(current(), section);
+}
+
 TEST_F(KnownTables, OfOneServiceInTwoNetworksAreToldApart)
 {
     const Bytes event(12);

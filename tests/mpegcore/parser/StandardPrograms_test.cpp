@@ -166,3 +166,42 @@ TEST(StandardPrograms, MeasureBitRatesOfStreamsByTheirPCR)
     parser.feed(stream);
     EXPECT_EQ(parser.m_PIDs[0x101].bitrate, 184 * 8);
 }
+
+TEST(StandardPrograms, FollowAPMTThatComesBackAfterOneThatIsRefused)
+{
+    StandardJournal parser;
+    Stream stream;
+    auto refused = PMT(1, {0x102}, 1);
+    refused.resize(refused.size() - 4);
+    refused[1] |= 0x40; // private_indicator
+    refused = zqtest::with_CRC(refused);
+    stream.section(0, PAT({{1, 0x100}})).section(0x100, PMT(1, {0x101})).section(0x100, PMT(1, {0x101}));
+    EXPECT_THAT(parser.tables(stream), ElementsAre("PAT", "PMT 1 1", "PMT 1 1"));
+    stream.section(0x100, refused);
+    EXPECT_THAT(parser.tables(stream), IsEmpty());
+    stream.section(0x100, PMT(1, {0x101})).section(0x100, PMT(1, {0x103}, 1));
+    EXPECT_THAT(parser.tables(stream), ElementsAre("PMT 1 1", "PMT 1 1"));
+    EXPECT_THAT(routes(parser, stream, {0x101, 0x102, 0x103}), ElementsAre("259: PES 256 program 1"));
+    stream.section(0x100, PMT(1, {0x101}));
+    parser.feed(stream);
+    EXPECT_THAT(routes(parser, stream, {0x101, 0x102, 0x103}), ElementsAre("257: PES 256 program 1"));
+}
+
+TEST(StandardPrograms, FollowAPMTWhoseSectionStaysAndWhoseOtherSectionComesAndGoes)
+{
+    StandardJournal parser;
+    Stream stream;
+    const auto one = PMT(1, {0x101}, 0, 0, 0), first = PMT(1, {0x101}, 0, 0, 1), second = PMT(1, {0x102}, 0, 1, 1);
+    stream.section(0, PAT({{1, 0x100}}));
+    for (unsigned round = 0; round < 3; ++round) {
+        stream.section(0x100, one).section(0x100, one);
+        parser.feed(stream);
+        EXPECT_THAT(routes(parser, stream, {0x101, 0x102}), ElementsAre("257: PES 256 program 1"));
+        stream.section(0x100, first).section(0x100, first);
+        parser.feed(stream);
+        EXPECT_EQ(routes(parser, stream, {0x101, 0x102}).size(), 1U);
+        stream.section(0x100, second).section(0x100, second);
+        parser.feed(stream);
+        EXPECT_EQ(routes(parser, stream, {0x101, 0x102}).size(), 2U);
+    }
+}

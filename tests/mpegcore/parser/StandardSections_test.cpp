@@ -63,6 +63,64 @@ TEST(StandardSections, TellSectionsWhoseCRCFailedApart)
     EXPECT_EQ(parser.m_PAT.valid, 0);
 }
 
+TEST(StandardSections, TellAWrongCRCAlsoWhereTheSectionIsKnown)
+{
+    struct Known
+    {
+        unsigned PID;
+        Bytes section;
+        const char* name;
+    };
+    const Bytes no_loops{0xF0, 0x00, 0xF0, 0x00};
+    for (const Known& known : {Known{0x00, PAT({{1, 0x100}}), "PAT"}, Known{0x01, CAT(0x500, 0, 0, 0), "CAT"},
+                               Known{0x10, versioned_section(0x40, 1, no_loops, 0, 0, 0, true), "NIT"},
+                               Known{0x12, good_section(0x4E, 6), "EIT 78"}, Known{0x100, PMT(1, {0x101}), "PMT 1 1"}})
+    {
+        StandardJournal parser;
+        Stream stream;
+        stream.section(0, PAT({{1, 0x100}}));
+        parser.feed(stream);
+        for (unsigned count = 0; count < 8; ++count)
+            stream.section(known.PID, known.section);
+        EXPECT_THAT(parser.tables(stream), testing::Each(known.name));
+        for (std::size_t at = 3; at < known.section.size(); ++at) {
+            Bytes wrong = known.section;
+            wrong[at] ^= 0x10;
+            stream.section(known.PID, wrong).section(known.PID, known.section);
+            const auto failed = "CRC failed " + std::to_string(known.PID);
+            ASSERT_THAT(parser.tables(stream), ElementsAre(failed, known.name)) << at;
+        }
+    }
+}
+
+TEST(StandardSections, LetOnSectionTakeAwayThePMTThatIsToBeRead)
+{
+    StandardJournal parser;
+    Stream stream;
+    stream.section(0, PAT({{1, 0x100}})).section(0x100, PMT(1, {0x101})).section(0x100, PMT(1, {0x101}));
+    parser.feed(stream);
+    parser.at_section = [&](unsigned short) { parser.m_PMTs.clear(); };
+    for (unsigned count = 0; count < 3; ++count) {
+        stream.section(0x100, PMT(1, {0x101}));
+        EXPECT_THAT(parser.tables(stream), ElementsAre("PMT 1 1"));
+        EXPECT_EQ(routes(parser, stream, {0x101}).size(), 1U);
+        EXPECT_EQ(parser.m_PMTs.at(0x100)->current->streams.size(), 1U);
+    }
+}
+
+TEST(StandardSections, LetOnSectionAskForTablesThatMayBeEdited)
+{
+    StandardJournal parser;
+    Stream stream;
+    parser.at_section = [&](unsigned short) { parser.m_editableTables = !parser.m_editableTables; };
+    for (unsigned count = 0; count < 20; ++count) {
+        stream.section(0x12, good_section(0x4E, 6)).section(0x12, good_section(0x4E, 6));
+        stream.section(0x12, good_section(0x4E, 6, 2));
+        EXPECT_THAT(parser.tables(stream), ElementsAre("EIT 78", "EIT 78", "EIT 78"));
+        EXPECT_EQ(parser.m_EITpfActual.current->service_id, 2);
+    }
+}
+
 TEST(StandardSections, ReportWhatIsNotCurrentOnlyAsASection)
 {
     StandardJournal parser;

@@ -98,6 +98,27 @@ Bytes EIT(unsigned number, unsigned last, unsigned segment_last, unsigned versio
 const auto SDT_identity = identity(0x10, 0x42, 7);
 } // namespace
 
+TEST(WholeTables, SayWhetherASectionWouldBringNoNewsASecondTime)
+{
+    WholeTables tables([](TableNews, const WholeTable&) {});
+    const auto put = [&](unsigned version, unsigned number, bool current = true) {
+        const Bytes section = good_section(0x42, 8, 1, version, number, 1, current);
+        return tables.put(0x11, section.data(), section.size());
+    };
+    EXPECT_FALSE(put(0, 0));
+    EXPECT_FALSE(put(0, 0));
+    EXPECT_TRUE(put(0, 1));
+    EXPECT_TRUE(put(0, 0));
+    EXPECT_FALSE(put(1, 0, false));
+    EXPECT_FALSE(put(1, 0));
+    EXPECT_TRUE(put(0, 0)); // the version that was to follow does not
+    EXPECT_FALSE(put(1, 1));
+    EXPECT_TRUE(put(1, 0));
+    const Bytes too_large = good_section(0x42, 100, 2);
+    WholeTables small([](TableNews, const WholeTable&) {}, 50);
+    EXPECT_FALSE(small.put(0x11, too_large.data(), too_large.size()));
+}
+
 TEST(WholeTables, TellOfATableOfOneSectionOnce)
 {
     Collector collector;
