@@ -2,6 +2,7 @@
 // The input is a row of records, of which the parser's stream is made: packets of chosen PIDs with the bytes of the
 // record, sections with their CRC_32 put right, once or several times, raw bytes. Two parsers get it in pieces, the
 // same ones for all inputs and cleared in between: what one keeps of sections that come again, the other reads anew.
+// Two more do the same with sections by the standard, one of them in pieces of a size of its own.
 #include "mpegcore/BaseMpegParser.h"
 #include "mpegcore/CRC.h"
 
@@ -28,7 +29,12 @@ void require(bool held)
 class Parser : public CBaseMpegParser
 {
 public:
-    explicit Parser(bool editable_tables) : CBaseMpegParser(true) { m_editableTables = editable_tables; }
+    Parser(bool editable_tables, bool by_the_standard) : CBaseMpegParser(true)
+    {
+        m_editableTables = editable_tables;
+        set_sections_by_the_standard(by_the_standard);
+        require(add_section_PID(0x30));
+    }
 
     void OnPreProcess(unsigned int, const transport_packet& p) override
     {
@@ -41,6 +47,18 @@ public:
         ++ended;
         require(p.payload >= p.packet + 4 && p.payload + p.payload_size <= p.packet + 188);
         touch(p.payload, p.payload_size);
+    }
+    void OnSection(unsigned short PID, const unsigned char* section, unsigned long size) override
+    {
+        require(sections_by_the_standard() && size >= 3 && size == (section[1] & 0x0FU) * 256U + section[2] + 3U);
+        note(PID);
+        touch(section, size);
+    }
+    void OnSectionCRCFailed(unsigned short PID, const unsigned char* section, unsigned long size) override
+    {
+        require(size < 7 || crc32_mpeg2(section, size) != 0);
+        note(PID + 1U);
+        touch(section, size);
     }
     void OnPAT(CPAT* t) override
     {
@@ -155,7 +173,7 @@ private:
         out[0] = 0x47;
         out[1] = static_cast<unsigned char>((start != 0 ? 0x40U : 0U) | PID >> 8);
         out[2] = static_cast<unsigned char>(PID);
-        out[3] = static_cast<unsigned char>(adaptation_field_control << 4);
+        out[3] = static_cast<unsigned char>(adaptation_field_control << 4 | (m_counters[PID]++ & 0x0FU));
         return out + 4;
     }
 
@@ -196,31 +214,42 @@ private:
 
     const std::uint8_t* m_at;
     const std::uint8_t* m_end;
+    std::array<unsigned char, 8192> m_counters{};
 };
+
+/// Process over pieces, each in a block of its size.
+void feed(Parser& parser, const std::vector<unsigned char>& stream, std::size_t piece)
+{
+    parser.reset();
+    unsigned long consumed = 0;
+    for (std::size_t at = 0; at < stream.size(); at += piece) {
+        const std::size_t count = std::min(piece, stream.size() - at);
+        const std::unique_ptr<unsigned char[]> block(new unsigned char[count]);
+        std::copy_n(stream.begin() + static_cast<std::ptrdiff_t>(at), count, block.get());
+        consumed += parser.Process(block.get(), count);
+    }
+    require(consumed + parser.m_carry == stream.size());
+    require(parser.begun == parser.ended && 188 * parser.begun <= consumed);
+}
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static auto* const parser = new Parser(false);
-    static auto* const anew = new Parser(true);
+    static auto* const parser = new Parser(false, false);
+    static auto* const anew = new Parser(true, false);
+    static auto* const standard = new Parser(false, true);
+    static auto* const standard_anew = new Parser(true, true);
     static const bool silent = std::freopen("/dev/null", "w", stdout) != nullptr;
     static_cast<void>(silent);
     if (size < 2 || size > 4096)
         return 0;
     const std::size_t piece = data[0] == 0 ? 100000 : 16U * data[0] + 1;
     const Maker made(data + 1, size - 1);
-    for (Parser* const each : {parser, anew}) {
-        each->reset();
-        unsigned long consumed = 0;
-        for (std::size_t at = 0; at < made.stream.size(); at += piece) {
-            const std::size_t count = std::min(piece, made.stream.size() - at);
-            const std::unique_ptr<unsigned char[]> block(new unsigned char[count]);
-            std::copy_n(made.stream.begin() + static_cast<std::ptrdiff_t>(at), count, block.get());
-            consumed += each->Process(block.get(), count);
-        }
-        require(consumed + each->m_carry == made.stream.size());
-        require(each->begun == each->ended && 188 * each->begun <= consumed);
-    }
+    feed(*parser, made.stream, piece);
+    feed(*anew, made.stream, piece);
     require(parser->sum == anew->sum);
+    feed(*standard, made.stream, piece);
+    feed(*standard_anew, made.stream, made.stream.size() + 1);
+    require(standard->sum == standard_anew->sum);
     return 0;
 }
