@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// T2-MI through the decapsulator, packets counted, beside the least that such a program has to do with the same
-// bytes: one copy of each 184-byte payload, one CRC-32 over each T2-MI packet, one 188-byte copy of each packet out.
-// Both take turns within one row, so that the ratio does not depend on what else the machine does.
+// T2-MI through the decapsulator and through the demultiplexer, packets counted, beside the least that such a program
+// has to do with the same bytes: one copy of each 184-byte payload, one CRC-32 over each T2-MI packet, one 188-byte
+// copy of each packet out. They take turns within one row, so that the ratios do not depend on what else the machine
+// does.
 #include "mpegcore/CRC.h"
 #include "mpegcore/T2MIToTS.h"
+#include "mpegcore/t2mi/T2MIDemultiplexer.h"
 #include "tests/support/AllocationCounter.h"
 #include "tools/t2mi/t2mi_encapsulator.h"
 
@@ -21,19 +23,21 @@ using bytes = std::vector<unsigned char>;
 
 constexpr std::size_t packets_in = 100'000;
 
-/// One PLP of random packets, so that all of the T2-MI has to go out again.
-bytes make_stream()
+/// PLPs of random packets in turn, so that all of the T2-MI has to go out again.
+bytes make_stream(unsigned plps = 1)
 {
     bytes stream;
     t2mi::t2mi_encapsulator encapsulator(t2mi::t2mi_options{}, [&stream](const unsigned char* packet) {
         stream.insert(stream.end(), packet, packet + mpegcore::ts_packet_size);
     });
-    bool taken = encapsulator.add_plp(0);
+    bool taken = true;
+    for (unsigned plp_id = 0; plp_id < plps; ++plp_id)
+        taken = taken && encapsulator.add_plp(static_cast<std::uint8_t>(plp_id));
     std::mt19937 random(1);
     t2mi::ts_packet packet{mpegcore::ts_sync_byte};
     for (std::size_t at = 0; at < packets_in && taken; ++at) {
         std::generate(packet.begin() + 1, packet.end(), [&random] { return static_cast<unsigned char>(random()); });
-        taken = encapsulator.push(0, packet.data());
+        taken = encapsulator.push(static_cast<std::uint8_t>(at % plps), packet.data());
     }
     encapsulator.flush();
     return stream;
@@ -47,13 +51,26 @@ public:
     std::size_t packets = 0;
 };
 
-/// What the decapsulator cannot do without. Knows where the payloads are and how long the T2-MI packets.
-void bare_loop(const bytes& stream)
+class counting_listener : public mpegcore::T2MIDemultiplexer::Listener
+{
+public:
+    void on_packet(std::uint8_t, const mpegcore::UserPacket& packet, bool) override
+    {
+        benchmark::DoNotOptimize(packet.data);
+        ++packets;
+    }
+    std::size_t packets = 0;
+};
+
+/// What none of them can do without. Knows where the payloads are and how long the T2-MI packets; of these each
+/// `taken_one_of` goes out.
+void bare_loop(const bytes& stream, unsigned taken_one_of = 1)
 {
     static unsigned char packet[65535];
     static unsigned char out[7 * mpegcore::ts_packet_size];
     constexpr std::size_t packet_size = 5370 + 23;
     std::size_t fill = 0;
+    std::size_t number = 0;
     std::uint32_t crc = 0;
     for (std::size_t at = 0; at + mpegcore::ts_packet_size <= stream.size(); at += mpegcore::ts_packet_size) {
         std::memcpy(packet + fill, stream.data() + at + mpegcore::ts_header_size, mpegcore::ts_payload_size);
@@ -61,7 +78,8 @@ void bare_loop(const bytes& stream)
         if (fill < packet_size)
             continue;
         crc ^= mpegcore::crc32_mpeg2(packet, fill);
-        for (std::size_t from = 0, to = 0; from + mpegcore::ts_packet_size <= fill; from += mpegcore::ts_packet_size) {
+        const std::size_t taken = number++ % taken_one_of == 0 ? fill : 0;
+        for (std::size_t from = 0, to = 0; from + mpegcore::ts_packet_size <= taken; from += mpegcore::ts_packet_size) {
             std::memcpy(out + to, packet + from, mpegcore::ts_packet_size);
             to = (to + mpegcore::ts_packet_size) % sizeof out;
             benchmark::DoNotOptimize(out);
@@ -115,6 +133,55 @@ void decapsulate(benchmark::State& state)
         static_cast<double>(allocated) / (rounds * static_cast<double>(stream.size() / mpegcore::ts_packet_size));
 }
 BENCHMARK(decapsulate)->ArgName("piece")->Arg(1 << 30)->Arg(1316)->UseManualTime()->MinTime(2);
+
+/// The demultiplexer with so many PLPs in the stream, one of them taken or all.
+void demultiplex(benchmark::State& state)
+{
+    const auto plps = static_cast<unsigned>(state.range(0));
+    const bool takes_all = state.range(1) != 0;
+    bytes stream = make_stream(plps);
+    counting_listener listener;
+    mpegcore::T2MIDemultiplexer demultiplexer(listener);
+    if (!takes_all)
+        demultiplexer.set_PLPs(std::bitset<256>().set(0));
+    const auto feed = [&] { demultiplexer.put(stream.data(), stream.size()); };
+    counting_decapsulator decapsulator;
+    feed();
+    decapsulator.Process(stream.data(), stream.size());
+    const std::size_t packets_before = listener.packets;
+    double ours = 0, simple = 0, bare = 0;
+    std::size_t allocated = 0;
+    for (auto _ : state) {
+        const std::size_t before = zqtest::allocations();
+        const double time = seconds(feed);
+        allocated += zqtest::allocations() - before;
+        ours += time;
+        simple += seconds([&] { decapsulator.Process(stream.data(), stream.size()); });
+        bare += seconds([&] { bare_loop(stream, takes_all ? 1 : plps); });
+        state.SetIterationTime(time);
+    }
+    const auto rounds = static_cast<double>(state.iterations());
+    const double megabytes = rounds * static_cast<double>(stream.size()) / 1e6;
+    const std::size_t sent = packets_in / (takes_all ? 1 : plps);
+    // Where the stream begins anew, its first packets do not follow its last ones.
+    if (listener.packets - packets_before + 4 * plps * state.iterations() < sent * state.iterations())
+        state.SkipWithError("packets got lost");
+    state.counters["MB/s"] = megabytes / ours;
+    state.counters["simple MB/s"] = megabytes / simple;
+    state.counters["bare MB/s"] = megabytes / bare;
+    state.counters["of bare"] = bare / ours;
+    state.counters["of simple"] = simple / ours;
+    state.counters["allocs/packet"] =
+        static_cast<double>(allocated) / (rounds * static_cast<double>(stream.size() / mpegcore::ts_packet_size));
+}
+BENCHMARK(demultiplex)
+    ->ArgNames({"plps", "all"})
+    ->Args({1, 1})
+    ->Args({4, 0})
+    ->Args({8, 0})
+    ->Args({8, 1})
+    ->UseManualTime()
+    ->MinTime(2);
 } // namespace
 
 BENCHMARK_MAIN();
