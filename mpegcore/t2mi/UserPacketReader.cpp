@@ -83,13 +83,15 @@ UserPacketReader::Format UserPacketReader::format_of(const BasebandHeader& heade
     return format;
 }
 
-/// 2 or 3: that with which the CRC-8 of the first packet in the field holds, which the next one begins with. Where the
-/// field has too few packets, that of the frame before, and else the one that UPL tells.
+/// 2 or 3: that with which the CRC-8 of the first packet in the field holds, which the next one begins with, if it
+/// fails with the other. Where the field has too few packets to tell, that of the frame before, and else the one that
+/// UPL tells.
 std::uint8_t UserPacketReader::ISSY_size_of(const BasebandHeader& header) const
 {
     constexpr std::uint8_t short_ISSY = 2;
     const std::size_t with_short = packet_size + short_ISSY + header.NPD;
-    const bool short_fits = CRC_8_fits(with_short), long_fits = CRC_8_fits(with_short + 1);
+    const bool can_tell = static_cast<std::size_t>(m_end - m_data) > m_first + with_short + 1;
+    const bool short_fits = can_tell && CRC_8_fits(with_short), long_fits = can_tell && CRC_8_fits(with_short + 1);
     if (short_fits != long_fits)
         return short_fits ? short_ISSY : longest_ISSY;
     if (m_format.ISSY_size != 0)
@@ -100,7 +102,7 @@ std::uint8_t UserPacketReader::ISSY_size_of(const BasebandHeader& header) const
 bool UserPacketReader::CRC_8_fits(std::size_t stride) const
 {
     const unsigned char* const packet = m_data + m_first;
-    return static_cast<std::size_t>(m_end - packet) > stride && crc8_dvb(packet + 1, stride - 1) == packet[stride];
+    return crc8_dvb(packet + 1, stride - 1) == packet[stride];
 }
 
 void UserPacketReader::use(const Format& format)

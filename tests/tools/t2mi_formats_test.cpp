@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// What the encapsulator makes beyond the plainest stream, against bytes made by hand and through the demultiplexer.
+#include "support/Demultiplexed.h"
+#include "support/Encapsulated.h"
+#include "support/PackedT2MI.h"
+
+#include <gmock/gmock.h>
+
+using namespace zqtest;
+using t2mi::t2mi_options;
+using testing::ElementsAre;
+using testing::SizeIs;
+
+namespace
+{
+/// The payloads of its T2-MI packets with this packet_type.
+std::vector<Bytes> payloads_of(unsigned packet_type, const Bytes& stream)
+{
+    std::vector<Bytes> payloads;
+    const auto sink = [&](const unsigned char* packet, std::size_t size) {
+        if (packet[0] == packet_type)
+            payloads.emplace_back(packet + 6, packet + size - 4);
+    };
+    mpegcore::T2MIPacketGatherer gatherer;
+    for (const Bytes& packet : packets_of(stream))
+        if ((packet[1] & 0x1F) == 0x10 && packet[2] == 0x00)
+            gatherer.put(packet.data(), sink, [] { ADD_FAILURE() << "gap"; });
+    return payloads;
+}
+
+/// Data of a 64K LDPC block at 3/5.
+t2mi_options full_frames()
+{
+    t2mi_options options = frames_of(4826);
+    options.timestamps = false;
+    options.auxiliary_bytes = 0;
+    return options;
+}
+
+Bytes first_frame(const t2mi_options& options, const Bytes& packet)
+{
+    Encapsulated mix(options);
+    for (unsigned count = 0; count < 40; ++count)
+        mix.push(0, packet);
+    mix.encapsulator.flush();
+    return slice(payloads_of(0x00, mix.data).at(0), 3, 10 + 4826);
+}
+} // namespace
+
+TEST(EncapsulatorFormats, WriteTheHeadersOfBothModes)
+{
+    t2mi_options options = full_frames();
+    const Bytes null = null_transport_packet();
+    EXPECT_EQ(slice(first_frame(options, null), 0, 10), (Bytes{0xF0, 0, 0, 0, 0x96, 0xD0, 0, 0, 0, 0xAA}));
+    options.normal_mode = true;
+    EXPECT_EQ(slice(first_frame(options, null), 0, 10), (Bytes{0xF0, 0, 0x05, 0xE0, 0x96, 0xD0, 0x47, 0, 0, 0xC0}));
+    options.ISSY_bytes = 3;
+    options.delete_nulls = true;
+    EXPECT_EQ(slice(first_frame(options, numbered_packet(1)), 0, 10),
+              (Bytes{0xFC, 0, 0x06, 0x00, 0x96, 0xD0, 0x47, 0, 0, 0x8F}));
+}
+
+TEST(EncapsulatorFormats, BeginAPacketOfNormalModeWithTheCrc8OfTheOneBefore)
+{
+    t2mi_options options = full_frames();
+    options.normal_mode = true;
+    const Bytes null = null_transport_packet();
+    const Bytes plain = first_frame(options, null);
+    EXPECT_EQ(plain[10], 0x00);
+    EXPECT_EQ(slice(plain, 11, 187), slice(null, 1, 187));
+    EXPECT_EQ(plain[10 + 188], 0xAF);
+    options.ISSY_bytes = 3;
+    const Bytes with_ISSY = first_frame(options, null);
+    EXPECT_EQ(slice(with_ISSY, 10 + 188, 4), (Bytes{0x80, 0x00, 0x00, 0xF7}));
+    options.ISSY_bytes = 2;
+    EXPECT_EQ(slice(first_frame(options, null), 10 + 188, 2), (Bytes{0x00, 0x00}));
+}
+
+TEST(EncapsulatorFormats, CountTheNullPacketsThatTheyLeaveOut)
+{
+    t2mi_options options = full_frames();
+    options.delete_nulls = true;
+    Encapsulated mix(options);
+    for (unsigned count = 0; count < 258; ++count)
+        mix.push(0, null_transport_packet());
+    mix.push(0, numbered_packet(1));
+    mix.encapsulator.flush();
+    const Bytes frame = payloads_of(0x00, mix.data).at(0);
+    // The 256th is sent, behind 255; two more stand in front of the last.
+    EXPECT_EQ(slice(frame, 13 + 187, 1), (Bytes{255}));
+    EXPECT_EQ(slice(frame, 13 + 188 + 187, 1), (Bytes{2}));
+    EXPECT_EQ(frame[3], 0xF4);
+}
+
+TEST(EncapsulatorFormats, PutTheIssyOfTheFirstPacketIntoTheHeader)
+{
+    t2mi_options options = full_frames();
+    options.ISSY_bytes = 3;
+    Encapsulated mix(options);
+    // 7 ms are 64000 periods of 7/64 us.
+    for (unsigned count = 0; count < 60; ++count) {
+        mix.encapsulator.advance(std::chrono::milliseconds(7 * count));
+        mix.push(0, numbered_packet(count));
+    }
+    mix.encapsulator.flush();
+    const auto frames = payloads_of(0x00, mix.data);
+    ASSERT_THAT(frames, SizeIs(3));
+    EXPECT_EQ(slice(frames[0], 3, 10), (Bytes{0xF8, 0, 0x80, 0x00, 0x96, 0xD0, 0x00, 0, 0, frames[0][12]}));
+    // Packet 25 is the one that goes on; 26 * 64000 = 0x196400.
+    EXPECT_EQ(slice(frames[1], 5, 2), (Bytes{0x99, 0x64}));
+    EXPECT_EQ(frames[1][9], 0x00);
+}
+
+TEST(EncapsulatorFormats, NameTheStreamInADescriptor)
+{
+    t2mi_options options;
+    options.T2MI_descriptor = true;
+    options.t2mi_stream_id = 5;
+    Encapsulated mix(options);
+    push_random(mix, 40);
+    const Bytes PMT = Bytes{0x47, 0x41, 0x00, 0x10, 0x00} + PMT_section(1, {{0x06, T2MI_PID, T2MI_descriptor(5)}});
+    EXPECT_EQ(slice(mix.data, 188, 188), PMT + Bytes(188 - PMT.size(), 0xFF));
+}
+
+TEST(EncapsulatorFormats, SendTimestampAndL1BehindTheFramesOfEachT2Frame)
+{
+    t2mi_options options = frames_of(1000);
+    options.L1_signalling = true;
+    options.auxiliary_bytes = 0;
+    options.baseband_frames_per_t2_frame = 3;
+    Encapsulated mix(options, {1, 9});
+    std::mt19937 random(2);
+    for (unsigned count = 0; count < 100; ++count)
+        mix.push(count % 3 == 0 ? 9 : 1, random_packet(random));
+    mix.encapsulator.flush();
+    std::vector<unsigned> types;
+    Demultiplexed out(mix.data, {}, 1316);
+    std::map<unsigned, unsigned> counted;
+    for (const Bytes& frame : payloads_of(0x00, mix.data))
+        ++counted[frame[1]];
+    for (const Bytes& payload : payloads_of(0x10, mix.data)) {
+        mpegcore::L1Current L1;
+        ASSERT_TRUE(L1.read(payload.data(), payload.size()));
+        ASSERT_THAT(L1.L1DYN_CURR.PLPs, SizeIs(2));
+        EXPECT_EQ(L1.L1CONF.PLPs[1].PLP_ID, 9);
+        EXPECT_EQ(L1.frame_idx, L1.L1DYN_CURR.FRAME_IDX);
+        EXPECT_EQ(L1.L1PRE.L1_POST_INFO_SIZE, L1.configurable_bits() + L1.dynamic_bits());
+        counted[1] -= L1.L1DYN_CURR.PLPs[0].PLP_NUM_BLOCKS;
+        counted[9] -= L1.L1DYN_CURR.PLPs[1].PLP_NUM_BLOCKS;
+    }
+    EXPECT_EQ(counted, (std::map<unsigned, unsigned>{{1, 0}, {9, 0}}));
+    for (const auto& [packet_type, payload] : out.others)
+        types.push_back(packet_type);
+    for (std::size_t at = 0; at < types.size(); ++at)
+        EXPECT_EQ(types[at], at % 2 == 0 ? 0x20U : 0x10U);
+    EXPECT_THAT(out.L1, SizeIs(1));
+}
+
+TEST(EncapsulatorFormats, LeaveNoStuffingBetweenPacketsWhenContinuous)
+{
+    t2mi_options options = frames_of(200);
+    options.continuous = true;
+    Encapsulated mix(options);
+    push_random(mix, 300);
+    const auto packets = packets_of(mix.data);
+    for (const Bytes& packet : packets)
+        // One byte of stuffing, where a pointer_field would have no room for a start behind it.
+        if ((packet[3] & 0x20) != 0) {
+            EXPECT_EQ(packet[4], 0);
+        }
+    Demultiplexed out(mix.data, {}, 188);
+    EXPECT_EQ(out.gaps, 0U);
+}
+
+TEST(EncapsulatorFormats, AreReadWholeInAnyMix)
+{
+    std::mt19937 random(5);
+    for (unsigned round = 0; round < 60; ++round) {
+        t2mi_options options;
+        options.normal_mode = random() % 2 == 0;
+        options.ISSY_bytes = random() % 2 == 0 ? 0 : options.normal_mode && random() % 2 == 0 ? 2 : 3;
+        options.delete_nulls = random() % 2 == 0;
+        options.continuous = random() % 2 == 0;
+        options.L1_signalling = random() % 2 == 0;
+        options.T2MI_descriptor = random() % 2 == 0;
+        options.t2mi_stream_id = random() % 8;
+        options.data_field_bytes_min = 192 + random() % 300;
+        options.data_field_bytes_max = options.data_field_bytes_min + random() % 3000;
+        options.seed = random();
+        ASSERT_EQ(t2mi::find_fault(options), "");
+        Encapsulated mix(options, {0, 1, 255});
+        for (unsigned count = 0; count < 150; ++count) {
+            Bytes packet = random() % 4 == 0 ? null_transport_packet() : random_packet(random);
+            if (packet != null_transport_packet())
+                packet[2] = 0; // it is no other null packet
+            mix.push(std::array{0U, 1U, 255U}[random() % 3], packet);
+        }
+        for (const unsigned plp_id : {0U, 1U, 255U})
+            mix.push(plp_id, numbered_packet(plp_id)); // tells of the null packets in front of it
+        mix.encapsulator.flush();
+        const Demultiplexed out(mix.data, {}, 1 + random() % 2000);
+        for (const auto& [plp_id, pushed] : mix.pushed) {
+            Bytes got;
+            for (const Bytes& packet : out.packets.at(plp_id))
+                got.insert(got.end(), packet.begin(), packet.end());
+            ASSERT_EQ(got, pushed) << round << " PLP " << plp_id;
+        }
+        auto lossy = packets_of(mix.data);
+        for (std::size_t at = random() % 40; at < lossy.size(); at += 30 + random() % 40)
+            lossy.erase(lossy.begin() + static_cast<std::ptrdiff_t>(at));
+        Bytes stream;
+        for (const Bytes& packet : lossy)
+            stream.insert(stream.end(), packet.begin(), packet.end());
+        const Demultiplexed behind_losses(stream, {}, 1316);
+        for (const auto& [plp_id, got] : behind_losses.packets)
+            ASSERT_TRUE(is_subsequence(got, packets_of(mix.pushed[plp_id]))) << round;
+    }
+}
+
+TEST(EncapsulatorFormats, AreRefusedWhereTheStandardHasNone)
+{
+    t2mi_options options;
+    options.ISSY_bytes = 2;
+    EXPECT_EQ(t2mi::find_fault(options), "ISSY has 3 bytes, or 2 in normal mode");
+    options.normal_mode = true;
+    EXPECT_EQ(t2mi::find_fault(options), "");
+    options.delete_nulls = true;
+    options.data_field_bytes_min = 190;
+    EXPECT_EQ(t2mi::find_fault(options), "a data field must hold a whole packet, 191 bytes");
+}
