@@ -86,6 +86,19 @@ TEST(CommandLine, TakesEveryOption)
     EXPECT_TRUE(line.quiet);
 }
 
+TEST(CommandLine, TakesTheOptionsOfOtherStreamsThanThePlainest)
+{
+    const auto line = parsed({"--continuous", "--l1", "--descriptor", "--normal-mode", "--issy=2", "--delete-nulls"});
+    EXPECT_TRUE(line.options.continuous);
+    EXPECT_TRUE(line.options.L1_signalling);
+    EXPECT_TRUE(line.options.T2MI_descriptor);
+    EXPECT_TRUE(line.options.normal_mode);
+    EXPECT_EQ(line.options.ISSY_bytes, 2U);
+    EXPECT_TRUE(line.options.delete_nulls);
+    EXPECT_THAT(fault_of({"--issy", "2"}), HasSubstr("ISSY has 3 bytes, or 2 in normal mode"));
+    EXPECT_NE(fault_of({"--issy", "4"}), "");
+}
+
 TEST(CommandLine, TakesOneFrameSizeForAll)
 {
     const auto line = parsed({"--frame-size=5000"});

@@ -18,10 +18,10 @@ using tools::parse_number;
 
 constexpr const char* usage =
     "Usage: zq-t2mi-mux --plp ID=FILE [--plp ID=FILE ...] --output FILE [options]\n\n"
-    "Wraps transport streams as the PLPs of one T2-MI stream (TS 102 773): baseband frames in\n"
-    "high-efficiency mode, timestamp and auxiliary packets, on one PID of a transport stream with\n"
-    "PAT and PMT. Inputs run side by side at the pace of their PCRs. \"-\" as FILE is standard\n"
-    "input or output. Numbers may be hexadecimal behind 0x. L1 signalling is not made.\n";
+    "Wraps transport streams as the PLPs of one T2-MI stream (TS 102 773): baseband frames,\n"
+    "timestamp, auxiliary and L1 packets, on one PID of a transport stream with PAT and PMT.\n"
+    "Inputs run side by side at the pace of their PCRs. \"-\" as FILE is standard\n"
+    "input or output. Numbers may be hexadecimal behind 0x.\n";
 constexpr const char* footer =
     "Exits with 0, with 1 when a file or the rate fails it, with 2 when the arguments are wrong.";
 
@@ -118,6 +118,20 @@ void add_other_options(CLI::App& app, command_line& line)
     add_value(app, "--program", "N", number_into(options.program_number), "program number (default 1)");
     add_value(app, "--ts-id", "N", number_into(options.transport_stream_id), "transport stream id (default 1)");
     add_value(app, "--stream-id", "N", number_into(options.t2mi_stream_id), "T2-MI stream id, 0 to 7 (default 0)");
+    add_flag(
+        app, "--continuous", [&options] { options.continuous = true; },
+        "as many T2-MI packets in a payload as fit, without stuffing (default: one begins in each at most)");
+    add_flag(
+        app, "--l1", [&options] { options.L1_signalling = true; },
+        "timestamp and L1-current packets behind the frames of every T2 frame");
+    add_flag(
+        app, "--descriptor", [&options] { options.T2MI_descriptor = true; }, "T2-MI descriptor in the PMT");
+    add_flag(
+        app, "--normal-mode", [&options] { options.normal_mode = true; },
+        "baseband frames in normal mode (default: high efficiency mode)");
+    add_value(app, "--issy", "N", number_into(options.ISSY_bytes), "ISSY of so many bytes, 3, or 2 in normal mode");
+    add_flag(
+        app, "--delete-nulls", [&options] { options.delete_nulls = true; }, "leaves null packets out and counts them");
     add_value(app, "--seed", "N", number_into(options.seed), "seed of frame sizes and auxiliary data (default 1)");
     add_flag(
         app, "--quiet", [&line] { line.quiet = true; }, "no progress bar");

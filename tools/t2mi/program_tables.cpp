@@ -3,6 +3,7 @@
 
 #include "mpegcore/PAT.h"
 #include "mpegcore/PMT.h"
+#include "mpegcore/descriptors/T2_MI_descriptor.h"
 
 #include <memory>
 
@@ -60,6 +61,13 @@ std::vector<unsigned char> render_PMT(const t2mi_options& options)
     stream->reserved = 7;
     stream->elementary_PID = options.t2mi_PID;
     stream->reserved2 = 0xF;
+    if (options.T2MI_descriptor) {
+        auto descriptor = std::make_shared<mpegcore::T2_MI_descriptor>();
+        descriptor->descriptor_tag_extension = 0x11;
+        descriptor->t2mi_stream_id = options.t2mi_stream_id;
+        descriptor->descriptor_length = 4;
+        stream->descriptors.append(descriptor);
+    }
     pmt.streams[options.t2mi_PID] = stream;
     return render_section(pmt);
 }

@@ -35,14 +35,15 @@ t2mi_encapsulator::t2mi_encapsulator(const t2mi_options& options, ts_sink sink)
     : m_options(options),
       m_sink(std::move(sink)),
       m_tables(options),
-      m_packetizer(options.t2mi_PID, [this](const unsigned char* packet) { send(packet); }),
+      m_packetizer(
+          options.t2mi_PID, [this](const unsigned char* packet) { send(packet); }, options.continuous),
       m_random(options.seed),
       m_table_interval(table_interval(options.bitrate))
 {}
 
 bool t2mi_encapsulator::add_plp(std::uint8_t plp_id)
 {
-    return m_plps.emplace(plp_id, plp_state{baseband_framer(plp_id)}).second;
+    return m_plps.emplace(plp_id, plp_state{baseband_framer(plp_id, m_options)}).second;
 }
 
 bool t2mi_encapsulator::push(std::uint8_t plp_id, const unsigned char* packet)
@@ -53,7 +54,8 @@ bool t2mi_encapsulator::push(std::uint8_t plp_id, const unsigned char* packet)
     auto& plp = found->second;
     if (plp.framer.closed())
         plp.framer.open(next_data_field_bytes());
-    plp.framer.put(packet);
+    // Elementary periods of an 8 MHz channel are 7/64 us.
+    plp.framer.put(packet, static_cast<std::uint64_t>(m_time.count()) * 64 / 7000);
     if (plp.framer.full())
         send_frame(plp);
     return true;
@@ -78,6 +80,8 @@ void t2mi_encapsulator::flush()
             plp.framer.open(next_data_field_bytes());
         send_frame(plp);
     }
+    if (m_options.L1_signalling && m_frames_in_t2_frame != 0)
+        end_t2_frame();
     if (m_open_end)
         send_timestamp();
     m_packetizer.flush();
@@ -112,15 +116,28 @@ void t2mi_encapsulator::send_frame(plp_state& plp)
     const bool intl_frame_start = m_t2_frame >= plp.next_interleaving_frame;
     plp.next_interleaving_frame = m_t2_frame + 1;
     send_packet(packet_type::baseband_frame, plp.framer.close(frame_idx(), intl_frame_start, m_plps.size() == 1));
-    if (++m_frames_in_t2_frame == m_options.baseband_frames_per_t2_frame) {
-        m_frames_in_t2_frame = 0;
-        ++m_t2_frame;
+    ++plp.frames_in_t2_frame;
+    if (++m_frames_in_t2_frame == m_options.baseband_frames_per_t2_frame)
+        end_t2_frame();
+}
+
+void t2mi_encapsulator::end_t2_frame()
+{
+    if (m_options.L1_signalling) {
+        send_timestamp();
+        send_L1();
     }
+    for (auto& plp : m_plps)
+        plp.second.frames_in_t2_frame = 0;
+    m_frames_in_t2_frame = 0;
+    ++m_t2_frame;
 }
 
 void t2mi_encapsulator::begin_t2_frame()
 {
-    if (m_options.timestamps && frame_idx() == 0)
+    if (frame_idx() == 0)
+        m_superframe_time = m_time;
+    if (m_options.timestamps && !m_options.L1_signalling && frame_idx() == 0)
         send_timestamp();
     if (m_options.auxiliary_bytes != 0)
         send_auxiliary();
@@ -129,8 +146,54 @@ void t2mi_encapsulator::begin_t2_frame()
 void t2mi_encapsulator::send_timestamp()
 {
     m_small_packet.assign(t2mi_header_size, 0);
-    append_timestamp(m_small_packet, m_options.start_seconds, m_time);
+    append_timestamp(m_small_packet, m_options.start_seconds, m_options.L1_signalling ? m_superframe_time : m_time);
     send_packet(packet_type::dvb_t2_timestamp, m_small_packet);
+}
+
+void t2mi_encapsulator::send_L1()
+{
+    m_small_packet.assign(t2mi_header_size, 0);
+    const auto payload = L1().payload();
+    m_small_packet.insert(m_small_packet.end(), payload.begin(), payload.end());
+    send_packet(packet_type::L1_current, m_small_packet);
+}
+
+/// That of an 8 MHz channel with 32K, guard interval 1/128, and what the options say.
+mpegcore::L1Current t2mi_encapsulator::L1() const
+{
+    mpegcore::L1Current L1;
+    L1.frame_idx = L1.L1DYN_CURR.FRAME_IDX = frame_idx();
+    L1.L1PRE.BWT_EXT = 1;
+    L1.L1PRE.S2 = 14;
+    L1.L1PRE.GUARD_INTERVAL = 4;
+    L1.L1PRE.L1_MOD = 3;
+    L1.L1PRE.PILOT_PATTERN = 6;
+    L1.L1PRE.NETWORK_ID = L1.L1PRE.T2_SYSTEM_ID = 1;
+    // There is no room for 256, which is the most.
+    L1.L1PRE.NUM_T2_FRAMES = static_cast<std::uint8_t>(std::min(m_options.t2_frames_per_superframe, 255U));
+    L1.L1PRE.NUM_DATA_SYMBOLS = 59;
+    L1.L1PRE.T2_VERSION = 2;
+    L1.L1CONF.SUB_SLICES_PER_FRAME = 1;
+    L1.L1CONF.RFs.resize(1);
+    for (const auto& entry : m_plps) {
+        mpegcore::L1PostConfigurable::PLP plp;
+        plp.PLP_ID = entry.first;
+        plp.PLP_TYPE = 1;
+        plp.PLP_PAYLOAD_TYPE = 3;
+        plp.PLP_COD = 2;
+        plp.PLP_MOD = 3;
+        plp.PLP_FEC_TYPE = 1;
+        plp.PLP_NUM_BLOCKS_MAX = static_cast<std::uint16_t>(std::min(m_options.baseband_frames_per_t2_frame, 1023U));
+        plp.FRAME_INTERVAL = plp.TIME_IL_LENGTH = 1;
+        plp.PLP_MODE = m_options.normal_mode ? 1 : 2;
+        L1.L1CONF.PLPs.push_back(plp);
+        mpegcore::L1PostDynamic::PLP now;
+        now.PLP_ID = entry.first;
+        now.PLP_NUM_BLOCKS = std::min<std::uint16_t>(entry.second.frames_in_t2_frame, 1023);
+        L1.L1DYN_CURR.PLPs.push_back(now);
+    }
+    L1.measure();
+    return L1;
 }
 
 void t2mi_encapsulator::send_auxiliary()

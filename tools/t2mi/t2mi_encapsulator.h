@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/t2mi/L1Current.h"
 #include "tools/t2mi/baseband_framer.h"
 #include "tools/t2mi/program_tables.h"
 #include "tools/t2mi/t2mi_options.h"
@@ -14,7 +15,7 @@
 namespace t2mi
 {
 /// Makes one transport stream with PAT, PMT and T2-MI (TS 102 773) out of the transport streams of several PLPs, in
-/// step with the packets it is given. L1 signalling packets are not made.
+/// step with the packets it is given.
 ///
 /// A frame leaves when its data field is full, in the order in which they fill up. Memory stays below a frame a PLP.
 /// Without a bit rate everything that leaves is payload; with one, `advance` fills the time that passed with null
@@ -51,6 +52,7 @@ private:
     struct plp_state
     {
         baseband_framer framer;
+        std::uint16_t frames_in_t2_frame = 0;      // of this PLP, in the T2 frame that is being sent
         std::uint64_t next_interleaving_frame = 0; // T2 frame whose first frame of this PLP sets intl_frame_start
     };
 
@@ -58,6 +60,9 @@ private:
     void count_and_sink(const unsigned char* packet);
     void send_frame(plp_state& plp);
     void begin_t2_frame();
+    void end_t2_frame();
+    void send_L1();
+    mpegcore::L1Current L1() const;
     void send_timestamp();
     void send_auxiliary();
     void send_packet(packet_type type, std::vector<unsigned char>& packet);
@@ -74,6 +79,7 @@ private:
     std::map<std::uint8_t, plp_state> m_plps;
     std::mt19937 m_random;
     std::chrono::nanoseconds m_time{0};
+    std::chrono::nanoseconds m_superframe_time{0}; // at which the superframe began
     std::vector<unsigned char> m_small_packet;
     bool m_open_end = false;      // the last T2-MI packet sent is a baseband frame, which needs another one behind it
     std::uint64_t m_t2_frame = 0; // T2 frames completed

@@ -20,6 +20,10 @@ std::string find_fault(const t2mi_options& options)
         return "the T2-MI stream id must lie between 0 and 7";
     if (options.data_field_bytes_min < 187 || options.data_field_bytes_max > 8178)
         return "a data field holds 187 to 8178 bytes";
+    if (options.ISSY_bytes != 0 && options.ISSY_bytes != 3 && (options.ISSY_bytes != 2 || !options.normal_mode))
+        return "ISSY has 3 bytes, or 2 in normal mode";
+    if (options.data_field_bytes_min < options.user_packet_bytes())
+        return "a data field must hold a whole packet, " + std::to_string(options.user_packet_bytes()) + " bytes";
     if (options.data_field_bytes_min > options.data_field_bytes_max)
         return "the smallest data field is larger than the largest";
     if (options.baseband_frames_per_t2_frame == 0)

@@ -30,6 +30,21 @@ struct t2mi_options
     /// seconds_since_2000 of the first packet; 0 makes relative timestamps, see append_timestamp.
     std::uint64_t start_seconds = 0;
 
+    /// T2-MI packets follow one another without stuffing, any number of them in a payload. Otherwise one begins in a
+    /// payload at most, for receivers that take all bytes between two starts for one packet.
+    bool continuous = false;
+    /// A timestamp and an L1-current packet behind the frames of every T2 frame, in place of `timestamps`. The
+    /// modulation that L1 tells is made up: 256-QAM 2/3 for every PLP.
+    bool L1_signalling = false;
+    bool T2MI_descriptor = false; ///< in the PMT
+
+    // How the packets of all PLPs are put into baseband frames.
+    bool normal_mode = false;  ///< with a CRC-8 in each packet's sync place, else high efficiency mode
+    unsigned ISSY_bytes = 0;   ///< 0, 2 or 3; in high efficiency mode 0 or 3
+    bool delete_nulls = false; ///< null packets are counted and left out
+    /// Bytes that a packet takes in the data field.
+    std::size_t user_packet_bytes() const { return 187 + (normal_mode ? 1 + ISSY_bytes : 0) + (delete_nulls ? 1 : 0); }
+
     std::uint64_t bitrate = 0; ///< bit/s of the whole stream, reached with null packets; 0: no null packets
     std::uint32_t seed = 1;    ///< of the frame sizes and the auxiliary data
 };

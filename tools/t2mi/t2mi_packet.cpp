@@ -43,19 +43,21 @@ void write_baseband_header(unsigned char* at, const baseband_header& header)
         writer.putBits<8>(header.frame_idx);
         writer.putBits<8>(header.plp_id);
         writer.putBits<1>(header.intl_frame_start);
-        writer.putBits<7>(0U);                                       // rfu
-        writer.putBits<2>(3U);                                       // TS/GS: transport stream
-        writer.putBits<1>(header.single_input);                      // SIS/MIS
-        writer.putBits<1>(1U);                                       // CCM/ACM: constant
-        writer.putBits<4>(0U);                                       // ISSYI, NPD, EXT
+        writer.putBits<7>(0U);                  // rfu
+        writer.putBits<2>(3U);                  // TS/GS: transport stream
+        writer.putBits<1>(header.single_input); // SIS/MIS
+        writer.putBits<1>(1U);                  // CCM/ACM: constant
+        writer.putBits<1>(header.ISSYI);
+        writer.putBits<1>(header.NPD);
+        writer.putBits<2>(0U);                                       // EXT
         writer.putBits<8>(header.single_input ? 0U : header.plp_id); // ISI
-        writer.putBits<16>(0U);                                      // UPL
-        writer.putBits<16>(header.data_bytes * 8);                   // DFL
-        writer.putBits<8>(0U);                                       // SYNC
-        writer.putBits<16>(header.syncd_bytes * 8);                  // SYNCD
+        writer.putBits<16>(header.normal_mode ? header.UPL : header.ISSY[0] << 8 | header.ISSY[1]);
+        writer.putBits<16>(header.data_bytes * 8);                      // DFL
+        writer.putBits<8>(header.normal_mode ? 0x47U : header.ISSY[2]); // SYNC
+        writer.putBits<16>(header.syncd_bytes * 8);                     // SYNCD
     }
     const std::uint8_t crc_8 = mpegcore::crc8_dvb(at + baseband_prefix_size, bbheader_size - 1);
-    at[crc_8_offset] = static_cast<unsigned char>(crc_8 ^ high_efficiency_mode);
+    at[crc_8_offset] = static_cast<unsigned char>(crc_8 ^ (header.normal_mode ? 0 : high_efficiency_mode));
 }
 
 void append_timestamp(std::vector<unsigned char>& packet, std::uint64_t start_seconds, std::chrono::nanoseconds time)

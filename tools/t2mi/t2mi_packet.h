@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -12,6 +13,7 @@ enum class packet_type : std::uint8_t
 {
     baseband_frame = 0x00,
     auxiliary_stream = 0x01,
+    L1_current = 0x10,
     dvb_t2_timestamp = 0x20
 };
 
@@ -43,11 +45,15 @@ struct baseband_header
     bool single_input = true;      ///< SIS/MIS
     std::uint16_t data_bytes = 0;  ///< DFL / 8
     std::uint16_t syncd_bytes = 0; ///< SYNCD / 8
+    bool normal_mode = false;
+    bool NPD = false;
+    std::uint16_t UPL = 0; ///< in bits; of normal mode
+    bool ISSYI = false;
+    std::array<unsigned char, 3> ISSY{}; ///< in the header, of high efficiency mode
 };
 
-/// Writes the 13 bytes in front of the data field: MATYPE for a transport stream at constant coding without ISSY
-/// and without null packet deletion, UPL and SYNC 0, DFL, SYNCD and the CRC-8 with the bit of the high-efficiency
-/// mode in it.
+/// Writes the 13 bytes in front of the data field: MATYPE for a transport stream at constant coding, UPL and SYNC or,
+/// in high efficiency mode, ISSY or zeros in their place, DFL, SYNCD and the CRC-8 with the mode in it.
 void write_baseband_header(unsigned char* at, const baseband_header& header);
 
 /// Appends the payload of a timestamp packet (TS 102 773, 5.2.7) for an 8 MHz channel (bw 4), where subseconds

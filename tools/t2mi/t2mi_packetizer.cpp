@@ -9,14 +9,17 @@ namespace t2mi
 {
 using mpegcore::ts_payload_size;
 
-t2mi_packetizer::t2mi_packetizer(std::uint16_t pid, ts_sink sink) : m_sink(std::move(sink)), m_PID(pid) {}
+t2mi_packetizer::t2mi_packetizer(std::uint16_t pid, ts_sink sink, bool continuous)
+    : m_sink(std::move(sink)), m_PID(pid), m_continuous(continuous)
+{}
 
 void t2mi_packetizer::put(const unsigned char* packet, std::size_t size)
 {
-    if (m_starts || m_fill + 1 >= ts_payload_size)
+    if ((m_starts && !m_continuous) || m_fill + 1 >= ts_payload_size)
         flush();
+    if (!m_starts)
+        m_waiting[0] = static_cast<unsigned char>(m_fill);
     m_starts = true;
-    m_waiting[0] = static_cast<unsigned char>(m_fill);
     while (size > 0) {
         const std::size_t capacity = ts_payload_size - (m_starts ? 1 : 0);
         const std::size_t part = std::min(size, capacity - m_fill);

@@ -15,13 +15,13 @@ using ts_packet = std::array<unsigned char, mpegcore::ts_packet_size>;
 using ts_sink = std::function<void(const unsigned char* packet)>;
 
 /// Cuts T2-MI packets into the payloads of one PID (TS 102 773, 6.1). They follow one another without a gap, a
-/// pointer_field tells where the next begins. At most one begins in a payload, because a receiver may take all
-/// bytes between two starts for one packet; the payload that would need a second start is filled up by the
-/// stuffing of an adaptation field instead.
+/// pointer_field tells where the next begins. Unless it is `continuous`, at most one begins in a payload, because a
+/// receiver may take all bytes between two starts for one packet; the payload that would need a second start is filled
+/// up by the stuffing of an adaptation field instead.
 class t2mi_packetizer
 {
 public:
-    t2mi_packetizer(std::uint16_t pid, ts_sink sink);
+    t2mi_packetizer(std::uint16_t pid, ts_sink sink, bool continuous = false);
 
     /// Adds one whole T2-MI packet. Its last bytes, fewer than a payload, wait for the next put or flush.
     void put(const unsigned char* packet, std::size_t size);
@@ -34,6 +34,7 @@ private:
     ts_sink m_sink;
     std::uint16_t m_PID;
     std::uint8_t m_continuity_counter = 0;
+    bool m_continuous;
     bool m_starts = false;  // a T2-MI packet begins in the waiting payload
     std::size_t m_fill = 0; // bytes that wait, the pointer_field not counted
     std::array<unsigned char, 1 + mpegcore::ts_payload_size>
