@@ -46,7 +46,11 @@ bytes make_stream(unsigned plps = 1)
 class counting_decapsulator : public mpegcore::CT2MIToTS
 {
 public:
-    counting_decapsulator() : CT2MIToTS(true) { only_read_adaptation_fields(); }
+    counting_decapsulator() : CT2MIToTS(true)
+    {
+        collect_units(false);
+        only_read_adaptation_fields();
+    }
     void OnTS(unsigned char, unsigned char*, unsigned long) override { ++packets; }
     std::size_t packets = 0;
 };

@@ -106,6 +106,12 @@ void CBaseMpegParser::set_sections_by_the_standard(bool on)
 
 bool CBaseMpegParser::sections_by_the_standard() const { return m_packets->is_by_the_standard(); }
 
+void CBaseMpegParser::collect_units(bool on)
+{
+    m_collects_units = on;
+    m_packets->forget_plain();
+}
+
 bool CBaseMpegParser::add_section_PID(unsigned short PID) { return m_packets->add_section_PID(PID); }
 
 void CBaseMpegParser::remove_section_PID(unsigned short PID) { m_packets->remove_section_PID(PID); }

@@ -163,9 +163,10 @@ public:
 protected:
     /// The part of Clear that leaves the PIDs as they are.
     void clear_tables();
-    /// Payload units of PIDs that a PMT names may be left out where the class does not override the form of OnPES that
-    /// takes them. For a subclass that keeps m_PIDs to itself: there they are missing, too.
-    void collect_only_what_is_reported() { m_units_are_seen = false; }
+    /// Whether payload units of PIDs that a PMT names are collected, as they are at first. Without, the form of OnPES
+    /// that takes them is not called for units that complete from then on, and they are missing in m_PIDs. For a
+    /// subclass that looks at neither; at any time, from callbacks too.
+    void collect_units(bool on);
     /// For a subclass whose callbacks write nothing into the adaptation fields of packet records, which then need not
     /// be cleared for every packet. What they write all the same shows up in later records.
     void only_read_adaptation_fields() { m_adaptation_fields_are_written = false; }
@@ -173,11 +174,10 @@ protected:
 private:
     friend class PacketParser;
 
-    bool reports_units();
     void append_to_carry(const unsigned char* data, std::size_t size);
     void carry_over(const unsigned char* data, std::size_t size);
 
-    bool m_units_are_seen = true;
+    bool m_collects_units = true;
     bool m_adaptation_fields_are_written = true;
     std::unique_ptr<PacketParser> m_packets; ///< leads to the members above
 };

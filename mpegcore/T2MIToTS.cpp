@@ -35,10 +35,7 @@ void read_or_zero(bit_reader& reader, T& field)
 
 CT2MIToTS::CT2MIToTS(bool use_carry)
     : CBaseMpegParser(use_carry), m_buffer(new unsigned char[buffer_size]), m_carries(new carry[carry_count])
-{
-    // No subclass can look at m_PIDs.
-    collect_only_what_is_reported();
-}
+{}
 
 unsigned long CT2MIToTS::Process(unsigned char* data, unsigned long size)
 {

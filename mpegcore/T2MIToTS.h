@@ -97,8 +97,10 @@ public:
     void ParserBBFrame(ZQSDK::ZQBSReaderT<unsigned char*>* reader);
 
 protected:
-    using CBaseMpegParser::only_read_adaptation_fields;
+    /// To be switched off by a subclass that leaves the form of OnPES with payload units alone.
+    using CBaseMpegParser::collect_units;
     using CBaseMpegParser::OnPES;
+    using CBaseMpegParser::only_read_adaptation_fields;
 
 private:
     static constexpr std::size_t buffer_size = 65535;

@@ -6,6 +6,7 @@ zq_t2mi_provider::zq_t2mi_provider(zq_net_pad& pad, std::shared_ptr<GstBufferPoo
     : zq_data_provider{pad, std::move(pool), statistics}, CT2MIToTS{true}, m_plp{plp}
 {
     SetPLPID(plp);
+    collect_units(false);
     only_read_adaptation_fields();
 }
 

@@ -57,7 +57,7 @@ inline void PacketParser::report_programs(const ProgramRoutes& programs, transpo
             report_without_stream(pmt_PID, program, packet);
             continue;
         }
-        if (unit != nullptr && unit->size != 0)
+        if (unit != nullptr && unit->size != 0 && m_parser.m_collects_units)
             m_parser.OnPES(pmt_PID, stream, unit->data, unit->size);
         m_parser.OnPES(pmt_PID, stream, &packet);
         m_parser.OnPES(pmt_PID, program.program_number, stream, &packet);
@@ -258,8 +258,7 @@ inline void PacketParser::note_if_plain(const transport_packet& packet, std::uin
     const PIDRoute& route = m_routes[packet.PID];
     if (packet.PID == null_packet_PID ||
         (m_parser.m_PAT.valid != 0 && packet.PID > last_table_PID && !route.carries_PMT))
-        m_routes.set_plain(packet.PID, header, m_parser.m_units_are_seen || !route.programs || m_parser.reports_units(),
-                           packet);
+        m_routes.set_plain(packet.PID, header, m_parser.m_collects_units || !route.programs, packet);
 }
 
 /// That of m_record, which is still clear.

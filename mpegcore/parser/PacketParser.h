@@ -33,6 +33,8 @@ public:
     /// Behind clear().
     void set_by_the_standard(bool on);
     bool is_by_the_standard() const { return m_by_the_standard; }
+    /// Looks anew at how the packets of each PID are handled.
+    void forget_plain() { m_routes.forget_plain(); }
     [[nodiscard]] bool add_section_PID(unsigned short PID);
     void remove_section_PID(unsigned short PID);
 
