@@ -222,7 +222,54 @@ TEST(T2MIPackets, ComeFromTheDirectCallToo)
     EXPECT_THAT(decapsulator.packets, SizeIs(1));
 }
 
-// Nobody else could see the units of the T2-MI stream, so without such a subclass they need not be collected.
+// A caller may use one block of memory for each packet, whose address tells nothing then.
+TEST(T2MIPackets, AreTakenEachTimeTheirBytesComeInTheSamePlace)
+{
+    Stream stream = known_stream();
+    put(stream, one_packet_frame(1).packet());
+    // Only a program with a higher PID lists the stream from here on.
+    stream.section(PAT_PID, PAT_of({PMT_PID, PMT_PID + 1}));
+    stream.section(PMT_PID + 1, PMT_of({{0x06, T2MI_PID}}));
+    stream.section(PMT_PID, PMT_of({{0x02, 0x0200}, {0x03, 0x0201}}));
+    put(stream, one_packet_frame(2).packet());
+    end(stream);
+    RecordingDecapsulator decapsulator;
+    std::array<unsigned char, mpegcore::ts_packet_size> place;
+    for (std::size_t at = 0; at < stream.data.size(); at += place.size()) {
+        std::copy_n(stream.data.data() + at, place.size(), place.data());
+        decapsulator.Process(place.data(), place.size());
+    }
+    EXPECT_THAT(decapsulator.packets, ElementsAre(pattern(187, 1), pattern(187, 2)));
+}
+
+TEST(T2MIPackets, AreTakenEachTimeADirectCallGivesThemInTheSamePlace)
+{
+    RecordingDecapsulator decapsulator;
+    mpegcore::CPMT pmt(nullptr, 1024);
+    const auto listed = std::make_shared<mpegcore::CBaseStreamTypeMap>();
+    listed->stream_type = 0x06;
+    pmt.streams[T2MI_PID] = listed;
+    decapsulator.OnPMT(nullptr, &pmt);
+    Stream stream;
+    put(stream, one_packet_frame(1).packet());
+    put(stream, one_packet_frame(2).packet());
+    end(stream);
+    std::array<unsigned char, mpegcore::ts_packet_size> place;
+    for (std::size_t at = 0; at < stream.data.size(); at += place.size()) {
+        std::copy_n(stream.data.data() + at, place.size(), place.data());
+        mpegcore::transport_packet packet{};
+        packet.PID = T2MI_PID;
+        packet.adaptation_field_control = place[3] >> 4 & 3U;
+        packet.payload_unit_start_indicator = place[1] >> 6 & 1U;
+        const std::size_t header = packet.adaptation_field_control == 3 ? 5U + place[4] : 4U;
+        packet.packet = place.data();
+        packet.payload = place.data() + header;
+        packet.payload_size = place.size() - header;
+        decapsulator.OnPES(PMT_PID, listed.get(), &packet);
+    }
+    EXPECT_THAT(decapsulator.packets, ElementsAre(pattern(187, 1), pattern(187, 2)));
+}
+
 TEST(T2MIPackets, ReachASubclassAsPayloadUnitsToo)
 {
     class UnitDecapsulator : public RecordingDecapsulator
