@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace mpegcore
 {
@@ -31,6 +32,17 @@ public:
         if (count > std::numeric_limits<std::size_t>::max() / sizeof(T))
             throw std::bad_alloc();
         return static_cast<T*>(take_block(count * sizeof(T)));
+    }
+    /// Leaves it to the members how the object begins; std::allocate_shared and containers would clear all of it first.
+    template <class U>
+    void construct(U* object)
+    {
+        ::new (static_cast<void*>(object)) U;
+    }
+    template <class U, class First, class... Rest>
+    void construct(U* object, First&& first, Rest&&... rest)
+    {
+        ::new (static_cast<void*>(object)) U(std::forward<First>(first), std::forward<Rest>(rest)...);
     }
     void deallocate(T* block, std::size_t count) noexcept { give_block(block, count * sizeof(T)); }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/BlockAllocator.h"
 #include "mpegcore/descriptors/DescriptorPlace.h"
 #include "mpegcore/syntax/Syntax.h"
 #include "zqsdk/ZQAlignMemory.h"
@@ -74,7 +75,10 @@ public:
         return *this;
     }
 
-    std::shared_ptr<base_descriptor> create() const override { return std::make_shared<Self>(); }
+    std::shared_ptr<base_descriptor> create() const override
+    {
+        return std::allocate_shared<Self>(BlockAllocator<Self>());
+    }
 
     void copyTo(base_descriptor* target) const override
     {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/ZeroBytes.h"
 #include "mpegcore/base_descriptor.h"
 
 namespace mpegcore
@@ -9,9 +10,6 @@ class CA_descriptor : public typed_descriptor<CA_descriptor, 0x09>
 {
 public:
     static constexpr std::uint8_t max_length = 4 + 194;
-
-    // User-provided, so that std::make_shared clears the array once instead of twice.
-    CA_descriptor() {}
 
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
@@ -29,6 +27,6 @@ public:
     std::uint8_t reserved = 0;
     std::uint16_t CA_PID = 0;
     /// The first descriptor_length - 4 bytes count. Of longer data the first 194 bytes are kept.
-    std::array<unsigned char, 194> private_data_byte{};
+    std::array<unsigned char, 194> private_data_byte = zero_bytes<194>();
 };
 } // namespace mpegcore

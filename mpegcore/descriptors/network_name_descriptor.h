@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/ZeroBytes.h"
 #include "mpegcore/base_descriptor.h"
 
 namespace mpegcore
@@ -8,9 +9,6 @@ namespace mpegcore
 class network_name_descriptor : public typed_descriptor<network_name_descriptor, 0x40>
 {
 public:
-    // User-provided, so that std::make_shared clears the array once instead of twice.
-    network_name_descriptor() {}
-
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
@@ -18,6 +16,6 @@ public:
     }
 
     /// descriptor_length bytes as transmitted, with the leading bytes that choose the character table (Annex A).
-    std::array<unsigned char, 256> network_name{};
+    std::array<unsigned char, 256> network_name = zero_bytes<256>();
 };
 } // namespace mpegcore

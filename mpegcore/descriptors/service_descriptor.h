@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/ZeroBytes.h"
 #include "mpegcore/base_descriptor.h"
 
 namespace mpegcore
@@ -8,9 +9,6 @@ namespace mpegcore
 class service_descriptor : public typed_descriptor<service_descriptor, 0x48>
 {
 public:
-    // User-provided, so that std::make_shared clears the arrays once instead of twice.
-    service_descriptor() {}
-
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
@@ -22,8 +20,8 @@ public:
     std::uint8_t service_type = 0;
     std::uint8_t service_provider_name_length = 0;
     /// Names are kept as transmitted, with the leading bytes that choose the character table (Annex A).
-    std::array<unsigned char, 256> service_provider_name{};
+    std::array<unsigned char, 256> service_provider_name = zero_bytes<256>();
     std::uint8_t service_name_length = 0;
-    std::array<unsigned char, 256> service_name{};
+    std::array<unsigned char, 256> service_name = zero_bytes<256>();
 };
 } // namespace mpegcore

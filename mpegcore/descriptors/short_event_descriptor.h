@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/ZeroBytes.h"
 #include "mpegcore/base_descriptor.h"
 
 namespace mpegcore
@@ -8,9 +9,6 @@ namespace mpegcore
 class short_event_descriptor : public typed_descriptor<short_event_descriptor, 0x4D>
 {
 public:
-    // User-provided, so that std::make_shared clears the arrays once instead of twice.
-    short_event_descriptor() {}
-
     template <class Self, class Io>
     static bool syntax(Self& d, Io& io)
     {
@@ -22,8 +20,8 @@ public:
     std::array<unsigned char, 3> ISO_639_language_code{};
     std::uint8_t event_name_length = 0;
     /// Texts are kept as transmitted, with the leading bytes that choose the character table (Annex A).
-    std::array<unsigned char, 256> event_name_char{};
+    std::array<unsigned char, 256> event_name_char = zero_bytes<256>();
     std::uint8_t text_length = 0;
-    std::array<unsigned char, 256> text_char{};
+    std::array<unsigned char, 256> text_char = zero_bytes<256>();
 };
 } // namespace mpegcore
