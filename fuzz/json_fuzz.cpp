@@ -3,22 +3,12 @@
 // read the bytes as a loop of descriptors, and last the class that the table_id has by the standards. Whatever the
 // bytes, JSON is one valid line without a key twice in an object, and text has no control characters but line breaks.
 #include "fuzz/RepairedSection.h"
-#include "mpegcore/BAT.h"
-#include "mpegcore/CAT.h"
-#include "mpegcore/EIT.h"
-#include "mpegcore/NIT.h"
-#include "mpegcore/PAT.h"
-#include "mpegcore/PMT.h"
 #include "mpegcore/PrivateSection.h"
-#include "mpegcore/SDT.h"
-#include "mpegcore/TDT.h"
-#include "mpegcore/TOT.h"
-#include "mpegcore/TSDT.h"
 #include "mpegcore/TablePrinter.h"
 #include "support/StrictJson.h"
 
-#include <array>
 #include <cstdlib>
+#include <iterator>
 #include <vector>
 
 namespace
@@ -69,29 +59,26 @@ void print_section(RepairedSection& section)
 }
 
 using target = void (*)(RepairedSection&);
-constexpr std::array<target, 16> targets{print_table<CPAT>,
-                                         print_table<CPMT>,
-                                         print_table<CCAT>,
-                                         print_table<CTSDT>,
-                                         print_table<CNIT>,
-                                         print_table<CBAT>,
-                                         print_table<CSDT>,
-                                         print_table<CEIT>,
-                                         print_table<CTDT>,
-                                         print_table<CTOT>,
-                                         print_descriptors<ZQDescriptorType::TS>,
-                                         print_descriptors<ZQDescriptorType::SCTE35>,
-                                         print_descriptors<ZQDescriptorType::Standard>,
-                                         print_descriptors<ZQDescriptorType::StandardSCTE35>,
-                                         print_descriptors<ZQDescriptorType::StandardAIT>,
-                                         print_section};
+
+template <class... Tables>
+struct Targets
+{
+    static constexpr target all[]{print_table<Tables>...,
+                                  print_descriptors<ZQDescriptorType::TS>,
+                                  print_descriptors<ZQDescriptorType::SCTE35>,
+                                  print_descriptors<ZQDescriptorType::Standard>,
+                                  print_descriptors<ZQDescriptorType::StandardSCTE35>,
+                                  print_descriptors<ZQDescriptorType::StandardAIT>,
+                                  print_section};
+};
+using targets = table_classes<Targets>;
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (!RepairedSection::takes(size))
         return 0;
-    RepairedSection section(data, size, targets.size());
-    targets[section.pick](section);
+    RepairedSection section(data, size, std::size(targets::all));
+    targets::all[section.pick](section);
     return 0;
 }

@@ -2,22 +2,13 @@
 // The first byte picks a table class, the rest is a section whose length and CRC_32 are put right. What is read must
 // render, and what was rendered must read and render to the same bytes again.
 #include "fuzz/RepairedSection.h"
-#include "mpegcore/BAT.h"
-#include "mpegcore/CAT.h"
-#include "mpegcore/EIT.h"
-#include "mpegcore/NIT.h"
-#include "mpegcore/PAT.h"
-#include "mpegcore/PMT.h"
-#include "mpegcore/SDT.h"
-#include "mpegcore/TDT.h"
-#include "mpegcore/TOT.h"
-#include "mpegcore/TSDT.h"
 
-#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
+#include <type_traits>
 
 namespace
 {
@@ -72,16 +63,20 @@ void read_and_render(const unsigned char* data, std::size_t size)
 }
 
 using target = void (*)(const unsigned char*, std::size_t);
-constexpr std::array<target, 10> targets{
-    read_and_render<CPAT>, read_and_render<CPMT>, read_and_render<CCAT>, read_and_render<CTSDT>, read_and_render<CNIT>,
-    read_and_render<CBAT>, read_and_render<CSDT>, read_and_render<CEIT>, read_and_render<CTDT>,  read_and_render<CTOT>};
+
+template <class... Tables>
+struct Targets
+{
+    static constexpr target all[]{read_and_render<Tables>...};
+};
+using targets = table_classes<Targets>;
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (!zqfuzz::RepairedSection::takes(size))
         return 0;
-    const zqfuzz::RepairedSection section(data, size, targets.size());
-    targets[section.pick](section.bytes.data(), section.size);
+    const zqfuzz::RepairedSection section(data, size, std::size(targets::all));
+    targets::all[section.pick](section.bytes.data(), section.size);
     return 0;
 }

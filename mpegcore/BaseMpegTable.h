@@ -18,6 +18,9 @@ public:
     using Reader = ZQSDK::ZQBSReaderT<unsigned char*>;
     using Writer = ZQSDK::ZQBSWriterT<unsigned char*>;
 
+    /// Whether sections of the class end in a CRC_32; a class without one says so.
+    static constexpr bool has_CRC_32 = true;
+
     /// Renders into `size` bytes at `data`, which stay the caller's; with `data` null, into `size` bytes of its own.
     CBaseMpegTable(unsigned char* data, unsigned long size);
     virtual ~CBaseMpegTable();

@@ -1,58 +1,34 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/PrivateSection.h"
 
-#include "mpegcore/AIT.h"
-#include "mpegcore/BAT.h"
-#include "mpegcore/CAT.h"
-#include "mpegcore/DIT.h"
-#include "mpegcore/EIT.h"
-#include "mpegcore/NIT.h"
-#include "mpegcore/PAT.h"
-#include "mpegcore/PMT.h"
-#include "mpegcore/RST.h"
-#include "mpegcore/SDT.h"
-#include "mpegcore/SIT.h"
-#include "mpegcore/SpliceInfoSection.h"
-#include "mpegcore/TDT.h"
-#include "mpegcore/TOT.h"
-#include "mpegcore/TSDT.h"
+#include "mpegcore/parser/TableRegistry.h"
 #include "mpegcore/syntax/TableSyntax.h"
 
 namespace mpegcore
 {
 namespace
 {
-template <class Table>
-std::unique_ptr<CBaseMpegTable> make()
+template <class... Entries>
+struct TableMakers
 {
-    return std::make_unique<Table>(nullptr, 0);
-}
+    /// The table that the table_id stands for, or null.
+    static std::unique_ptr<CBaseMpegTable> make(std::uint8_t table_id)
+    {
+        std::unique_ptr<CBaseMpegTable> table;
+        static_cast<void>((make_entry<Entries>(table_id, table) || ...));
+        return table;
+    }
 
-struct TableClass
-{
-    std::uint8_t first_table_id;
-    std::uint8_t last_table_id;
-    std::unique_ptr<CBaseMpegTable> (*make)();
+private:
+    template <class Entry>
+    static bool make_entry(std::uint8_t table_id, std::unique_ptr<CBaseMpegTable>& table)
+    {
+        if (table_id < Entry::first_table_id || table_id > Entry::last_table_id)
+            return false;
+        table = std::make_unique<typename Entry::Table>(nullptr, 0);
+        return true;
+    }
 };
-
-constexpr TableClass classes[]{
-    {0x00, 0x00, make<CPAT>}, {0x01, 0x01, make<CCAT>},
-    {0x02, 0x02, make<CPMT>}, {0x03, 0x03, make<CTSDT>},
-    {0x40, 0x41, make<CNIT>}, {0x42, 0x42, make<CSDT>},
-    {0x46, 0x46, make<CSDT>}, {0x4A, 0x4A, make<CBAT>},
-    {0x4E, 0x6F, make<CEIT>}, {0x70, 0x70, make<CTDT>},
-    {0x71, 0x71, make<CRST>}, {0x73, 0x73, make<CTOT>},
-    {0x74, 0x74, make<CAIT>}, {0x7E, 0x7E, make<CDIT>},
-    {0x7F, 0x7F, make<CSIT>}, {0xFC, 0xFC, make<CSpliceInfoSection>},
-};
-
-std::unique_ptr<CBaseMpegTable> make_table(std::uint8_t table_id)
-{
-    for (const auto& one : classes)
-        if (table_id >= one.first_table_id && table_id <= one.last_table_id)
-            return one.make();
-    return nullptr;
-}
 
 bool read(CBaseMpegTable& table, const unsigned char* section, std::size_t size)
 {
@@ -103,7 +79,7 @@ std::unique_ptr<CBaseMpegTable> table_of_section(const unsigned char* section, s
 {
     if (size == 0)
         return nullptr;
-    if (auto table = make_table(section[0]); table != nullptr && read(*table, section, size))
+    if (auto table = tables<TableMakers>::make(section[0]); table != nullptr && read(*table, section, size))
         return table;
     auto any = std::make_unique<CPrivateSection>(nullptr, 0);
     if (!read(*any, section, size))

@@ -19,6 +19,8 @@ class CStandardTable : public CBaseMpegTable
 public:
     using CBaseMpegTable::CBaseMpegTable;
 
+    static constexpr bool has_CRC_32 = HasCRC;
+
     /// Replaces what the table held. table_id is not checked. False, with the table in part read, when the section is
     /// cut, its CRC_32 is wrong or its contents do not fill it exactly.
     bool read(Reader& reader) override

@@ -11,6 +11,9 @@ class CTDT : public CBaseMpegTable
 {
 public:
     using CBaseMpegTable::CBaseMpegTable;
+
+    static constexpr bool has_CRC_32 = false;
+
     /// A table ready to render. Deliberately, the bit behind section_syntax_indicator is 0, although DVB sets it.
     CTDT(std::uint64_t utc, unsigned char* data, unsigned long size);
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/parser/SectionPIDs.h"
 
+#include "mpegcore/parser/TableRegistry.h"
+
 namespace mpegcore
 {
 SectionPIDs::SectionPIDs() : m_reasons(pid_count), m_gatherers(pid_count)
 {
-    // PAT, CAT, TSDT; NIT, SDT and BAT, EIT, RST, TDT and TOT; DIT, SIT.
-    for (const unsigned short PID : {0x0000, 0x0001, 0x0002, 0x0010, 0x0011, 0x0012, 0x0013, 0x0014, 0x001E, 0x001F})
-        add(PID, table);
+    table_places::for_each_PID([this](unsigned short PID) { add(PID, table); });
 }
 
 void SectionPIDs::remove(unsigned short PID, Reason reason)

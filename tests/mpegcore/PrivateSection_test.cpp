@@ -1,11 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/PrivateSection.h"
 
-#include "mpegcore/AIT.h"
-#include "mpegcore/DIT.h"
-#include "mpegcore/RST.h"
-#include "mpegcore/SIT.h"
-#include "mpegcore/SpliceInfoSection.h"
 #include "mpegcore/TablePrinter.h"
 #include "support/Tables.h"
 
@@ -68,20 +63,6 @@ TYPED_TEST(TableOfSection, IsOfTheClassOfItsTableId)
     const auto read = table_of_section(section.data(), section.size());
     ASSERT_NE(read, nullptr);
     EXPECT_NE(dynamic_cast<TypeParam*>(read.get()), nullptr);
-}
-
-TEST(TableOfSection, KnowsTheTablesBesideThoseOfTheParser)
-{
-    const auto is = [](const Bytes& section, const auto* null) {
-        const auto table = table_of_section(section.data(), section.size());
-        return dynamic_cast<decltype(null)>(table.get()) != nullptr;
-    };
-    EXPECT_TRUE(is({0x71, 0x70, 0x09, 0, 1, 0, 2, 0, 3, 0, 4, 0xFC}, static_cast<const CRST*>(nullptr)));
-    EXPECT_TRUE(is({0x7E, 0x70, 0x01, 0xFF}, static_cast<const CDIT*>(nullptr)));
-    EXPECT_TRUE(is(section_of(0x7F, {0xFF, 0xFF, 0xC1, 0, 0, 0xF0, 0}), static_cast<const CSIT*>(nullptr)));
-    EXPECT_TRUE(is(section_of(0x74, {0x00, 0x10, 0xC1, 0, 0, 0xF0, 0, 0xF0, 0}), static_cast<const CAIT*>(nullptr)));
-    const Bytes splice_null{0, 0, 0, 0, 0, 0, 0, 0xFF, 0xF0, 0x00, 0x00, 0x00, 0x00};
-    EXPECT_TRUE(is(section_of(0xFC, splice_null, 0x3), static_cast<const CSpliceInfoSection*>(nullptr)));
 }
 
 TEST(TableOfSection, ReadsDescriptorsByTheStandards)

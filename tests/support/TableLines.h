@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/BaseMpegParser.h"
+#include "mpegcore/TablePrinter.h"
 
 #include <cstdio>
 #include <string>
@@ -50,6 +51,9 @@ std::string version_text(const Table& t)
 }
 
 inline std::string crc_text(std::uint32_t crc) { return formatted(" crc_32=0x%08x", crc); }
+
+/// All fields, of a table that no callback tells of.
+inline std::string fields_text(const mpegcore::CBaseMpegTable& t) { return mpegcore::to_text(t); }
 
 inline std::string fields_text(const mpegcore::CPAT& t)
 {

@@ -10,6 +10,7 @@ using testing::ElementsAre;
 using zqtest::Bytes;
 using zqtest::section_of;
 using zqtest::Stream;
+using zqtest::operator+;
 
 namespace
 {
@@ -49,6 +50,23 @@ TEST(SectionListener, ListensToTablePIDsAndToThoseThatThePATNames)
     EXPECT_THAT(lines_about(stream.data),
                 ElementsAre("1 0000 00 17 1234 5 1 0 0 " + last_bytes(PAT),
                             "2 0100 02 13 0007 0 1 0 0 " + last_bytes(PMT), "4 0014 70 5 - - - - - 79124500"));
+}
+
+TEST(SectionListener, ListensToTheStreamsThatMayCarryATableWhenItFollowsPMTs)
+{
+    const Bytes streams =
+        Bytes{0x05, 0xE2, 0x01, 0xF0, 0x00} + Bytes{0x1B, 0xE2, 0x02, 0xF0, 0x00} + Bytes{0x86, 0xE2, 0x03, 0xF0, 0x00};
+    Stream stream;
+    stream.section(0x0000, PAT);
+    stream.section(0x0100, section_of(0x02, Bytes{0x00, 0x07, 0xC1, 0x00, 0x00, 0xE1, 0x01, 0xF0, 0x00} + streams));
+    for (const unsigned PID : {0x0201U, 0x0202U, 0x0203U})
+        stream.section(PID, TDT);
+    std::vector<unsigned> PIDs;
+    tables::section_listener listener([&PIDs](const tables::heard_section& section) { PIDs.push_back(section.PID); });
+    listener.follow_PMTs();
+    for (std::size_t at = 0; at < stream.data.size(); at += 188)
+        listener.put(stream.data.data() + at);
+    EXPECT_THAT(PIDs, ElementsAre(0x0000, 0x0100, 0x0201, 0x0203));
 }
 
 TEST(SectionListener, ListensToWhatTheCallerNamesFromTheStart)

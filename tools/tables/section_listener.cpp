@@ -1,29 +1,25 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tools/tables/section_listener.h"
 
+#include "mpegcore/parser/TableRegistry.h"
+
 #include <utility>
 
 namespace tables
 {
 namespace
 {
-// ETSI EN 300 468, table 1, and ISO/IEC 13818-1, table 2-3.
-constexpr std::array<std::uint16_t, 10> table_PIDs{0x0000, 0x0001, 0x0002, 0x0010, 0x0011,
-                                                   0x0012, 0x0013, 0x0014, 0x001E, 0x001F};
 constexpr std::uint16_t PAT_PID = 0x0000;
 constexpr std::uint8_t PAT_table_id = 0x00;
 constexpr std::uint8_t PMT_table_id = 0x02;
-// stream_type: of an AIT among others (ETSI TS 102 809), and of splice_info_section (ANSI/SCTE 35).
-constexpr std::uint8_t private_sections = 0x05;
-constexpr std::uint8_t splice_information = 0x86;
 
 constexpr std::uint16_t word(const unsigned char* at) { return static_cast<std::uint16_t>(at[0] << 8 | at[1]); }
 } // namespace
 
 section_listener::section_listener(report on_section) : m_on_section(std::move(on_section))
 {
-    for (const auto PID : table_PIDs)
-        m_gatherers[PID] = std::make_unique<mpegcore::SectionGatherer>();
+    mpegcore::table_places::for_each_PID(
+        [this](std::uint16_t PID) { m_gatherers[PID] = std::make_unique<mpegcore::SectionGatherer>(); });
 }
 
 void section_listener::listen(std::uint16_t PID) { m_new_PIDs.push_back(PID & 0x1FFFU); }
@@ -67,7 +63,7 @@ void section_listener::follow_PMT(const unsigned char* section, std::size_t size
         return;
     std::size_t at = fixed_size + (word(section + 10) & 0x0FFFU);
     while (at + stream_size + CRC_size <= size) {
-        if (section[at] == private_sections || section[at] == splice_information)
+        if (mpegcore::table_places::has_stream_type(section[at]))
             listen(word(section + at + 1));
         at += stream_size + (word(section + at + 3) & 0x0FFFU);
     }

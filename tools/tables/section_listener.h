@@ -32,7 +32,7 @@ public:
 
     /// One more PID with sections; also from the report, then from the next packet on.
     void listen(std::uint16_t PID);
-    /// From here on also the PIDs that a PMT gives to sections of an AIT or of splice information.
+    /// From here on also the PIDs of streams whose type a table has, as those of an AIT or of splice information.
     void follow_PMTs() { m_follows_PMTs = true; }
     void put(const unsigned char* packet);
 

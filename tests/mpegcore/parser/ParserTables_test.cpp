@@ -17,12 +17,43 @@ namespace
 {
 class ParserTables : public zqtest::ParserTest
 {};
+
+template <class... Entries>
+struct UnparsedSections
+{
+    /// One for each table that has a PID but no callback.
+    static Stream stream()
+    {
+        Stream stream;
+        (put<Entries>(stream), ...);
+        return stream;
+    }
+
+private:
+    template <class Entry>
+    static void put(Stream& stream)
+    {
+        if constexpr (!Entry::is_parsed && Entry::source == mpegcore::TableSource::PID) {
+            zqtest::Roomy<typename Entry::Table> table;
+            fill(table);
+            stream.section(Entry::place, zqtest::rendered(table));
+        }
+    }
+};
 } // namespace
 
 TEST_F(ParserTables, ReportsAPatAndItsPmt)
 {
     stream.section(0, PAT({{1, 0x100}})).section(0x100, PMT(7, 0x101, {0x101}));
     EXPECT_THAT(feed(), ElementsAre("PAT", "PMT 1 7"));
+}
+
+TEST_F(ParserTables, ReportsTablesWithoutACallbackAsPacketsOnly)
+{
+    program(0x101, {0x101});
+    stream = mpegcore::tables<UnparsedSections>::stream();
+    ASSERT_EQ(stream.packets(), 3U) << "RST, DIT and SIT";
+    EXPECT_THAT(feed(), ElementsAre("other", "other", "other"));
 }
 
 TEST_F(ParserTables, ReportsAPatInTwoPacketsWithTheSecond)

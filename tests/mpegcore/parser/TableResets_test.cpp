@@ -31,16 +31,29 @@ section_on_PID filled(unsigned PID, std::uint8_t table_id)
     return {PID, zqtest::rendered(table)};
 }
 
-/// One section for every wrapper of a parser, that of the PMT last.
-std::vector<section_on_PID> all_sections()
+template <class... Entries>
+struct ParsedSections
 {
-    using namespace mpegcore;
-    return {filled<CPAT>(0x0000, 0x00), filled<CCAT>(0x0001, 0x01), filled<CTSDT>(0x0002, 0x03),
-            filled<CNIT>(0x0010, 0x40), filled<CNIT>(0x0010, 0x41), filled<CSDT>(0x0011, 0x42),
-            filled<CSDT>(0x0011, 0x46), filled<CBAT>(0x0011, 0x4A), filled<CEIT>(0x0012, 0x4E),
-            filled<CEIT>(0x0012, 0x4F), filled<CEIT>(0x0012, 0x50), filled<CEIT>(0x0012, 0x6F),
-            filled<CTDT>(0x0014, 0x70), filled<CTOT>(0x0014, 0x73), filled<CPMT>(0x0100, 0x02)};
-}
+    /// A section with the last table_id of every table of a parser, that of a PMT behind them.
+    static std::vector<section_on_PID> all()
+    {
+        return {filled<typename Entries::Table>(Entries::PID, Entries::last_table_id)...,
+                filled<mpegcore::CPMT>(0x0100, 0x02)};
+    }
+};
+
+std::vector<section_on_PID> all_sections() { return mpegcore::parsed_tables<ParsedSections>::all(); }
+
+template <class... Entries>
+struct ParsedMembers
+{
+    /// Calls `visit(wrapper, table_id)` for every table of a parser but the PMTs.
+    template <class Visit>
+    static void each(CBaseMpegParser& parser, Visit visit)
+    {
+        (visit(parser.*Entries::wrapper, unsigned{Entries::first_table_id}), ...);
+    }
+};
 
 /// The tables that these sections gave, without the packets they came with.
 std::vector<std::string> lines_of(RecordingParser& parser, Stream& stream)
@@ -61,15 +74,15 @@ Bytes cut(const Bytes& section, std::size_t size)
 
 /// What is left in a cleared wrapper.
 template <class Wrapper>
-void expect_cleared(const Wrapper& wrapper, const char* name)
+void expect_cleared(const Wrapper& wrapper, unsigned table_id)
 {
     using table = std::remove_pointer_t<decltype(wrapper.current)>;
     zqtest::Roomy<table> fresh;
-    EXPECT_EQ(wrapper.valid, 0) << name;
+    EXPECT_EQ(wrapper.valid, 0) << table_id;
     for (const table* one : {wrapper.current, wrapper.work}) {
         table copy(nullptr, zqtest::largest_section);
         one->copyTo(&copy);
-        EXPECT_EQ(copy.calc_section_length(), fresh.calc_section_length()) << name;
+        EXPECT_EQ(copy.calc_section_length(), fresh.calc_section_length()) << table_id;
     }
 }
 } // namespace
@@ -106,26 +119,40 @@ TEST(TableResets, OfTheParserClearEveryTable)
             stream.section(PID, bytes);
     parser.Process(stream.data.data(), stream.data.size());
     EXPECT_EQ(parser.m_PMTs.size(), 1U);
-    const auto each = [&parser](auto visit) {
-        visit(parser.m_PAT, "PAT");
-        visit(parser.m_CAT, "CAT");
-        visit(parser.m_TSDT, "TSDT");
-        visit(parser.m_EITpfActual, "EIT p/f actual");
-        visit(parser.m_EITpfOther, "EIT p/f other");
-        visit(parser.m_EITschActual, "EIT schedule actual");
-        visit(parser.m_EITschOther, "EIT schedule other");
-        visit(parser.m_SDTActual, "SDT actual");
-        visit(parser.m_SDTOther, "SDT other");
-        visit(parser.m_BAT, "BAT");
-        visit(parser.m_NITActual, "NIT actual");
-        visit(parser.m_NITOther, "NIT other");
-        visit(parser.m_TDT, "TDT");
-        visit(parser.m_TOT, "TOT");
-    };
-    each([](const auto& wrapper, const char* name) { EXPECT_EQ(wrapper.valid, 1) << name; });
+    using members = mpegcore::parsed_tables<ParsedMembers>;
+    members::each(parser, [](const auto& wrapper, unsigned table_id) { EXPECT_EQ(wrapper.valid, 1) << table_id; });
     parser.Clear();
-    each([](const auto& wrapper, const char* name) { expect_cleared(wrapper, name); });
+    members::each(parser, [](const auto& wrapper, unsigned table_id) { expect_cleared(wrapper, table_id); });
     EXPECT_TRUE(parser.m_PMTs.empty());
+}
+
+template <class Table>
+class WrapperResets : public testing::Test
+{
+protected:
+    static void put(mpegcore::CPacketWrapper<Table>& wrapper, const Bytes& section)
+    {
+        zqtest::ExactBlock block(section);
+        auto reader = block.reader();
+        wrapper.Parser(reader);
+    }
+};
+TYPED_TEST_SUITE(WrapperResets, zqtest::all_tables);
+
+TYPED_TEST(WrapperResets, LeaveNothingOfSectionsThatFailedHalfWay)
+{
+    zqtest::Roomy<TypeParam> table;
+    fill(table);
+    const Bytes section = zqtest::rendered(table);
+    mpegcore::CPacketWrapper<TypeParam> fresh, wrapper;
+    this->put(fresh, section);
+    ASSERT_EQ(fresh.valid, 1);
+    for (std::size_t size = 3; size + 4 < section.size(); ++size) {
+        for (int count = 0; count < 3; ++count)
+            this->put(wrapper, cut(section, size));
+        this->put(wrapper, section);
+        ASSERT_EQ(zqtest::fields_text(*wrapper.current), zqtest::fields_text(*fresh.current)) << size;
+    }
 }
 
 using PmtLimit = zqtest::ParserTest;
