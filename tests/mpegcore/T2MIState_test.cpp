@@ -107,3 +107,29 @@ TEST(T2MIProcess, GivesTheSameForEveryPlaceOfACut)
         ASSERT_EQ(decapsulator.transport_stream(), whole) << cut;
     }
 }
+
+TEST(T2MIState, EndsTheGatheringWhenTheStreamGetsAnotherType)
+{
+    Stream stream = known_stream();
+    stream.section(PMT_PID, PMT_of({{0x1B, T2MI_PID}}));
+    put(stream, one_packet_frame(1).packet());
+    end(stream);
+    EXPECT_TRUE(decapsulated_stream(stream.data).packets.empty());
+}
+
+TEST(T2MIClear, ForgetsTheUserPacketThatWasBegunInAnyPLP)
+{
+    for (const unsigned plp : {0U, 1U, 254U}) {
+        RecordingDecapsulator decapsulator;
+        decapsulator.SetPLPID(static_cast<unsigned char>(plp));
+        Stream begun = known_stream(), rest;
+        put(begun, Frame{plp, 0, pattern(100)}.packet());
+        end(begun);
+        put(rest, Frame{plp, 8 * 87, pattern(87)}.packet());
+        end(rest);
+        decapsulator.feed(begun.data);
+        decapsulator.Clear();
+        decapsulator.feed(rest.data);
+        EXPECT_TRUE(decapsulator.packets.empty()) << plp;
+    }
+}
