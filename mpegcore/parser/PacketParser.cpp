@@ -266,7 +266,7 @@ bool PacketParser::take_adaptation_field()
 {
     if (read_adaptation_field(m_record, m_record.adaptation_field))
         return pass_adaptation_field(m_record);
-    m_record.adaptation_field = adaptation_field_record{};
+    clear_field(m_record.adaptation_field);
     return false;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 #include "mpegcore/TransportPacket.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -79,29 +80,30 @@ inline void fill_same(transport_packet& packet, unsigned char* data, const std::
     fill_rest(packet, data);
 }
 
-/// Makes a field all zero that has what the parser wrote: nothing behind the PCR without its flag.
-inline void clear_field_as_read(adaptation_field_record& field)
-{
-    constexpr std::size_t PCR_end = offsetof(adaptation_field_record, original_program_clock_reference_base);
-    if ((field.OPCR_flag | field.splicing_point_flag | field.transport_private_data_flag |
-         field.adaptation_field_extension_flag) != 0)
-        field = adaptation_field_record{};
-    else
-        std::memset(&field, 0, PCR_end);
-}
-
 /// Makes a field all zero whatever it has. In pieces that become plain stores: of the whole, GCC makes a loop or a
 /// "rep stos", which take longer than the rest of a null packet.
 inline void clear_field(adaptation_field_record& field)
 {
     constexpr std::size_t piece = 64;
     static_assert(std::is_trivially_copyable_v<adaptation_field_record>);
-    static_assert(sizeof(field) > 4 * piece && sizeof(field) <= 5 * piece);
+    static_assert(sizeof(field) > 3 * piece && sizeof(field) < 5 * piece);
     auto* const bytes = reinterpret_cast<unsigned char*>(&field);
     std::memset(bytes, 0, piece);
     std::memset(bytes + piece, 0, piece);
     std::memset(bytes + 2 * piece, 0, piece);
-    std::memset(bytes + 3 * piece, 0, piece);
-    std::memset(bytes + 4 * piece, 0, sizeof(field) - 4 * piece);
+    std::memset(bytes + 3 * piece, 0, std::min(piece, sizeof(field) - 3 * piece));
+    if constexpr (sizeof(field) > 4 * piece)
+        std::memset(bytes + 4 * piece, 0, sizeof(field) - 4 * piece);
+}
+
+/// Makes a field all zero that has what the parser wrote: nothing behind the PCR without its flag.
+inline void clear_field_as_read(adaptation_field_record& field)
+{
+    constexpr std::size_t PCR_end = offsetof(adaptation_field_record, original_program_clock_reference_base);
+    if ((field.OPCR_flag | field.splicing_point_flag | field.transport_private_data_flag |
+         field.adaptation_field_extension_flag) != 0)
+        clear_field(field);
+    else
+        std::memset(&field, 0, PCR_end);
 }
 } // namespace mpegcore
