@@ -7,7 +7,7 @@ namespace mpegcore
 {
 namespace
 {
-constexpr std::uint32_t fixed_length = 9;
+constexpr std::uint32_t DescriptorTable_fixed_length = 9;
 }
 
 template <class Self, class Io>
@@ -31,12 +31,15 @@ bool CDescriptorTable::read(Reader& reader)
         set_to_zero(reserved, version_number, current_next_indicator, section_number, last_section_number);
         const bool whole =
             read_body(section, descriptor_dictionary, CRC_32, [this](TableReader& io) { return syntax(*this, io); });
-        if (section_length > fixed_length)
+        if (section_length > DescriptorTable_fixed_length)
             return whole;
         CRC_32 = 0;
         return true;
     });
 }
 
-std::uint32_t CDescriptorTable::calc_section_length() const { return fixed_length + descriptors.getSize(); }
+std::uint32_t CDescriptorTable::calc_section_length() const
+{
+    return DescriptorTable_fixed_length + descriptors.getSize();
+}
 } // namespace mpegcore

@@ -7,7 +7,7 @@ namespace mpegcore
 {
 namespace
 {
-constexpr std::uint32_t fixed_length = 15;
+constexpr std::uint32_t EIT_fixed_length = 15;
 constexpr std::uint32_t event_length = 12;
 } // namespace
 
@@ -40,7 +40,7 @@ bool CEIT::read(Reader& reader)
     return read_section(reader, [this](Reader& section) {
         const bool whole =
             read_body(section, descriptor_dictionary, CRC_32, [this](TableReader& io) { return syntax(*this, io); });
-        if (section_length < fixed_length)
+        if (section_length < EIT_fixed_length)
             set_to_zero(service_id, reserved, version_number, current_next_indicator, section_number,
                         last_section_number, transport_stream_id, original_network_id, segment_last_section_number,
                         last_table_id);
@@ -59,7 +59,7 @@ bool CEIT::write(Writer& writer)
 
 std::uint32_t CEIT::calc_section_length() const
 {
-    std::uint32_t length = fixed_length;
+    std::uint32_t length = EIT_fixed_length;
     for (const auto& event : events)
         if (event)
             length += event_length + event->descriptors.getSize();

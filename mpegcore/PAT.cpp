@@ -7,7 +7,7 @@ namespace mpegcore
 {
 namespace
 {
-constexpr std::uint32_t fixed_length = 9;
+constexpr std::uint32_t PAT_fixed_length = 9;
 constexpr std::uint32_t program_length = 4;
 } // namespace
 
@@ -33,7 +33,7 @@ bool CPAT::read(Reader& reader)
                     last_section_number);
         const bool whole =
             read_body(section, descriptor_dictionary, CRC_32, [this](TableReader& io) { return syntax(*this, io); });
-        if (section_length >= fixed_length + program_length)
+        if (section_length >= PAT_fixed_length + program_length)
             return whole;
         CRC_32 = 0;
         return true;
@@ -42,7 +42,7 @@ bool CPAT::read(Reader& reader)
 
 std::uint32_t CPAT::calc_section_length() const
 {
-    return fixed_length + program_length * static_cast<std::uint32_t>(programs.size());
+    return PAT_fixed_length + program_length * static_cast<std::uint32_t>(programs.size());
 }
 
 bool CPAT::operator!=(const CPAT& other) const

@@ -8,7 +8,7 @@ namespace mpegcore
 namespace
 {
 constexpr std::uint8_t program_map_section = 0x02;
-constexpr std::uint32_t fixed_length = 13;
+constexpr std::uint32_t PMT_fixed_length = 13;
 constexpr std::uint32_t stream_length = 5;
 } // namespace
 
@@ -43,7 +43,7 @@ void CPMT::Clear()
 
 std::uint32_t CPMT::calc_section_length() const
 {
-    std::uint32_t length = fixed_length + descriptors.getSize();
+    std::uint32_t length = PMT_fixed_length + descriptors.getSize();
     for (const auto& stream : streams)
         if (stream.second)
             length += stream_length + stream.second->descriptors.getSize();

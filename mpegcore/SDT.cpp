@@ -7,7 +7,7 @@ namespace mpegcore
 {
 namespace
 {
-constexpr std::uint32_t fixed_length = 12;
+constexpr std::uint32_t SDT_fixed_length = 12;
 constexpr std::uint32_t service_length = 5;
 } // namespace
 
@@ -37,7 +37,7 @@ void CSDT::Clear()
 
 std::uint32_t CSDT::calc_section_length() const
 {
-    std::uint32_t length = fixed_length;
+    std::uint32_t length = SDT_fixed_length;
     for (const auto& service : services)
         if (service.second)
             length += service_length + service.second->descriptors.getSize();

@@ -99,8 +99,8 @@ public:
 protected:
     /// To be switched off by a subclass that leaves the form of OnPES with payload units alone.
     using CBaseMpegParser::collect_units;
-    using CBaseMpegParser::OnPES;
     using CBaseMpegParser::only_read_adaptation_fields;
+    using CBaseMpegParser::OnPES;
 
 private:
     static constexpr std::size_t buffer_size = 65535;

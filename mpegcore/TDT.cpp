@@ -8,7 +8,6 @@ namespace mpegcore
 namespace
 {
 constexpr std::uint8_t time_date_section = 0x70;
-constexpr std::uint32_t UTC_time_size = 5;
 } // namespace
 
 CTDT::CTDT(std::uint64_t utc, unsigned char* data, unsigned long size) : CBaseMpegTable(data, size), UTC_time(utc)

@@ -25,6 +25,7 @@ public:
     [[nodiscard]] bool RenderTable();
     void copyTo(CTDT* target) const;
 
-    std::uint64_t UTC_time = 0; ///< 40 bits: MJD and BCD hhmmss; CEventInfo converts
+    static constexpr std::uint32_t UTC_time_size = 5; ///< bytes
+    std::uint64_t UTC_time = 0;                       ///< 40 bits: MJD and BCD hhmmss; CEventInfo converts
 };
 } // namespace mpegcore

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/TOT.h"
 
+#include "mpegcore/TDT.h"
 #include "mpegcore/syntax/SyntaxCopier.h"
 #include "mpegcore/syntax/TableSyntax.h"
 
@@ -8,9 +9,8 @@ namespace mpegcore
 {
 namespace
 {
-constexpr std::uint32_t UTC_time_size = 5;
-constexpr std::uint32_t fields_size = UTC_time_size + 2;
-constexpr std::uint32_t fixed_length = fields_size + 4;
+constexpr std::uint32_t fields_size = CTDT::UTC_time_size + 2;
+constexpr std::uint32_t TOT_fixed_length = fields_size + 4;
 } // namespace
 
 template <class Self, class Io>
@@ -31,9 +31,9 @@ bool CTOT::read(Reader& reader)
     return read_section(reader, [this](Reader& section) {
         TableReader io(section, descriptor_dictionary);
         if (!fields(*this, io)) {
-            if (section_length < UTC_time_size)
+            if (section_length < CTDT::UTC_time_size)
                 UTC_time = 0;
-            if (section_length <= UTC_time_size)
+            if (section_length <= CTDT::UTC_time_size)
                 reserved = 0;
             set_to_zero(descriptors_loop_length, CRC_32);
             return true;
@@ -54,7 +54,7 @@ void CTOT::print(FieldPrinter& printer) const
     });
 }
 
-std::uint32_t CTOT::calc_section_length() const { return fixed_length + descriptors.getSize(); }
+std::uint32_t CTOT::calc_section_length() const { return TOT_fixed_length + descriptors.getSize(); }
 
 bool CTOT::RenderTable()
 {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "zq_net/datagram_reader.h"
 
+#include "zq_net/nanoseconds.h"
+
 #include <sys/mman.h>
 #include <time.h>
 
@@ -13,8 +15,6 @@ namespace zq_net
 {
 namespace
 {
-constexpr std::uint64_t second = 1'000'000'000;
-
 std::uint64_t nanoseconds(const timespec& time)
 {
     return static_cast<std::uint64_t>(time.tv_sec) * second + static_cast<std::uint64_t>(time.tv_nsec);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "zq_net/transport_input.h"
 
+#include "zq_net/nanoseconds.h"
+
 #include <poll.h>
 
 #include <algorithm>
@@ -14,9 +16,6 @@ namespace zq_net
 {
 namespace
 {
-constexpr std::uint64_t ms = 1'000'000;
-constexpr std::uint64_t second = 1000 * ms;
-
 /// How often a leg of a group looks whether its interface is still the same, and how long it is silent before.
 constexpr unsigned follow_interval_ms = 500;
 constexpr std::uint64_t follow_silence = second;

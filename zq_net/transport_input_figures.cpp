@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "zq_net/nanoseconds.h"
 #include "zq_net/transport_input.h"
 
 #include <algorithm>
 
 namespace zq_net
 {
-namespace
-{
-constexpr std::uint64_t ms = 1'000'000;
-constexpr std::uint64_t second = 1000 * ms;
-} // namespace
-
 void transport_input::publish(std::uint64_t now)
 {
     if (now < m_interval_start || now - m_interval_start >= second) {

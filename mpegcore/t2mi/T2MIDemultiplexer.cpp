@@ -9,7 +9,6 @@ namespace mpegcore
 {
 namespace
 {
-constexpr std::size_t crc_size = 4;
 /// frame_idx, plp_id, intl_frame_start and rfu.
 constexpr std::size_t frame_prefix_size = 3;
 /// PIDs below are for tables.
@@ -207,7 +206,7 @@ void T2MIDemultiplexer::take(unsigned char* packet, std::size_t size)
         return;
     ++m_counters.packets_by_type[packet_type];
     unsigned char* const payload = packet + T2MIHeader::size;
-    const std::size_t payload_size = size - T2MIHeader::size - crc_size;
+    const std::size_t payload_size = size - T2MIHeader::size - T2MIHeader::crc_size;
     if (packet_type == static_cast<std::uint8_t>(T2MIPacketType::baseband_frame)) {
         take_frame(payload, payload_size);
         return;

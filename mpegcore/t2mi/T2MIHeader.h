@@ -28,7 +28,8 @@ bool is_known_T2MI_packet_type(std::uint8_t packet_type);
 /// What stands in front of the payload of a T2-MI packet (ETSI TS 102 773, 5.1).
 struct T2MIHeader
 {
-    static constexpr std::size_t size = 6; ///< bytes
+    static constexpr std::size_t size = 6;     ///< bytes
+    static constexpr std::size_t crc_size = 4; ///< bytes of the crc32 behind payload and pad
 
     template <class Self, class Io>
     static bool syntax(Self& h, Io& io)

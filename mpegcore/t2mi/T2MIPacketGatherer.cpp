@@ -2,6 +2,7 @@
 #include "mpegcore/t2mi/T2MIPacketGatherer.h"
 
 #include "mpegcore/CRC.h"
+#include "mpegcore/t2mi/T2MIHeader.h"
 
 #include <cstring>
 #include <utility>
@@ -11,7 +12,6 @@ namespace mpegcore
 namespace
 {
 constexpr std::size_t header_size = 6;
-constexpr std::size_t crc_size = 4;
 constexpr std::size_t payload_len_at = 4;
 } // namespace
 
@@ -95,7 +95,7 @@ std::size_t T2MIPacketGatherer::whole_packet() const
         return 0;
     const unsigned char* const packet = m_buffer.get() + m_begin;
     const unsigned payload_len = static_cast<unsigned>(packet[payload_len_at] << 8 | packet[payload_len_at + 1]);
-    const std::size_t size = header_size + (payload_len + 7) / 8 + crc_size;
+    const std::size_t size = header_size + (payload_len + 7) / 8 + T2MIHeader::crc_size;
     return size <= left ? size : 0;
 }
 

@@ -91,8 +91,7 @@ private:
         payload.resize(below(2) == 0 && m_waiting.empty() ? room : payload.size(), 0xFF);
         m_start = starts ? -1 : m_start < 0 ? -1 : m_start - static_cast<int>(count);
         Stream one;
-        one.packet(m_PID, starts ? Stream::begins : Stream::goes_on, payload, {},
-                   below(10) == 0 ? 0x80 : 0);
+        one.packet(m_PID, starts ? Stream::begins : Stream::goes_on, payload, {}, below(10) == 0 ? 0x80 : 0);
         one.data[3] = static_cast<unsigned char>((one.data[3] & 0xF0) | (m_counter++ & 0x0F));
         m_packets.push_back(one.data);
     }

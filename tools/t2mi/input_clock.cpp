@@ -12,13 +12,13 @@ namespace
 using namespace std::chrono_literals;
 using fine_time = std::chrono::duration<double, std::nano>;
 
-constexpr double bits_a_packet = mpegcore::ts_packet_size * 8;
+constexpr double packet_bits = mpegcore::ts_packet_size * 8;
 constexpr std::uint64_t pcr_range = (std::uint64_t{1} << 33) * 300;
 
 fine_time duration_of(std::uint64_t pcr_ticks) { return fine_time(static_cast<double>(pcr_ticks) * 1000 / 27); }
 } // namespace
 
-input_clock::input_clock(std::uint64_t bitrate) : m_spacing(bits_a_packet * 1e9 / static_cast<double>(bitrate)) {}
+input_clock::input_clock(std::uint64_t bitrate) : m_spacing(packet_bits * 1e9 / static_cast<double>(bitrate)) {}
 
 std::chrono::nanoseconds input_clock::stamp(unsigned char* ts_packet)
 {
