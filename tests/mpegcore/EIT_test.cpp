@@ -221,7 +221,8 @@ TEST(EventTimes, ReturnEveryDayFrom1970To2038WithTheSameShift)
         gmtime_r(&time, &date);
         date.tm_year += 1900;
         date.tm_mon += 2;
-        ASSERT_EQ(CEventInfo::start_time_to_time_t((40587UL + static_cast<unsigned long>(day)) << 24), timegm(&date));
+        ASSERT_EQ(CEventInfo::start_time_to_time_t((std::uint64_t{40587} + static_cast<std::uint64_t>(day)) << 24),
+                  timegm(&date));
     }
 }
 

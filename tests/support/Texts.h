@@ -20,6 +20,18 @@ Bytes bytes_of(const char (&literal)[Size])
     return {literal, literal + Size - 1};
 }
 
+/// Whether this system's iconv has what the texts of East Asia and is_utf8 need: an emulated one seldom does.
+inline bool iconv_is_complete()
+{
+    for (const char* const name : {"EUC-KR", "GB2312", "BIG5", "UTF-32BE"}) {
+        const iconv_t handle = iconv_open("UTF-8", name);
+        if (handle == reinterpret_cast<iconv_t>(-1))
+            return false;
+        iconv_close(handle);
+    }
+    return true;
+}
+
 /// Whether all of `text` is UTF-8, by iconv's judgement and not by the code under test.
 inline bool is_utf8(std::string_view text)
 {

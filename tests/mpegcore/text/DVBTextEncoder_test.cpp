@@ -33,6 +33,8 @@ TEST(DVBTextEncoder, TakesThePartOfIso8859ThatIsSmaller)
 
 TEST(DVBTextEncoder, TakesTwoBytesACharacterWhereUtf8NeedsThree)
 {
+    if (!zqtest::iconv_is_complete())
+        GTEST_SKIP() << "iconv lacks tables here";
     EXPECT_EQ(from_utf8("中한"), bytes_of("\x11\x4E\x2D\xD5\x5C"));
     EXPECT_EQ(from_utf8("KBS 뉴스"), bytes_of("\x12KBS \xB4\xBA\xBD\xBA"));
     EXPECT_EQ(from_utf8("CCTV 新闻"), bytes_of("\x13"
