@@ -37,6 +37,20 @@ TEST(T2MIPackets, AtTheEndOfTheStreamAreNeverLookedAt)
     EXPECT_THAT(fed(stream).packets, ElementsAre(pattern(187, 1)));
 }
 
+TEST(T2MIPackets, AreGatheredFromTheStartAgainBehindMoreBytesThanOneCanHave)
+{
+    Stream stream = known_stream();
+    const Bytes nothing(mpegcore::ts_payload_size);
+    for (std::size_t at = 0; at <= 65535 / mpegcore::ts_payload_size; ++at)
+        stream.packet(T2MI_PID, Stream::goes_on, nothing);
+    const Bytes packet = one_packet_frame(1).packet();
+    stream.packet(T2MI_PID, Stream::goes_on, slice(packet, 0, mpegcore::ts_payload_size));
+    stream.packet(T2MI_PID, Stream::goes_on,
+                  slice(packet, mpegcore::ts_payload_size, packet.size() - mpegcore::ts_payload_size));
+    end(stream);
+    EXPECT_THAT(fed(stream).packets, ElementsAre(pattern(187, 1)));
+}
+
 TEST(T2MIPackets, MayEndInFrontOfTheNextOneBehindAPointerField)
 {
     const Bytes first = one_packet_frame(1).packet();
