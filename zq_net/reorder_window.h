@@ -16,10 +16,10 @@ class reorder_window
 public:
     struct limits
     {
-        std::size_t packets = 32;            ///< so many are kept at most
-        std::uint64_t wait = 20'000'000;     ///< so long at most, in nanoseconds
-        std::size_t bytes = 4 * 1024 * 1024; ///< so much payload at most
-        std::size_t history = 1024;          ///< so many numbers back a duplicate is known as one; a power of 2
+        std::size_t packets = 32;                 ///< so many are kept at most
+        std::uint64_t wait = 20'000'000;          ///< so long at most, in nanoseconds
+        std::size_t bytes = std::size_t{4} << 20; ///< so much payload at most
+        std::size_t history = 1024;               ///< so many numbers back a duplicate is known as one; a power of 2
     };
     enum class verdict
     {

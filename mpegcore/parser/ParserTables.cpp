@@ -157,12 +157,12 @@ void PacketParser::parse_table_anew(unsigned char* section, std::size_t size)
 template <class Entry>
 void PacketParser::parse_table(unsigned char* section, std::size_t size)
 {
-    if constexpr (Entry::known_limit == 0)
-        parse_table_anew<Entry>(section, size);
-    else if (m_parser.m_editableTables) // read past m_known, which notices
-        parse_table_anew<Entry>(section, size);
-    else
-        parse_table<Entry>(section, section_size(section), m_known.of<Entry>().find(section, section_size(section)));
+    if constexpr (Entry::known_limit != 0)
+        if (!m_parser.m_editableTables) {
+            const std::size_t whole = section_size(section);
+            return parse_table<Entry>(section, whole, m_known.of<Entry>().find(section, whole));
+        }
+    parse_table_anew<Entry>(section, size); // past m_known, which notices
 }
 
 template <class Entry>
@@ -252,12 +252,10 @@ void PacketParser::take_table(unsigned char* section, std::size_t size)
         m_standard->programs.take_PAT(section, size);
     if constexpr (Entry::PID == CAT_PID)
         m_standard->programs.take_CAT(section, size);
-    if constexpr (Entry::known_limit == 0)
-        parse_table_anew<Entry>(section, size);
-    else if (m_parser.m_editableTables)
-        parse_table_anew<Entry>(section, size);
-    else
-        parse_table<Entry>(section, size, place);
+    if constexpr (Entry::known_limit != 0)
+        if (!m_parser.m_editableTables)
+            return parse_table<Entry>(section, size, place);
+    parse_table_anew<Entry>(section, size);
 }
 
 void PacketParser::take_PMT(unsigned short PID, unsigned char* section, std::size_t size)

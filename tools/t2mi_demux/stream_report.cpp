@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cmath>
 #include <cstdio>
 
 namespace t2mi_demux
@@ -47,7 +48,8 @@ std::uint64_t stream_report::bit_rate(std::uint8_t plp_id) const
         static_cast<double>(m_timestamp.subseconds_per_period()) / m_timestamp.subseconds_per_second();
     const double T2_frame = static_cast<double>(L1->superframe_periods()) / L1->L1PRE.NUM_T2_FRAMES * period;
     const auto packets = static_cast<double>(m_last_packets[plp_id] - m_first_packets[plp_id]);
-    return static_cast<std::uint64_t>(packets * 188 * 8 / (static_cast<double>(m_T2_frames - 1) * T2_frame) + 0.5);
+    return static_cast<std::uint64_t>(
+        std::llround(packets * 188 * 8 / (static_cast<double>(m_T2_frames - 1) * T2_frame)));
 }
 
 std::string stream_report::PLP_line(std::uint8_t plp_id) const
