@@ -111,11 +111,13 @@ private:
         bool agrees = true;
         if (m_in_step && m_begin != start) {
             const std::size_t packet_size = whole_packet();
-            agrees = packet_size != 0 && m_begin + packet_size == start;
-            if (!agrees)
+            const bool ends_there = packet_size != 0 && m_begin + packet_size == start;
+            if (!ends_there)
                 ++m_counters.pointer_errors;
-            else
-                agrees = take(packet_size, sink);
+            agrees = packet_size != 0 && take(packet_size, sink);
+            // A packet with a good CRC-32 knows better than the pointer where it ends.
+            if (agrees && !ends_there)
+                return true;
         }
         m_begin = start;
         m_in_step = true;

@@ -35,11 +35,13 @@ std::uint64_t failures(const T2MIPacketGatherer& gatherer)
 
 T2MIProbe::Candidate* T2MIProbe::put(std::uint16_t PID, const unsigned char* packet)
 {
+    ++m_packets;
     Candidate* candidate = find(PID);
     if (candidate == nullptr && may_begin_T2MI(packet))
         candidate = add(PID);
     if (candidate == nullptr)
         return nullptr;
+    candidate->last_put = m_packets;
     candidate->gatherer.put(
         packet,
         [this, candidate](const unsigned char* data, std::size_t size) {
@@ -65,11 +67,13 @@ T2MIProbe::Candidate* T2MIProbe::find(std::uint16_t PID)
 T2MIProbe::Candidate* T2MIProbe::add(std::uint16_t PID)
 {
     if (m_candidates.size() == limit) {
+        const auto badness = [this](const Candidate& candidate) {
+            return std::pair(m_packets - candidate.last_put > longest_silence, failures(candidate.gatherer));
+        };
         const auto worst =
-            std::max_element(m_candidates.begin(), m_candidates.end(), [](const auto& one, const auto& other) {
-                return failures(one->gatherer) < failures(other->gatherer);
-            });
-        if (failures((*worst)->gatherer) == 0)
+            std::max_element(m_candidates.begin(), m_candidates.end(),
+                             [badness](const auto& one, const auto& other) { return badness(*one) < badness(*other); });
+        if (badness(**worst) == std::pair(false, std::uint64_t{0}))
             return nullptr;
         m_candidates.erase(worst);
     }

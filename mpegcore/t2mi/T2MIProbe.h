@@ -13,11 +13,12 @@ namespace mpegcore
 /// gathered on the way is kept, so that the proof costs nothing of the stream.
 ///
 /// Memory: at most `limit` PIDs are looked at at a time, each with a gatherer and at most `enough` T2-MI packets; the
-/// one that failed most makes room.
+/// one that failed most makes room, or one that has been silent for `longest_silence` packets.
 class T2MIProbe
 {
 public:
     static constexpr std::size_t limit = 16;
+    static constexpr std::uint64_t longest_silence = 10'000;
     static constexpr unsigned enough = 8; ///< good packets that prove a PID against all that PSI says
 
     struct Packet
@@ -33,6 +34,7 @@ public:
         unsigned good = 0;           ///< T2-MI packets with a good CRC-32 and the wanted stream id
         std::vector<Packet> packets; ///< the last ones with a good CRC-32
         bool is_gap = false;         ///< behind the last of them
+        std::uint64_t last_put = 0;  ///< number of the packet that came last, of all that came
     };
 
     /// Only packets with this t2mi_stream_id are a proof; -1: with any.
@@ -47,6 +49,7 @@ private:
     Candidate* add(std::uint16_t PID);
 
     int m_stream_id = -1;
+    std::uint64_t m_packets = 0; ///< that came
     std::vector<std::unique_ptr<Candidate>> m_candidates;
 };
 } // namespace mpegcore

@@ -187,6 +187,23 @@ TEST(T2MIPacketGatherer, GoesOnAtTheNextStartWhenTheLengthIsWrong)
     EXPECT_EQ(gathering.losses, 1U);
 }
 
+TEST(T2MIPacketGatherer, KeepsGoodPacketsWhateverThePointerBetweenThemSays)
+{
+    const std::vector<Bytes> sent{t2mi(0, 20), t2mi(1, 300), t2mi(2, 300), t2mi(3, 300)};
+    for (unsigned pointer_field = 0; pointer_field < 180; ++pointer_field) {
+        auto transport = zqtest::packets_of(packed(sent).data);
+        ASSERT_EQ(transport[1][1] & 0x40, 0x40);
+        const bool is_right = transport[1][4] == pointer_field;
+        transport[1][4] = static_cast<unsigned char>(pointer_field);
+        Gathering gathering;
+        for (const auto& packet : transport)
+            gathering.put(packet);
+        EXPECT_EQ(gathering.packets, sent) << pointer_field;
+        EXPECT_EQ(gathering.gatherer.counters().pointer_errors, is_right ? 0U : 1U);
+        EXPECT_EQ(gathering.losses, 0U);
+    }
+}
+
 TEST(T2MIPacketGatherer, LeavesOutAPacketWithABadCrc)
 {
     Bytes bad = t2mi(1, 300);

@@ -199,6 +199,36 @@ TEST(T2MIDemultiplexer, KeepsTwoStreamsOnAPidApart)
     EXPECT_EQ(demultiplexed(stream, [](auto& d) { d.set_stream_id(5); }).packets, second.sent);
 }
 
+TEST(T2MIDemultiplexer, LosesNothingWhereAnotherStreamOnThePidHasGaps)
+{
+    Feed first({3}), second({3}, {}, 5);
+    std::vector<Bytes> both;
+    for (unsigned frame = 0; frame < 20; ++frame) {
+        first.add(1, 800);
+        second.add(1, 800);
+        second.sender.skip();
+        both.push_back(first.packets.back());
+        both.push_back(second.packets.back());
+    }
+    first.end();
+    both.push_back(first.packets.back());
+    const auto out = demultiplexed(tables() + packed(both));
+    EXPECT_EQ(out.packets, first.sent);
+    EXPECT_EQ(out.gaps, 0U);
+    EXPECT_EQ(out.demultiplexer->counters().packet_count_gaps, 19U);
+}
+
+TEST(T2MIDemultiplexer, IsFoundBesideMorePidsThatBeginLikeT2miAndFallSilent)
+{
+    Stream silent;
+    for (unsigned PID = 0x100; PID < 0x110; ++PID)
+        silent.packet(PID, Stream::begins, Bytes{0, 0x21, 0, 0, 0, 0x40, 0} + zqtest::pattern(150));
+    for (unsigned count = 0; count < 10'001; ++count)
+        silent.packet(0x200, Stream::goes_on, Bytes(184));
+    Feed feed = usual_feed();
+    EXPECT_EQ(demultiplexed(silent.data + packed(feed.packets)).packets, feed.sent);
+}
+
 TEST(T2MIDemultiplexer, UnderstandsTwoStreamsThatAreCountedTogether)
 {
     Feed first({3}), second({3}, {}, 5);
