@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <mutex>
+#include <string>
 #include <utility>
 
 GST_DEBUG_CATEGORY_STATIC(zq_t2mi_demux_debug);
@@ -40,6 +41,7 @@ enum property : guint
     stream_id,
     plp,
     reinsert_null_packets,
+    merge_common_plps,
     stats,
 };
 
@@ -78,6 +80,9 @@ void set_property(GObject* object, guint id, const GValue* value, GParamSpec* pa
     case reinsert_null_packets:
         data.settings.reinsert_null_packets = g_value_get_boolean(value) != FALSE;
         return;
+    case merge_common_plps:
+        data.settings.merge_common_plps = g_value_get_boolean(value) != FALSE;
+        return;
     default:
         G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, param);
     }
@@ -96,6 +101,8 @@ void get_property(GObject* object, guint id, GValue* value, GParamSpec* param)
         return g_value_set_int(value, data.settings.plp);
     case reinsert_null_packets:
         return g_value_set_boolean(value, data.settings.reinsert_null_packets);
+    case merge_common_plps:
+        return g_value_set_boolean(value, data.settings.merge_common_plps);
     case stats:
         return g_value_take_boxed(value, data.demux != nullptr
                                              ? data.demux->stats()
@@ -117,32 +124,41 @@ GstFlowReturn guarded(GstObject* element, Work work)
     }
 }
 
+/// Takes what GStreamer hands over.
+template <class Object, void (*release)(Object*)>
+struct releaser
+{
+    void operator()(Object* object) const { release(object); }
+};
+using owned_buffer = std::unique_ptr<GstBuffer, releaser<GstBuffer, gst_buffer_unref>>;
+using owned_list = std::unique_ptr<GstBufferList, releaser<GstBufferList, gst_buffer_list_unref>>;
+
 GstFlowReturn chain(GstPad*, GstObject* element, GstBuffer* buffer)
 {
+    const owned_buffer owned{buffer};
     return guarded(element, [=] {
         const auto demux = demux_of(element);
         demux->put(buffer);
-        gst_buffer_unref(buffer);
         return demux->push();
     });
 }
 
 GstFlowReturn chain_list(GstPad*, GstObject* element, GstBufferList* list)
 {
+    const owned_list owned{list};
     return guarded(element, [=] {
         const auto demux = demux_of(element);
         const guint count = gst_buffer_list_length(list);
         for (guint at = 0; at < count; ++at)
             demux->put(gst_buffer_list_get(list, at));
-        gst_buffer_list_unref(list);
         return demux->push();
     });
 }
 
 gboolean end_of_stream(GstPad* pad, GstObject* element, GstEvent* event)
 {
-    if (!demux_of(element)->finish())
-        GST_ELEMENT_ERROR(element, STREAM, DEMUX, ("The stream has no T2-MI."), (nullptr));
+    if (const std::string fault = demux_of(element)->finish(); !fault.empty())
+        GST_ELEMENT_ERROR(element, STREAM, DEMUX, ("%s", fault.c_str()), (nullptr));
     return gst_pad_event_default(pad, element, event);
 }
 
@@ -244,6 +260,10 @@ void install_properties(GObjectClass* object_class)
     add(reinsert_null_packets,
         g_param_spec_boolean("reinsert-null-packets", "Reinsert null packets",
                              "Put back the null packets that the sender deleted", TRUE, settable));
+    add(merge_common_plps,
+        g_param_spec_boolean("merge-common-plps", "Merge common PLPs",
+                             "Put the packets of a group's common PLP into its data PLPs where ISSY tells their place",
+                             FALSE, settable));
     add(stats, g_param_spec_boxed("stats", "Statistics", "What came, what was lost, and the same for each PLP",
                                   GST_TYPE_STRUCTURE, readable));
 }

@@ -4,15 +4,15 @@
 #include "mpegcore/text/Meanings.h"
 #include "zq_mpegts/zq_t2mi_messages.h"
 
+#include <algorithm>
 #include <bitset>
-#include <string>
-
-using mpegcore::T2MIDemultiplexer;
+#include <utility>
 
 namespace
 {
 /// So much stream without T2-MI is worth a warning.
 constexpr GstClockTime longest_search = 5 * GST_SECOND;
+constexpr std::uint8_t TS_payload_type = 3;
 
 guint group_of(GstPad* sink)
 {
@@ -26,10 +26,11 @@ guint group_of(GstPad* sink)
 } // namespace
 
 zq_t2mi_demux::zq_t2mi_demux(GstElement* element, GstPad* sink, const zq_t2mi_demux_settings& settings)
-    : m_element{element}, m_sink{sink}, m_demultiplexer{*this}, m_flows{gst_flow_combiner_new()}
+    : m_element{element}, m_sink{sink}, m_demultiplexer{*this}, m_plp{settings.plp}, m_flows{gst_flow_combiner_new()}
 {
     gst_segment_init(&m_segment, GST_FORMAT_TIME);
     m_demultiplexer.set_restore_nulls(settings.reinsert_null_packets);
+    m_demultiplexer.set_merge_common_PLPs(settings.merge_common_plps);
     m_demultiplexer.set_stream_id(settings.stream_id);
     if (settings.plp >= 0)
         m_demultiplexer.set_PLPs(std::bitset<256>{}.set(static_cast<std::size_t>(settings.plp)));
@@ -57,6 +58,7 @@ void zq_t2mi_demux::flush()
 {
     m_demultiplexer.reset();
     gst_flow_combiner_reset(m_flows);
+    m_flow = GST_FLOW_OK;
     for (const auto& pad : m_pads)
         pad.second->drop();
     m_first_pts = GST_CLOCK_TIME_NONE;
@@ -71,10 +73,13 @@ void zq_t2mi_demux::put(GstBuffer* buffer)
     if (GST_BUFFER_IS_DISCONT(buffer))
         m_demultiplexer.reset();
     if (const auto packet = m_kind.look(map.data, map.size)) {
-        m_sequence.see(packet->sequence_number);
+        using step = zq_net::sequence_tracker::step;
+        const step found = m_sequence.see(packet->sequence_number);
         m_rtp_packets = m_sequence.received();
         m_rtp_lost = m_sequence.lost();
-        m_demultiplexer.put(packet->payload, packet->payload_size);
+        // One that comes twice or late joins nothing, and would part what does.
+        if (found != step::repeated && found != step::behind)
+            m_demultiplexer.put(packet->payload, packet->payload_size);
     } else if (!m_kind.demands_rtp()) {
         m_demultiplexer.put(map.data, map.size);
     }
@@ -89,25 +94,56 @@ void zq_t2mi_demux::take_time(GstBuffer* buffer)
         return;
     if (!GST_CLOCK_TIME_IS_VALID(m_first_pts))
         m_first_pts = m_pts;
-    if (m_pts < m_first_pts + longest_search)
-        return;
+    if (m_pts >= m_first_pts + longest_search)
+        note_missing();
+}
+
+void zq_t2mi_demux::note_missing()
+{
     m_told_missing = true;
-    GST_ELEMENT_WARNING(m_element, STREAM, DEMUX, ("No T2-MI was found in 5 seconds of the stream."), (nullptr));
+    if (has_T2MI())
+        GST_ELEMENT_WARNING(m_element, STREAM, DEMUX, ("PLP %d was not found in 5 seconds of the stream.", m_plp),
+                            (nullptr));
+    else
+        GST_ELEMENT_WARNING(m_element, STREAM, DEMUX, ("No T2-MI was found in 5 seconds of the stream."), (nullptr));
 }
 
 GstFlowReturn zq_t2mi_demux::push()
 {
-    GstFlowReturn together = GST_FLOW_OK;
-    for (const auto& pad : m_pads)
-        together = gst_flow_combiner_update_pad_flow(m_flows, pad.second->pad(), pad.second->push());
-    return together == GST_FLOW_NOT_LINKED ? GST_FLOW_OK : together;
+    const bool has_time = m_segment.format == GST_FORMAT_TIME && GST_CLOCK_TIME_IS_VALID(m_pts);
+    for (const auto& pad : m_pads) {
+        const bool had_data = pad.second->has_data();
+        // A pad without data keeps what it said last.
+        if (had_data)
+            hand_on(*pad.second);
+        if (has_time)
+            pad.second->follow_time(m_pts, had_data);
+    }
+    return m_flow == GST_FLOW_NOT_LINKED ? GST_FLOW_OK : m_flow;
 }
 
-bool zq_t2mi_demux::finish()
+void zq_t2mi_demux::hand_on(zq_t2mi_pad& pad)
+{
+    m_flow = gst_flow_combiner_update_pad_flow(m_flows, pad.pad(), pad.push());
+}
+
+std::string zq_t2mi_demux::finish()
 {
     m_demultiplexer.finish();
     static_cast<void>(push());
-    return m_had_pads;
+    if (m_had_pads)
+        tell_no_more_pads();
+    if (m_had_pads)
+        return {};
+    return has_T2MI() && m_plp >= 0 ? "The stream has no PLP " + std::to_string(m_plp) + "."
+           : has_T2MI()             ? "The stream has no PLP."
+                                    : "The stream has no T2-MI.";
+}
+
+void zq_t2mi_demux::tell_no_more_pads()
+{
+    if (!std::exchange(m_told_no_more_pads, true))
+        gst_element_no_more_pads(m_element);
 }
 
 void zq_t2mi_demux::remove_pads()
@@ -122,7 +158,23 @@ void zq_t2mi_demux::remove_pads()
 
 void zq_t2mi_demux::on_packet(std::uint8_t plp_id, const mpegcore::UserPacket& packet, bool is_behind_gap)
 {
-    m_pads.find(plp_id)->second->add(packet.data, is_behind_gap, m_pts, m_dts);
+    zq_t2mi_pad& pad = *m_pads.find(plp_id)->second;
+    pad.add(packet.data, is_behind_gap, m_pts, m_dts);
+    // Null packets that are put back make much of few bytes.
+    if (pad.has_much_data())
+        hand_on(pad);
+}
+
+/// All that are to come by L1, or the only one that is wanted.
+bool zq_t2mi_demux::has_all_pads() const
+{
+    if (m_plp >= 0)
+        return !m_pads.empty();
+    const auto* const L1 = m_demultiplexer.L1();
+    return !m_pads.empty() && L1 != nullptr &&
+           std::all_of(L1->L1CONF.PLPs.begin(), L1->L1CONF.PLPs.end(), [this](const auto& plp) {
+               return plp.PLP_PAYLOAD_TYPE != TS_payload_type || m_pads.count(plp.PLP_ID) != 0;
+           });
 }
 
 void zq_t2mi_demux::on_PLP_appeared(std::uint8_t plp_id)
@@ -137,7 +189,10 @@ void zq_t2mi_demux::on_PLP_appeared(std::uint8_t plp_id)
     tell_tags(*pad);
     gst_flow_combiner_add_pad(m_flows, pad->pad());
     gst_element_add_pad(m_element, pad->pad());
+    m_flow = GST_FLOW_OK;
     tell_streams();
+    if (has_all_pads())
+        tell_no_more_pads();
 }
 
 void zq_t2mi_demux::on_PLP_gone(std::uint8_t plp_id)
@@ -160,16 +215,26 @@ void zq_t2mi_demux::on_L1_changed(const mpegcore::L1Current& L1)
     gst_element_post_message(m_element, gst_message_new_element(GST_OBJECT(m_element), zq_t2mi_L1_structure(L1)));
     for (const auto& pad : m_pads)
         tell_tags(*pad.second);
+    if (has_all_pads())
+        tell_no_more_pads();
 }
 
 void zq_t2mi_demux::on_PID(std::uint16_t PID) { GST_INFO_OBJECT(m_element, "T2-MI on PID 0x%04x", PID); }
 
-void zq_t2mi_demux::on_warning(T2MIDemultiplexer::Warning warning, unsigned id)
+void zq_t2mi_demux::on_warning(Warning warning, unsigned id)
 {
-    if (warning == T2MIDemultiplexer::Warning::scrambled)
+    switch (warning) {
+    case Warning::scrambled:
         GST_ELEMENT_WARNING(m_element, STREAM, DECRYPT, ("The T2-MI on PID %u is scrambled.", id), (nullptr));
-    else
+        return;
+    case Warning::not_a_transport_stream:
         GST_ELEMENT_WARNING(m_element, STREAM, FORMAT, ("PLP %u carries no transport stream.", id), (nullptr));
+        return;
+    case Warning::no_T2MI:
+        // Where there are time stamps, they tell.
+        if (!GST_CLOCK_TIME_IS_VALID(m_first_pts) && !m_told_missing)
+            note_missing();
+    }
 }
 
 /// The collection of the pads that there are, on the bus and on each of them.

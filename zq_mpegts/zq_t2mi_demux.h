@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 /// What an application sets on a `zqt2midemux`; taken over at the next start. -1 as described in the properties.
@@ -21,11 +22,12 @@ struct zq_t2mi_demux_settings
     gint stream_id = -1;
     gint plp = -1;
     bool reinsert_null_packets = true;
+    bool merge_common_plps = false;
 };
 
 /// What stands behind one `zqt2midemux` element, from start to stop. stats() is for any thread, all else for the
 /// streaming thread.
-class zq_t2mi_demux : private mpegcore::T2MIDemultiplexer::Listener
+class zq_t2mi_demux : private mpegcore::T2MIListener
 {
 public:
     zq_t2mi_demux(GstElement* element, GstPad* sink, const zq_t2mi_demux_settings& settings);
@@ -42,8 +44,8 @@ public:
     void put(GstBuffer* buffer);
     /// What all pads say together. Nobody being linked is no failure: a pad for somebody may still come.
     GstFlowReturn push();
-    /// Gives what was held back. False when there never was a PLP.
-    bool finish();
+    /// Gives what was held back. Says what is wrong when there never was a PLP, else nothing.
+    [[nodiscard]] std::string finish();
     /// Takes all pads away.
     void remove_pads();
 
@@ -55,9 +57,14 @@ private:
     void on_PLP_gone(std::uint8_t plp_id) override;
     void on_L1_changed(const mpegcore::L1Current& L1) override;
     void on_PID(std::uint16_t PID) override;
-    void on_warning(mpegcore::T2MIDemultiplexer::Warning warning, unsigned id) override;
+    void on_warning(Warning warning, unsigned id) override;
 
     void take_time(GstBuffer* buffer);
+    void note_missing();
+    [[nodiscard]] bool has_T2MI() const { return m_demultiplexer.gatherer_counters().packets != 0; }
+    void hand_on(zq_t2mi_pad& pad);
+    [[nodiscard]] bool has_all_pads() const;
+    void tell_no_more_pads();
     void tell_streams();
     void tell_tags(zq_t2mi_pad& pad);
 
@@ -69,7 +76,9 @@ private:
     std::atomic<std::uint64_t> m_rtp_lost{0};
     mpegcore::T2MIDemultiplexer m_demultiplexer;
     std::map<std::uint8_t, std::unique_ptr<zq_t2mi_pad>> m_pads; ///< by PLP
+    const gint m_plp;                                            ///< the only one that gets a pad, or -1
     GstFlowCombiner* m_flows;
+    GstFlowReturn m_flow = GST_FLOW_OK; ///< what all pads said together
     GstSegment m_segment;
     bool m_has_segment = false;
     guint m_group = 0;
@@ -78,4 +87,5 @@ private:
     GstClockTime m_dts = GST_CLOCK_TIME_NONE;
     GstClockTime m_first_pts = GST_CLOCK_TIME_NONE;
     bool m_told_missing = false;
+    bool m_told_no_more_pads = false;
 };

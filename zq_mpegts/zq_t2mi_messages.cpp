@@ -138,6 +138,7 @@ GstStructure* zq_t2mi_stats_structure(const mpegcore::T2MIDemultiplexer& demulti
     set_count(stats, "transport-errors", gathered.transport_errors);
     set_count(stats, "scrambled", gathered.scrambled);
     set_count(stats, "repeated", gathered.repeated);
+    set_count(stats, "merged-packets", demultiplexer.merged_packets());
     set_count(stats, "rtp-packets", rtp_packets);
     set_count(stats, "rtp-lost", rtp_lost);
     for (unsigned plp_id = 0; plp_id < 256; ++plp_id)

@@ -118,8 +118,19 @@ GstFlowReturn zq_t2mi_pad::push()
     return flow;
 }
 
+void zq_t2mi_pad::follow_time(GstClockTime pts, bool had_data)
+{
+    constexpr GstClockTime longest_silence = 500 * GST_MSECOND;
+    if (!had_data && GST_CLOCK_TIME_IS_VALID(m_time) && pts < m_time + longest_silence && pts >= m_time)
+        return;
+    if (!had_data && GST_CLOCK_TIME_IS_VALID(m_time) && pts > m_time)
+        gst_pad_push_event(m_pad, gst_event_new_gap(m_time, pts - m_time));
+    m_time = pts;
+}
+
 void zq_t2mi_pad::drop()
 {
+    m_time = GST_CLOCK_TIME_NONE;
     if (m_buffer != nullptr) {
         gst_buffer_unmap(m_buffer, &m_map);
         gst_clear_buffer(&m_buffer);

@@ -22,12 +22,23 @@ public:
     void set_segment(const GstSegment& segment, guint32 seqnum);
     /// Adds a packet of 188 bytes. The times are those of a buffer that begins with it.
     void add(const unsigned char* packet, bool is_behind_gap, GstClockTime pts, GstClockTime dts);
+    [[nodiscard]] bool has_data() const { return m_buffer != nullptr || m_list != nullptr; }
+    /// More than should wait for the end of the input buffer.
+    [[nodiscard]] bool has_much_data() const
+    {
+        return m_list != nullptr && gst_buffer_list_length(m_list) >= most_buffers;
+    }
     /// Pushes what was added; GST_FLOW_OK when there is nothing.
     GstFlowReturn push();
+    /// The input has got to `pts`, with or without data for this pad; a pad that had none for half a second says so
+    /// downstream.
+    void follow_time(GstClockTime pts, bool had_data);
     /// Forgets what was added.
     void drop();
 
 private:
+    static constexpr guint most_buffers = 32; ///< 8 KB each
+
     void begin(GstClockTime pts, GstClockTime dts);
     void end();
 
@@ -37,7 +48,8 @@ private:
     GstBuffer* m_buffer = nullptr; ///< being filled
     GstMapInfo m_map{};
     gsize m_fill = 0;
-    GstBufferList* m_list = nullptr; ///< filled ones
-    guint64 m_bytes = 0;             ///< that were added since the start
+    GstBufferList* m_list = nullptr;           ///< filled ones
+    GstClockTime m_time = GST_CLOCK_TIME_NONE; ///< up to which downstream knows
+    guint64 m_bytes = 0;                       ///< that were added since the start
     bool m_discont = true;
 };

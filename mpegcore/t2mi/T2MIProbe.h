@@ -43,6 +43,7 @@ public:
     Candidate* put(std::uint16_t PID, const unsigned char* packet);
     /// The candidate of this PID, or null.
     Candidate* find(std::uint16_t PID);
+    const std::vector<std::unique_ptr<Candidate>>& candidates() const { return m_candidates; }
     void clear() { m_candidates.clear(); }
 
 private:

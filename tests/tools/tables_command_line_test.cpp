@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-using tables::request;
+using tools::request;
 using testing::ElementsAre;
 using testing::HasSubstr;
 

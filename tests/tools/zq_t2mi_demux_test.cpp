@@ -118,6 +118,20 @@ TEST_F(T2MIDemuxTool, ListsAsJsonWithBitRates)
     EXPECT_EQ(listed["L1"]["configurable_PLPs"][0]["PLP_ID"], 102);
 }
 
+TEST_F(T2MIDemuxTool, ListsEveryPidThatCarriesT2mi)
+{
+    Feed other({1}, {}, 6);
+    other.add(5, 1000);
+    const Bytes both = zqtest::interleaved({stream_of(feed_with_L1()), zqtest::packed(other.packets, 0x200)});
+    write_file("feed.ts", both);
+    const auto listed = run("feed.ts --list --quiet");
+    EXPECT_THAT(listed.text, HasSubstr("Candidate: PID 0x0200, T2-MI stream 6, 5 T2-MI packets\n"
+                                       "Candidate: PID 0x1000, T2-MI stream 0, 42 T2-MI packets, described, in use\n"));
+    const auto json = nlohmann::json::parse(run("feed.ts --list --quiet --json").text)["candidates"];
+    EXPECT_EQ(json[0], nlohmann::json::parse(R"({"pid": 512, "stream_ids": [6], "packets": 5, "in_use": false})"));
+    EXPECT_EQ(json[1]["in_use"], true);
+}
+
 TEST_F(T2MIDemuxTool, DropsDeletedNullPacketsWhenTold)
 {
     zqtest::BasebandFormat format;
@@ -162,8 +176,8 @@ TEST_F(T2MIDemuxTool, HasAHelpTextAndAManPageThatNameEachOption)
     const auto help = run("--help");
     EXPECT_EQ(help.exit_code, 0);
     const std::string page = zqtest::contents(ZQ_SOURCE_DIR "/tools/t2mi_demux/zq-t2mi-demux.1");
-    for (const char* option :
-         {"plp", "list", "json", "pid", "stream-id", "drop-nulls", "interface", "quiet", "version", "help"})
+    for (const char* option : {"plp", "list", "json", "pid", "stream-id", "drop-nulls", "merge-common", "interface",
+                               "quiet", "version", "help"})
     {
         EXPECT_THAT(help.text, HasSubstr(std::string("--") + option));
         std::string escaped = std::string("\\-\\-") + option;

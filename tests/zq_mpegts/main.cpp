@@ -2,6 +2,7 @@
 #include "support/net_sandbox.h"
 #include "zq_mpegts/zq_gst_t2mi_demux.h"
 #include "zq_mpegts/zq_gst_udp_src.h"
+#include "zq_net_source/zq_gst_net_source.h"
 
 #include <gtest/gtest.h>
 
@@ -23,5 +24,6 @@ int main(int argc, char** argv)
     gst_init(&argc, &argv);
     zq_register_udp_src(nullptr);
     zq_register_t2mi_demux(nullptr);
+    zq_register_elements(nullptr);
     return RUN_ALL_TESTS();
 }

@@ -237,6 +237,94 @@ TEST(T2MIDemuxPads, SayTogetherWhetherDataAreWanted)
     EXPECT_EQ(broken.push_cut(stream_of(two_plps()), 1316), GST_FLOW_ERROR);
 }
 
+TEST(T2MIDemuxPads, SayTogetherThatNoDataAreWantedThoughTheirDataComeInTurns)
+{
+    demuxing to;
+    Feed feed({1, 2});
+    feed.add(12, 3000);
+    unsigned buffers = 0;
+    to.on_buffer = [&buffers](GstBuffer*) { return ++buffers < 8 ? GST_FLOW_OK : GST_FLOW_EOS; };
+    EXPECT_EQ(to.push_cut(stream_of(feed), 376), GST_FLOW_EOS);
+}
+
+TEST(T2MIDemuxPads, HandOnBeforeTheInputBufferEndsWhereNullPacketsMakeMuchOfIt)
+{
+    zqtest::BasebandSender framer({true, 0, true});
+    zqtest::T2MISender sender;
+    std::vector<Bytes> packets;
+    for (unsigned number = 0; number < 20; ++number) {
+        for (unsigned null = 0; null < 255; ++null)
+            framer.add(zqtest::null_transport_packet());
+        framer.add(zqtest::numbered_packet(number));
+    }
+    packets.push_back(sender.frame(1, framer.frame(framer.waiting())));
+    packets.push_back(sender.frame(2, Bytes{0xF0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0xA8}));
+    demuxing to;
+    std::size_t before = 0;
+    to.on_buffer = [&](GstBuffer*) {
+        before += to.pads_added.size() < 2 ? 1 : 0;
+        return GST_FLOW_OK;
+    };
+    to.push(tables() + packed(packets));
+    EXPECT_EQ(to.bytes(1).size(), 188U * 20 * 256);
+    EXPECT_GE(before, 20U * 256 / 43 - 33);
+}
+
+TEST(T2MIDemuxPads, TellOfSilenceWhileOthersHaveData)
+{
+    demuxing to;
+    Feed both({1, 2}), one({1});
+    both.add(4, 1200);
+    one.add(8, 1200);
+    to.push(stream_of(both), 0);
+    const auto gaps = [&to] {
+        const auto flow = to.of("plp_2").flow();
+        return std::count(flow.begin(), flow.end(), "gap");
+    };
+    const auto packets = zqtest::packets_of(packed(one.packets));
+    for (unsigned tenth = 1; tenth <= 11; ++tenth)
+        to.push(packets[tenth], tenth * 100 * GST_MSECOND);
+    EXPECT_EQ(gaps(), 2);
+}
+
+TEST(T2MIDemuxPads, AreCompleteOnceAllThatL1ListsAreThere)
+{
+    demuxing to;
+    unsigned complete = 0;
+    g_signal_connect_swapped(to.element.get(), "no-more-pads", G_CALLBACK(+[](unsigned* count) { ++*count; }),
+                             &complete);
+    Feed feed({1, 2});
+    feed.packets.push_back(feed.sender.packet(0x10, L1_of({1, 2}).payload()));
+    to.push(stream_of(feed));
+    feed.packets.clear();
+    feed.add(1, 1200);
+    to.push(packed({feed.packets[0]}));
+    EXPECT_EQ(complete, 0U);
+    to.push(packed({feed.packets[1]}));
+    feed.packets.clear();
+    feed.add(3, 1200);
+    to.push(packed(feed.packets));
+    EXPECT_EQ(complete, 1U);
+    to.push(gst_event_new_eos());
+    EXPECT_EQ(complete, 1U);
+    g_signal_handlers_disconnect_by_data(to.element.get(), &complete);
+}
+
+TEST(T2MIDemuxPads, AreCompleteAtOnceWhereOneIsWantedAndAtTheEndWithoutL1)
+{
+    for (const bool wants_one : {true, false}) {
+        demuxing to([=](GObject* demux) { g_object_set(demux, "plp", wants_one ? 2 : -1, nullptr); });
+        unsigned complete = 0;
+        g_signal_connect_swapped(to.element.get(), "no-more-pads", G_CALLBACK(+[](unsigned* count) { ++*count; }),
+                                 &complete);
+        to.push(stream_of(two_plps()));
+        EXPECT_EQ(complete, wants_one ? 1U : 0U);
+        to.push(gst_event_new_eos());
+        EXPECT_EQ(complete, 1U);
+        g_signal_handlers_disconnect_by_data(to.element.get(), &complete);
+    }
+}
+
 TEST(T2MIDemuxPads, HandASeekUpOnce)
 {
     demuxing to;

@@ -163,6 +163,29 @@ TEST(T2MIDemux, CountsTheRtpPacketsThatAreMissing)
     EXPECT_TRUE(zqtest::is_subsequence(zqtest::packets_of(to.bytes(3)), feed.sent[3]));
 }
 
+TEST(T2MIDemux, LeavesOutRtpPacketsThatComeTwiceOrLate)
+{
+    Feed feed({3});
+    feed.add(20, 1200).end();
+    const Bytes stream = tables() + packed(feed.packets);
+    demuxing to({}, "application/x-rtp");
+    const auto push = [&](std::size_t number) {
+        to.push(datagram(static_cast<std::uint16_t>(number), zqtest::slice(stream, 1316 * number, 1316)));
+    };
+    for (std::size_t number = 0; number < 16; ++number) {
+        if (number == 7)
+            continue;
+        push(number);
+        if (number % 4 == 1)
+            push(number);
+        if (number == 8)
+            push(7);
+    }
+    // One gap, for the datagram that came behind the one that should have followed it.
+    EXPECT_EQ(to.figure("continuity-errors"), 1U);
+    EXPECT_TRUE(zqtest::is_subsequence(zqtest::packets_of(to.bytes(3)), feed.sent[3]));
+}
+
 TEST(T2MIDemux, DropsWhatIsNoRtpWhereCapsSayRtp)
 {
     Feed feed = two_plps();
@@ -207,6 +230,43 @@ TEST(T2MIDemux, WarnsOnceWhenFiveSecondsHadNoT2mi)
     to.push(stream.data, 15 * GST_SECOND);
     to.push(stream.data, 16 * GST_SECOND);
     EXPECT_THAT(to.warnings(), ElementsAre("No T2-MI was found in 5 seconds of the stream."));
+}
+
+TEST(T2MIDemux, WarnsByThePcrWhereBuffersHaveNoTimes)
+{
+    demuxing to;
+    for (unsigned second = 0; second < 20; ++second) {
+        Bytes packet(188, 0xFF);
+        const std::uint64_t base = 45'000 * second;
+        const Bytes head{0x47,
+                         0x01,
+                         0x00,
+                         0x20,
+                         183,
+                         0x10,
+                         0,
+                         static_cast<unsigned char>(base >> 17),
+                         static_cast<unsigned char>(base >> 9),
+                         static_cast<unsigned char>(base >> 1),
+                         0x7E,
+                         0};
+        std::copy(head.begin(), head.end(), packet.begin());
+        to.push(packet);
+        to.push(zqtest::Stream().null().null().null().null().null().null().data);
+    }
+    EXPECT_THAT(to.warnings(), ElementsAre("No T2-MI was found in 5 seconds of the stream."));
+}
+
+TEST(T2MIDemux, TellsAMissingPlpFromAStreamWithoutT2mi)
+{
+    demuxing to([](GObject* demux) { g_object_set(demux, "plp", 77, nullptr); });
+    Feed feed = two_plps();
+    const Bytes stream = tables() + packed(feed.packets);
+    to.push(stream, 0);
+    to.push(zqtest::Stream().null().data, 5 * GST_SECOND);
+    EXPECT_THAT(to.warnings(), ElementsAre("PLP 77 was not found in 5 seconds of the stream."));
+    to.push(gst_event_new_eos());
+    EXPECT_THAT(to.errors(), ElementsAre("The stream has no PLP 77."));
 }
 
 TEST(T2MIDemux, FailsAtTheEndOfAStreamWithoutT2mi)

@@ -35,4 +35,10 @@ std::optional<zq_net::udp_settings> parse_udp_address(std::string_view text)
     settings.address = without_brackets(text.substr(0, colon));
     return settings;
 }
+
+std::string udp_address_fault(const std::string& name)
+{
+    const bool bad = is_udp_address(name) && !parse_udp_address(name);
+    return bad ? "\"" + name + "\" is not udp://[SOURCE@]GROUP:PORT" : std::string();
+}
 } // namespace tools

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tools/common/program.h"
 #include "tools/common/progress_bar.h"
 #include "tools/t2mi/command_line.h"
 #include "tools/t2mi/input_clock.h"
@@ -17,16 +18,9 @@ namespace
 {
 using namespace std::chrono_literals;
 
-constexpr int exit_failed = 1;
-constexpr int exit_wrong_arguments = 2;
+const tools::program program{"zq-t2mi-mux"};
 // What the PLPs' bursts may need beyond the constant rate for a while.
 constexpr auto longest_lead = 2s;
-
-int fail(const std::string& reason, int exit_code = exit_failed)
-{
-    std::fprintf(stderr, "zq-t2mi-mux: %s\n", reason.c_str());
-    return exit_code;
-}
 
 struct plp_source
 {
@@ -62,7 +56,7 @@ int multiplex(std::vector<plp_source>& sources, const t2mi::command_line& line, 
     bool total_known = true;
     for (auto& source : sources) {
         if (!encapsulator.add_plp(source.plp_id) || !source.fetch())
-            return fail(source.file.fault());
+            return program.fail(source.file.fault());
         total += source.file.size();
         total_known = total_known && source.file.size() != 0;
     }
@@ -74,11 +68,11 @@ int multiplex(std::vector<plp_source>& sources, const t2mi::command_line& line, 
             break;
         encapsulator.advance(source.time);
         if (!encapsulator.push(source.plp_id, source.file.packet()) || std::ferror(output) != 0)
-            return exit_failed; // main tells what is wrong with the output
+            return tools::exit_failed; // main tells what is wrong with the output
         if (encapsulator.lead() > longest_lead)
-            return fail(rate_fault(line.options.bitrate));
+            return program.fail(rate_fault(line.options.bitrate));
         if (!source.fetch())
-            return fail(source.file.fault());
+            return program.fail(source.file.fault());
         done += mpegcore::ts_packet_size;
         if (done % (mpegcore::ts_packet_size * 1024) == 0)
             progress.show(done);
@@ -86,8 +80,8 @@ int multiplex(std::vector<plp_source>& sources, const t2mi::command_line& line, 
     encapsulator.flush();
     for (const auto& source : sources)
         if (source.file.bytes_left_out() != 0)
-            fail("the last " + std::to_string(source.file.bytes_left_out()) + " bytes for PLP " +
-                 std::to_string(source.plp_id) + " are no whole packet and were left out");
+            program.fail("the last " + std::to_string(source.file.bytes_left_out()) + " bytes for PLP " +
+                         std::to_string(source.plp_id) + " are no whole packet and were left out");
     return 0;
 }
 } // namespace
@@ -96,30 +90,30 @@ int main(int argc, char** argv)
 {
     t2mi::command_line line;
     const std::string fault = t2mi::parse_command_line({argv + 1, argv + argc}, line);
-    if (line.help)
-        return std::fputs(t2mi::help_text().c_str(), stdout) < 0 ? exit_failed : 0;
-    if (line.version)
-        return std::puts("zq-t2mi-mux " ZQ_VERSION) < 0 ? exit_failed : 0;
-    if (!fault.empty())
-        return fail(fault + "; --help lists all options", exit_wrong_arguments);
+    const std::string told = line.help ? t2mi::help_text() : "zq-t2mi-mux " ZQ_VERSION "\n";
+    const auto asked = line.help || line.version ? tools::request::print
+                       : fault.empty()           ? tools::request::run
+                                                 : tools::request::refuse;
+    if (const auto exit_code = program.answer(asked, fault.empty() ? told : fault))
+        return *exit_code;
 
     std::vector<plp_source> sources;
     sources.reserve(line.inputs.size());
     for (const auto& input : line.inputs) {
         auto& source = sources.emplace_back(input.plp_id, line.input_bitrate);
         if (!source.file.open(input.file))
-            return fail(source.file.fault());
+            return program.fail(source.file.fault());
     }
     for (const auto& input : line.inputs) {
         std::error_code error;
         if (std::filesystem::equivalent(input.file, line.output, error))
-            return fail(line.output + ": is an input, too");
+            return program.fail(line.output + ": is an input, too");
     }
     const auto output = t2mi::open_for_writing(line.output);
     if (output == nullptr)
-        return fail(line.output + ": " + std::strerror(errno));
+        return program.fail(line.output + ": " + std::strerror(errno));
     const int exit_code = multiplex(sources, line, output.get());
     if (std::fflush(output.get()) != 0 || std::ferror(output.get()) != 0)
-        return fail(line.output + ": " + std::strerror(errno));
+        return program.fail(line.output + ": " + std::strerror(errno));
     return exit_code;
 }

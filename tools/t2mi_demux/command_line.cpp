@@ -45,18 +45,12 @@ auto outputs_into(std::map<std::uint8_t, std::string>& outputs)
     };
 }
 
-std::string check_input(const std::string& name)
-{
-    const bool bad = tools::is_udp_address(name) && !tools::parse_udp_address(name);
-    return bad ? "\"" + name + "\" is not udp://[SOURCE@]GROUP:PORT" : std::string();
-}
-
 void add_options(CLI::App& app, options& options)
 {
     app.add_option("INPUT", options.input, "a file, \"-\" for standard input, or datagrams")
         ->option_text("FILE | - | udp://[SOURCE@]GROUP:PORT")
         ->required()
-        ->check(check_input);
+        ->check(tools::udp_address_fault);
     auto* const list = app.add_flag("--list", options.list,
                                     "shows PIDs, streams, PLPs and L1; of what comes live, what 5 s of it tell");
     app.add_flag("--json", options.json, "with --list, as one object of JSON")->needs(list);
@@ -69,36 +63,25 @@ void add_options(CLI::App& app, options& options)
     app.add_option("--stream-id", number_into(options.stream_id, 7), "T2-MI stream on the PID (default: the first one)")
         ->option_text("N");
     app.add_flag("--drop-nulls", options.drop_nulls, "does not put back the null packets that the sender deleted");
+    app.add_flag("--merge-common", options.merge_common,
+                 "puts the packets of a group's common PLP into its data PLPs, where ISSY tells their place");
     app.add_option("--interface", options.interface, "the interface to join a multicast group on, or an address of it")
         ->option_text("NAME");
     app.add_flag("--quiet", options.quiet, "no progress bar and no counters at the end");
 }
 } // namespace
 
-request parse_command_line(const std::vector<std::string>& arguments, const std::string& version, options& options,
-                           std::string& text)
+tools::request parse_command_line(const std::vector<std::string>& arguments, const std::string& version,
+                                  options& options, std::string& text)
 {
     CLI::App app(description, "zq-t2mi-demux");
-    app.set_help_flag("-h,--help", "prints this text");
-    app.set_version_flag("--version", "zq-t2mi-demux " + version, "prints the version");
     app.footer(footer);
     add_options(app, options);
-    try {
-        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
-    } catch (const CLI::CallForHelp&) {
-        text = app.help();
-        return request::print;
-    } catch (const CLI::CallForVersion& call) {
-        text = std::string(call.what()) + '\n';
-        return request::print;
-    } catch (const CLI::ParseError& error) {
-        text = error.what();
-        return request::refuse;
-    }
-    if (!options.list && options.outputs.empty()) {
+    const tools::request asked = tools::parse_arguments(app, arguments, version, text);
+    if (asked == tools::request::run && !options.list && options.outputs.empty()) {
         text = "nothing to do: --list or --plp N=FILE";
-        return request::refuse;
+        return tools::request::refuse;
     }
-    return request::run;
+    return asked;
 }
 } // namespace t2mi_demux

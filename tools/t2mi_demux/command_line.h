@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "tools/common/program.h"
+
 #include <cstdint>
 #include <map>
 #include <string>
@@ -17,18 +19,12 @@ struct options
     bool list = false;
     bool json = false;
     bool drop_nulls = false; ///< deleted null packets are not put back
+    bool merge_common = false;
     bool quiet = false;
     std::map<std::uint8_t, std::string> outputs; ///< files by PLP
 };
 
-enum class request
-{
-    run,
-    print, ///< the text, with success: --help and --version
-    refuse ///< for the reason in the text
-};
-
 /// Fills `options` from the arguments behind the program's name, and `text` unless the result is `run`.
-[[nodiscard]] request parse_command_line(const std::vector<std::string>& arguments, const std::string& version,
-                                         options& options, std::string& text);
+[[nodiscard]] tools::request parse_command_line(const std::vector<std::string>& arguments, const std::string& version,
+                                                options& options, std::string& text);
 } // namespace t2mi_demux

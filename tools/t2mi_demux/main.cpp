@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tools/common/program.h"
 #include "tools/common/progress_bar.h"
 #include "tools/common/stream_input.h"
 #include "tools/t2mi_demux/command_line.h"
@@ -6,7 +7,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -17,28 +17,7 @@
 
 namespace
 {
-constexpr int exit_failed = 1;
-constexpr int exit_wrong_arguments = 2;
-
-volatile std::sig_atomic_t asked_to_end = 0;
-
-void ask_to_end(int /*signal*/) { asked_to_end = 1; }
-
-void set_signals()
-{
-    struct sigaction action = {};
-    action.sa_handler = ask_to_end;
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-    action.sa_handler = SIG_IGN;
-    sigaction(SIGPIPE, &action, nullptr);
-}
-
-int fail(const std::string& reason, int exit_code = exit_failed)
-{
-    std::fprintf(stderr, "zq-t2mi-demux: %s\n", reason.c_str());
-    return exit_code;
-}
+const tools::program program{"zq-t2mi-demux"};
 
 struct close_file
 {
@@ -51,15 +30,16 @@ struct close_file
 using file_handle = std::unique_ptr<std::FILE, close_file>;
 
 /// One stream from its input to the files of its PLPs and what there is to say about it.
-class run : private mpegcore::T2MIDemultiplexer::Listener
+class run : private mpegcore::T2MIListener
 {
 public:
     explicit run(const t2mi_demux::options& options)
-        : m_options(options), m_demultiplexer(*this), m_report(m_demultiplexer)
+        : m_options(options), m_demultiplexer(*this), m_report(m_demultiplexer, m_candidates)
     {
         m_demultiplexer.set_PID(options.PID);
         m_demultiplexer.set_stream_id(options.stream_id);
         m_demultiplexer.set_restore_nulls(!options.drop_nulls);
+        m_demultiplexer.set_merge_common_PLPs(options.merge_common);
         if (!options.list) {
             std::bitset<256> plp_ids;
             for (const auto& output : options.outputs)
@@ -71,16 +51,16 @@ public:
     int to_end()
     {
         if (!m_input.open(m_options.input, m_options.interface))
-            return fail(m_input.fault());
+            return program.fail(m_input.fault());
         if (const std::string fault = open_outputs(); !fault.empty())
-            return fail(fault);
+            return program.fail(fault);
         m_progress.emplace(m_input.total(), !m_options.quiet && !m_input.is_live());
         const bool read = read_stream();
         m_progress->hide();
         if (const std::string fault = close_outputs(); !fault.empty())
-            return fail(fault);
+            return program.fail(fault);
         if (!read)
-            return fail(m_input.fault());
+            return program.fail(m_input.fault());
         return tell();
     }
 
@@ -107,16 +87,19 @@ private:
     {
         std::uint64_t done = 0;
         const auto begin = clock::now();
-        for (auto got = result::nothing; got != result::end && asked_to_end == 0 && !m_output_failed;) {
+        for (auto got = result::nothing; got != result::end && !tools::is_asked_to_end() && !m_output_failed;) {
             got = m_input.next();
             if (got == result::failed)
                 return false;
             m_demultiplexer.put(m_input.data(), m_input.size());
+            if (m_options.list)
+                m_candidates.put(m_input.data(), m_input.size());
             m_progress->show(done += m_input.size());
             if (m_input.is_live() && m_options.outputs.empty() && clock::now() - begin > list_time)
                 break;
         }
         m_demultiplexer.finish();
+        m_candidates.finish();
         return true;
     }
 
@@ -132,17 +115,17 @@ private:
     {
         if (m_demultiplexer.stream_id() == mpegcore::T2MIDemultiplexer::any ||
             m_demultiplexer.gatherer_counters().packets == 0)
-            return fail(m_options.input + ": no T2-MI found");
+            return program.fail(m_options.input + ": no T2-MI found");
         if (m_options.list) {
             const std::string report = m_options.json ? m_report.json() : m_report.text();
             if (std::fputs(report.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
-                return fail(std::string("standard output: ") + std::strerror(errno));
+                return program.fail(std::string("standard output: ") + std::strerror(errno));
         }
         if (!m_options.quiet)
             std::fputs(m_report.counters().c_str(), stderr);
         for (const auto& output : m_options.outputs)
             if (m_demultiplexer.PLP_counters(output.first) == nullptr)
-                return fail(m_options.input + ": has no PLP " + std::to_string(output.first));
+                return program.fail(m_options.input + ": has no PLP " + std::to_string(output.first));
         return 0;
     }
 
@@ -159,13 +142,19 @@ private:
         if (header.packet_type == static_cast<std::uint8_t>(mpegcore::T2MIPacketType::L1_current))
             m_report.note_T2_frame();
     }
-    void on_warning(mpegcore::T2MIDemultiplexer::Warning warning, unsigned id) override
+    void on_warning(Warning warning, unsigned id) override
     {
         m_progress->hide();
-        if (warning == mpegcore::T2MIDemultiplexer::Warning::scrambled)
-            fail("PID " + std::to_string(id) + " is scrambled");
-        else
-            fail("PLP " + std::to_string(id) + " carries no transport stream");
+        switch (warning) {
+        case Warning::scrambled:
+            program.fail("PID " + std::to_string(id) + " is scrambled");
+            return;
+        case Warning::not_a_transport_stream:
+            program.fail("PLP " + std::to_string(id) + " carries no transport stream");
+            return;
+        case Warning::no_T2MI:
+            program.fail("no T2-MI in 5 seconds of the stream");
+        }
     }
 
     const t2mi_demux::options& m_options;
@@ -174,6 +163,7 @@ private:
     std::map<std::uint8_t, file_handle> m_outputs;
     bool m_output_failed = false;
     mpegcore::T2MIDemultiplexer m_demultiplexer;
+    t2mi_demux::candidate_list m_candidates;
     t2mi_demux::stream_report m_report;
 };
 } // namespace
@@ -182,14 +172,9 @@ int main(int argc, char** argv)
 {
     t2mi_demux::options options;
     std::string text;
-    switch (t2mi_demux::parse_command_line({argv + 1, argv + argc}, ZQ_VERSION, options, text)) {
-    case t2mi_demux::request::print:
-        return std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0 ? exit_failed : 0;
-    case t2mi_demux::request::refuse:
-        return fail(text + "; --help lists all options", exit_wrong_arguments);
-    case t2mi_demux::request::run:
-        break;
-    }
-    set_signals();
+    const auto asked = t2mi_demux::parse_command_line({argv + 1, argv + argc}, ZQ_VERSION, options, text);
+    if (const auto exit_code = program.answer(asked, text))
+        return *exit_code;
+    tools::take_signals();
     return run(options).to_end();
 }

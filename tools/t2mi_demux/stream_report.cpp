@@ -66,6 +66,19 @@ std::string stream_report::PLP_line(std::uint8_t plp_id) const
     return line;
 }
 
+std::string stream_report::candidate_line(const candidate_list::candidate& candidate) const
+{
+    std::string line = "Candidate: PID " + hexadecimal(candidate.PID) + ", T2-MI stream";
+    for (const unsigned stream_id : candidate.stream_ids)
+        line += " " + std::to_string(stream_id);
+    line += ", " + std::to_string(candidate.packets) + " T2-MI packets";
+    if (m_demultiplexer.programs().describes(candidate.PID, mpegcore::T2MIDemultiplexer::any))
+        line += ", described";
+    if (m_demultiplexer.PID() == candidate.PID)
+        line += ", in use";
+    return line + "\n";
+}
+
 std::string stream_report::text() const
 {
     std::string text;
@@ -83,6 +96,8 @@ std::string stream_report::text() const
     for (unsigned plp_id = 0; plp_id < 256; ++plp_id)
         if (m_demultiplexer.PLP_counters(static_cast<std::uint8_t>(plp_id)) != nullptr)
             text += PLP_line(static_cast<std::uint8_t>(plp_id)) + "\n";
+    for (const auto& candidate : m_candidates.found())
+        text += candidate_line(candidate);
     if (m_has_timestamp)
         text += "Timestamp:\n" + mpegcore::to_text(m_timestamp, 2);
     if (const auto* const L1 = m_demultiplexer.L1())
@@ -104,6 +119,12 @@ std::string stream_report::json() const
     for (const auto& stream : m_demultiplexer.programs().streams())
         if (stream.has_descriptor)
             report["described"].push_back({{"pid", stream.PID}, {"stream_id", stream.t2mi_stream_id}});
+    report["candidates"] = ordered_json::array();
+    for (const auto& candidate : m_candidates.found())
+        report["candidates"].push_back({{"pid", candidate.PID},
+                                        {"stream_ids", candidate.stream_ids},
+                                        {"packets", candidate.packets},
+                                        {"in_use", m_demultiplexer.PID() == candidate.PID}});
     report["plps"] = ordered_json::array();
     for (unsigned id = 0; id < 256; ++id) {
         const auto plp_id = static_cast<std::uint8_t>(id);
@@ -148,6 +169,7 @@ std::string stream_report::counters() const
     add("packet_count gaps", counters.packet_count_gaps);
     add("of unknown type", counters.unknown_types);
     add("with a bad payload", counters.payload_errors);
+    add("packets of common PLPs put into others", m_demultiplexer.merged_packets());
     text += "\n";
     for (unsigned plp_id = 0; plp_id < 256; ++plp_id) {
         const auto* const plp = m_demultiplexer.PLP_counters(static_cast<std::uint8_t>(plp_id));

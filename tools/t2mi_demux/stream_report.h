@@ -2,6 +2,8 @@
 #pragma once
 #include "mpegcore/t2mi/T2MIDemultiplexer.h"
 
+#include "tools/t2mi_demux/candidate_list.h"
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -13,7 +15,9 @@ namespace t2mi_demux
 class stream_report
 {
 public:
-    explicit stream_report(const mpegcore::T2MIDemultiplexer& demultiplexer) : m_demultiplexer(demultiplexer) {}
+    stream_report(const mpegcore::T2MIDemultiplexer& demultiplexer, const candidate_list& candidates)
+        : m_demultiplexer(demultiplexer), m_candidates(candidates)
+    {}
 
     /// A T2 frame has ended: its L1-current came.
     void note_T2_frame();
@@ -33,9 +37,11 @@ public:
 private:
     /// bit/s of the PLP's packets; 0 while there are too few frames to tell.
     [[nodiscard]] std::uint64_t bit_rate(std::uint8_t plp_id) const;
+    [[nodiscard]] std::string candidate_line(const candidate_list::candidate& candidate) const;
     [[nodiscard]] std::string PLP_line(std::uint8_t plp_id) const;
 
     const mpegcore::T2MIDemultiplexer& m_demultiplexer;
+    const candidate_list& m_candidates;
     bool m_has_timestamp = false;
     mpegcore::DVBT2Timestamp m_timestamp;
     std::uint64_t m_T2_frames = 0;

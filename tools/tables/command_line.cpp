@@ -41,12 +41,6 @@ std::string check_table_name(const std::string& name)
     return is_table_name(name) ? std::string() : "there is no table \"" + name + "\"";
 }
 
-std::string check_input(const std::string& name)
-{
-    const bool bad = tools::is_udp_address(name) && !tools::parse_udp_address(name);
-    return bad ? "\"" + name + "\" is not udp://[SOURCE@]GROUP:PORT" : std::string();
-}
-
 auto set_region(mpegcore::LocalTime& local_time)
 {
     return [&local_time](const CLI::results_t& texts) { return parse_region(texts.back(), local_time); };
@@ -65,7 +59,7 @@ void add_options(CLI::App& app, options& options)
 {
     app.add_option("INPUT", options.input, "a file, \"-\" for standard input (the default), or datagrams")
         ->option_text("FILE | - | udp://[SOURCE@]GROUP:PORT")
-        ->check(check_input);
+        ->check(tools::udp_address_fault);
     auto* const json = app.add_flag("--json", options.json, "one object of JSON a line");
     auto* const services = app.add_flag("--services", options.services,
                                         "the services with names, types, PIDs and bit rates instead of the tables");
@@ -100,26 +94,12 @@ void add_options(CLI::App& app, options& options)
 }
 } // namespace
 
-request parse_command_line(const std::vector<std::string>& arguments, const std::string& version, options& options,
-                           std::string& text)
+tools::request parse_command_line(const std::vector<std::string>& arguments, const std::string& version,
+                                  options& options, std::string& text)
 {
     CLI::App app(description, "zq-tables");
-    app.set_help_flag("-h,--help", "prints this text");
-    app.set_version_flag("--version", "zq-tables " + version, "prints the version");
     app.footer(footer);
     add_options(app, options);
-    try {
-        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
-    } catch (const CLI::CallForHelp&) {
-        text = app.help();
-        return request::print;
-    } catch (const CLI::CallForVersion& call) {
-        text = std::string(call.what()) + '\n';
-        return request::print;
-    } catch (const CLI::ParseError& error) {
-        text = error.what();
-        return request::refuse;
-    }
-    return request::run;
+    return tools::parse_arguments(app, arguments, version, text);
 }
 } // namespace tables

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/TablePrinter.h"
+#include "tools/common/program.h"
 #include "tools/tables/table_filter.h"
 
 #include <string>
@@ -23,14 +24,7 @@ struct options
     table_filter filter;
 };
 
-enum class request
-{
-    run,
-    print, ///< the text, with success: --help and --version
-    refuse ///< for the reason in the text
-};
-
 /// Fills `options` from the arguments behind the program's name, and `text` unless the result is `run`.
-[[nodiscard]] request parse_command_line(const std::vector<std::string>& arguments, const std::string& version,
-                                         options& options, std::string& text);
+[[nodiscard]] tools::request parse_command_line(const std::vector<std::string>& arguments, const std::string& version,
+                                                options& options, std::string& text);
 } // namespace tables

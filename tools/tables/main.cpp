@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/PacketFinder.h"
 #include "tools/common/line_output.h"
+#include "tools/common/program.h"
 #include "tools/common/progress_bar.h"
 #include "tools/common/stream_input.h"
 #include "tools/tables/change_filter.h"
@@ -11,7 +12,6 @@
 #include "tools/tables/table_view.h"
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -22,29 +22,7 @@
 
 namespace
 {
-constexpr int exit_failed = 1;
-constexpr int exit_wrong_arguments = 2;
-
-volatile std::sig_atomic_t asked_to_end = 0;
-
-void ask_to_end(int /*signal*/) { asked_to_end = 1; }
-
-/// An interrupted stream is shown up to there; a reader that went away is noticed when writing.
-void set_signals()
-{
-    struct sigaction action = {};
-    action.sa_handler = ask_to_end;
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-    action.sa_handler = SIG_IGN;
-    sigaction(SIGPIPE, &action, nullptr);
-}
-
-int fail(const std::string& reason, int exit_code = exit_failed)
-{
-    std::fprintf(stderr, "zq-tables: %s\n", reason.c_str());
-    return exit_code;
-}
+const tools::program program{"zq-tables"};
 
 /// One stream from its input to the lines about it.
 class run
@@ -62,7 +40,7 @@ public:
     int to_end()
     {
         if (!m_input.open(m_options.input, m_options.interface))
-            return fail(m_input.fault());
+            return program.fail(m_input.fault());
         m_output.emplace(STDOUT_FILENO, m_input.is_live() || m_at_terminal);
         m_progress.emplace(m_input.total(), !m_options.quiet && !m_input.is_live());
         const bool read = read_stream();
@@ -73,11 +51,11 @@ public:
         if (m_output->is_broken_pipe())
             return 0;
         if (!m_output->is_good())
-            return fail(std::string("standard output: ") + std::strerror(m_output->error()));
+            return program.fail(std::string("standard output: ") + std::strerror(m_output->error()));
         if (!read)
-            return fail(m_input.fault());
-        if (m_listener.packets() == 0 && asked_to_end == 0)
-            return fail(m_options.input + ": no transport packets found");
+            return program.fail(m_input.fault());
+        if (m_listener.packets() == 0 && !tools::is_asked_to_end())
+            return program.fail(m_options.input + ": no transport packets found");
         return 0;
     }
 
@@ -108,7 +86,7 @@ private:
 
     [[nodiscard]] bool has_enough() const
     {
-        if (asked_to_end != 0 || !m_output->is_good())
+        if (tools::is_asked_to_end() || !m_output->is_good())
             return true;
         const auto waited = clock::now() - m_last_news;
         return m_input.is_live() &&
@@ -171,14 +149,9 @@ int main(int argc, char** argv)
 {
     tables::options options;
     std::string text;
-    switch (tables::parse_command_line({argv + 1, argv + argc}, ZQ_VERSION, options, text)) {
-    case tables::request::print:
-        return std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0 ? exit_failed : 0;
-    case tables::request::refuse:
-        return fail(text + "; --help lists all options", exit_wrong_arguments);
-    case tables::request::run:
-        break;
-    }
-    set_signals();
+    const auto asked = tables::parse_command_line({argv + 1, argv + argc}, ZQ_VERSION, options, text);
+    if (const auto exit_code = program.answer(asked, text))
+        return *exit_code;
+    tools::take_signals();
     return run(options).to_end();
 }
