@@ -18,8 +18,10 @@ struct L1Current
     [[nodiscard]] bool read(const unsigned char* payload, std::size_t size);
     /// The payload that reads as this; lengths and counts are written as they are stored.
     std::vector<unsigned char> payload() const;
-    /// Sets the lengths and counts that the contents need.
+    /// Sets the lengths, counts and L1_POST_SIZE that the contents and L1-pre need.
     void measure();
+    /// L1_POST_SIZE by L1_POST_INFO_SIZE, L1_MOD and S2 (ETSI EN 302 755, 7.3.1.2); 0 for a reserved L1_MOD.
+    std::uint32_t L1_post_cells() const;
 
     template <class Self, class Io>
     static bool syntax(Self& l, Io& io)

@@ -27,6 +27,8 @@ struct L1Pre
 
     /// Future extension frames are announced: the last bit of S2.
     bool has_FEF() const { return (S2 & 1U) != 0; }
+    /// T2-Lite, by S1.
+    bool is_lite() const { return S1 == 3 || S1 == 4; }
 
     std::uint8_t TYPE = 0;
     std::uint8_t BWT_EXT = 0;

@@ -34,24 +34,32 @@ std::uint32_t DVBT2Timestamp::subseconds_per_second() const
     return bw < millions.size() ? millions[bw] * 1000000 : 0;
 }
 
+namespace
+{
+struct FFTMode
+{
+    std::uint32_t size;
+    std::uint32_t P2_symbols;
+};
+
+/// By the first three bits of S2; T2-Lite has 1K's place for 16K with the short guard intervals.
+FFTMode FFT_mode_of(const L1Pre& L1PRE)
+{
+    constexpr std::array<FFTMode, 8> modes{
+        {{2048, 8}, {8192, 2}, {4096, 4}, {1024, 16}, {16384, 1}, {32768, 1}, {8192, 2}, {32768, 1}}};
+    const unsigned field = L1PRE.S2 >> 1 & 7U;
+    return L1PRE.is_lite() && field == 3 ? FFTMode{16384, 1} : modes[field];
+}
+} // namespace
+
 std::uint64_t L1Current::T2_frame_periods() const
 {
-    struct Mode
-    {
-        std::uint32_t FFT_size;
-        std::uint32_t P2_symbols;
-    };
-    // By the first three bits of S2; T2-Lite has 1K's place for 16K with the short guard intervals.
-    constexpr std::array<Mode, 8> modes{
-        {{2048, 8}, {8192, 2}, {4096, 4}, {1024, 16}, {16384, 1}, {32768, 1}, {8192, 2}, {32768, 1}}};
     constexpr std::array<std::uint32_t, 7> guard_in_256ths{8, 16, 32, 64, 2, 38, 19};
     constexpr std::uint32_t P1_periods = 2048;
-    const bool is_lite = L1PRE.S1 == 3 || L1PRE.S1 == 4;
     if (L1PRE.S1 == 2 || L1PRE.S1 > 4 || L1PRE.GUARD_INTERVAL >= guard_in_256ths.size())
         return 0;
-    const unsigned field = L1PRE.S2 >> 1 & 7U;
-    const Mode mode = is_lite && field == 3 ? Mode{16384, 1} : modes[field];
-    const std::uint64_t symbol = mode.FFT_size + mode.FFT_size / 256 * guard_in_256ths[L1PRE.GUARD_INTERVAL];
+    const FFTMode mode = FFT_mode_of(L1PRE);
+    const std::uint64_t symbol = mode.size + mode.size / 256 * guard_in_256ths[L1PRE.GUARD_INTERVAL];
     return P1_periods + (mode.P2_symbols + std::uint64_t{L1PRE.NUM_DATA_SYMBOLS}) * symbol;
 }
 
@@ -62,8 +70,7 @@ std::uint64_t L1Current::superframe_periods() const
         return frames;
     // T2-Lite has two more bits of the length.
     const std::uint64_t FEF_length = std::uint64_t{L1CONF.FEF_LENGTH_MSB} << 22 | L1CONF.FEF_LENGTH;
-    const bool has_more_bits = L1PRE.S1 == 3 || L1PRE.S1 == 4;
-    return frames + L1PRE.NUM_T2_FRAMES / L1CONF.FEF_INTERVAL * (has_more_bits ? FEF_length : L1CONF.FEF_LENGTH);
+    return frames + L1PRE.NUM_T2_FRAMES / L1CONF.FEF_INTERVAL * (L1PRE.is_lite() ? FEF_length : L1CONF.FEF_LENGTH);
 }
 
 bool L1Current::read(const unsigned char* payload, std::size_t size) { return read_record(*this, payload, size); }
@@ -85,5 +92,23 @@ void L1Current::measure()
     L1DYN_CURR_LEN = static_cast<std::uint16_t>(dynamic_bits());
     L1PRE.L1_POST_EXTENSION = L1EXT_LEN != 0 ? 1 : 0;
     L1PRE.L1_POST_INFO_SIZE = std::uint32_t{L1CONF_LEN} + L1DYN_CURR_LEN + L1EXT_LEN;
+    L1PRE.L1_POST_SIZE = L1_post_cells();
+}
+
+std::uint32_t L1Current::L1_post_cells() const
+{
+    constexpr std::uint32_t CRC_bits = 32, K_bch = 7032, BCH_and_LDPC_bits = 9168;
+    constexpr std::array<std::uint32_t, 4> bits_a_cell{1, 2, 4, 6};
+    if (L1PRE.L1_MOD >= bits_a_cell.size())
+        return 0;
+    const std::uint32_t bits = bits_a_cell[L1PRE.L1_MOD];
+    const std::uint32_t all = L1PRE.L1_POST_INFO_SIZE + CRC_bits;
+    const std::uint32_t blocks = (all + K_bch - 1) / K_bch;
+    const std::uint32_t signalling = (all + blocks - 1) / blocks;
+    const std::uint32_t punctured = 6 * (K_bch - signalling) / 5;
+    const std::uint32_t sent = signalling + BCH_and_LDPC_bits - punctured;
+    const std::uint32_t P2_symbols = FFT_mode_of(L1PRE).P2_symbols;
+    const std::uint32_t unit = bits * (P2_symbols == 1 ? 2 : P2_symbols);
+    return blocks * ((sent + unit - 1) / unit * unit / bits);
 }
 } // namespace mpegcore

@@ -147,8 +147,9 @@ TEST(CommandLine, ExplainsEveryOption)
 {
     const std::string help = t2mi::help_text();
     for (const char* option :
-         {"--plp ID=FILE", "--output FILE", "--bitrate N", "--input-bitrate N", "--frame-size", "--frames N",
-          "--superframe N", "--auxiliary N", "--no-timestamps", "--start SECONDS", "--pid PID", "--pmt-pid PID",
-          "--program N", "--ts-id N", "--stream-id N", "--seed N", "--quiet", "--version", "--help"})
+         {"--plp ID=FILE",  "--output FILE", "--bitrate N",     "--input-bitrate N", "--frame-size", "--frames N",
+          "--superframe N", "--auxiliary N", "--no-timestamps", "--start SECONDS",   "--pid PID",    "--pmt-pid PID",
+          "--program N",    "--ts-id N",     "--stream-id N",   "--seed N",          "--common ID",  "--empty-frames N",
+          "--quiet",        "--version",     "--help"})
         EXPECT_THAT(help, HasSubstr(option));
 }

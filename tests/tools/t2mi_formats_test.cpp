@@ -3,6 +3,7 @@
 #include "support/Demultiplexed.h"
 #include "support/Encapsulated.h"
 #include "support/PackedT2MI.h"
+#include "tools/t2mi/rtp_packetizer.h"
 
 #include <gmock/gmock.h>
 
@@ -90,6 +91,116 @@ TEST(EncapsulatorFormats, CountTheNullPacketsThatTheyLeaveOut)
     EXPECT_EQ(slice(frame, 13 + 187, 1), (Bytes{255}));
     EXPECT_EQ(slice(frame, 13 + 188 + 187, 1), (Bytes{2}));
     EXPECT_EQ(frame[3], 0xF4);
+}
+
+TEST(EncapsulatorFormats, SendTheLastOfTheNullPacketsThatNothingFollows)
+{
+    t2mi_options options = full_frames();
+    options.delete_nulls = true;
+    Encapsulated mix(options);
+    mix.push(0, numbered_packet(1));
+    for (unsigned count = 0; count < 5; ++count)
+        mix.push(0, null_transport_packet());
+    mix.encapsulator.flush();
+    const Bytes frame = payloads_of(0x00, mix.data).at(0);
+    EXPECT_EQ(slice(frame, 13 + 187, 1), (Bytes{0}));
+    EXPECT_EQ(slice(frame, 13 + 188, 187), slice(null_transport_packet(), 1, 187));
+    EXPECT_EQ(slice(frame, 13 + 188 + 187, 1), (Bytes{4}));
+    const Demultiplexed out(mix.data, {}, 1316);
+    EXPECT_EQ(out.packets.at(0).size(), 6U);
+}
+
+TEST(EncapsulatorFormats, PutFramesWithoutDataBetweenOthers)
+{
+    t2mi_options options = full_frames();
+    options.frames_between_empty_ones = 2;
+    for (const bool normal_mode : {false, true}) {
+        options.normal_mode = normal_mode;
+        Encapsulated mix(options);
+        push_random(mix, 100);
+        mix.encapsulator.flush();
+        const auto frames = payloads_of(0x00, mix.data);
+        ASSERT_THAT(frames, SizeIs(6));
+        for (const std::size_t number : {2U, 5U})
+            EXPECT_EQ(slice(frames[number], 3, 4836),
+                      (normal_mode ? Bytes{0xF0, 0, 0x05, 0xE0, 0, 0, 0x47, 0xFF, 0xFF, 0xC2}
+                                   : Bytes{0xF0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0xA8}) +
+                          Bytes(4826));
+        const Demultiplexed out(mix.data, {}, 1316);
+        EXPECT_EQ(out.packets.at(0).size(), 100U);
+    }
+}
+
+TEST(EncapsulatorFormats, PutSeveralStreamsOnOnePid)
+{
+    for (const bool count_together : {false, true}) {
+        t2mi_options options = frames_of(800);
+        Encapsulated first(options);
+        options.t2mi_stream_id = 5;
+        t2mi::t2mi_encapsulator second(options, first.encapsulator, count_together);
+        ASSERT_TRUE(second.add_plp(0));
+        Bytes pushed;
+        for (unsigned number = 0; number < 200; ++number) {
+            first.push(0, numbered_packet(number));
+            const Bytes other = numbered_packet(1000 + number);
+            ASSERT_TRUE(second.push(0, other.data()));
+            pushed.insert(pushed.end(), other.begin(), other.end());
+        }
+        second.flush();
+        first.encapsulator.flush();
+        const auto out = demultiplexed(first.data, [](auto& d) { d.set_stream_id(5); });
+        const auto all = demultiplexed(first.data);
+        EXPECT_GT(out.demultiplexer->counters().packets_by_stream_id[0], 40U);
+        if (count_together) {
+            // It takes a few packets to be sure that they do.
+            EXPECT_GE(out.packets.at(0).size() + 5, 200U);
+            EXPECT_TRUE(is_subsequence(out.packets.at(0), packets_of(pushed)));
+            continue;
+        }
+        EXPECT_EQ(out.packets.at(0), packets_of(pushed));
+        EXPECT_EQ(all.packets.at(0), packets_of(first.pushed[0]));
+    }
+}
+
+TEST(EncapsulatorFormats, SignalACommonPlpAndTheSizeOfL1)
+{
+    t2mi_options options = frames_of(1000);
+    options.L1_signalling = true;
+    options.ISSY_bytes = 3;
+    options.common_plp = 9;
+    Encapsulated mix(options, {1, 9});
+    push_random(mix, 60, 1);
+    mix.encapsulator.flush();
+    mpegcore::L1Current L1;
+    const Bytes payload = payloads_of(0x10, mix.data).at(0);
+    ASSERT_TRUE(L1.read(payload.data(), payload.size()));
+    EXPECT_EQ(L1.L1CONF.PLPs[0].PLP_TYPE, 1);
+    EXPECT_EQ(L1.L1CONF.PLPs[1].PLP_TYPE, 0);
+    EXPECT_EQ(L1.L1CONF.PLPs[0].PLP_GROUP_ID, L1.L1CONF.PLPs[1].PLP_GROUP_ID);
+    // 455 bits and 32 of CRC: 487 + 9168 - 7854 = 1801 bits, in 64-QAM 302 cells of an even number.
+    EXPECT_EQ(L1.L1PRE.L1_POST_INFO_SIZE, 455U);
+    EXPECT_EQ(L1.L1PRE.L1_POST_SIZE, 302U);
+    options.ISSY_bytes = 0;
+    EXPECT_EQ(t2mi::find_fault(options), "a common PLP needs L1 signalling and ISSY of 3 bytes");
+}
+
+TEST(RtpPacketizer, PutsSevenPacketsBehindAHeader)
+{
+    std::vector<Bytes> datagrams;
+    t2mi::rtp_packetizer packetizer(0x11223344, 0xFFFF,
+                                    [&datagrams](const Bytes& datagram) { datagrams.push_back(datagram); });
+    Bytes all;
+    for (unsigned number = 0; number < 10; ++number) {
+        packetizer.put(numbered_packet(number).data(), std::chrono::milliseconds(number));
+        all = all + numbered_packet(number);
+    }
+    packetizer.flush();
+    packetizer.flush();
+    ASSERT_THAT(datagrams, SizeIs(2));
+    EXPECT_EQ(datagrams[0], (Bytes{0x80, 33, 0xFF, 0xFF, 0, 0, 0, 0, 0x11, 0x22, 0x33, 0x44}) + slice(all, 0, 7 * 188));
+    // 7 ms are 630 ticks.
+    EXPECT_EQ(datagrams[1],
+              (Bytes{0x80, 33, 0, 0, 0, 0, 0x02, 0x76, 0x11, 0x22, 0x33, 0x44}) + slice(all, 7 * 188, 3 * 188));
 }
 
 TEST(EncapsulatorFormats, PutTheIssyOfTheFirstPacketIntoTheHeader)
@@ -186,6 +297,8 @@ TEST(EncapsulatorFormats, AreReadWholeInAnyMix)
         options.t2mi_stream_id = random() % 8;
         options.data_field_bytes_min = 192 + random() % 300;
         options.data_field_bytes_max = options.data_field_bytes_min + random() % 3000;
+        options.frames_between_empty_ones = random() % 4;
+        options.common_plp = options.L1_signalling && options.ISSY_bytes == 3 && random() % 2 == 0 ? 1 : -1;
         options.seed = random();
         ASSERT_EQ(t2mi::find_fault(options), "");
         Encapsulated mix(options, {0, 1, 255});
@@ -195,8 +308,6 @@ TEST(EncapsulatorFormats, AreReadWholeInAnyMix)
                 packet[2] = 0; // it is no other null packet
             mix.push(std::array{0U, 1U, 255U}[random() % 3], packet);
         }
-        for (const unsigned plp_id : {0U, 1U, 255U})
-            mix.push(plp_id, numbered_packet(plp_id)); // tells of the null packets in front of it
         mix.encapsulator.flush();
         const Demultiplexed out(mix.data, {}, 1 + random() % 2000);
         for (const auto& [plp_id, pushed] : mix.pushed) {

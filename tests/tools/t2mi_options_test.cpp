@@ -27,5 +27,6 @@ TEST(EncapsulatorOptions, OutOfRangeAreTold)
     EXPECT_TRUE(faulty([](auto& o) { o.t2_frames_per_superframe = 257; }));
     EXPECT_TRUE(faulty([](auto& o) { o.auxiliary_bytes = 8189; }));
     EXPECT_TRUE(faulty([](auto& o) { o.start_seconds = std::uint64_t{1} << 40; }));
+    EXPECT_TRUE(faulty([](auto& o) { o.common_plp = 1; }));
     EXPECT_TRUE(faulty([](auto& o) { o.bitrate = 10'000'000'001; }));
 }

@@ -4,9 +4,9 @@
 
 #include <gmock/gmock.h>
 
-using tools::request;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using tools::request;
 
 namespace
 {

@@ -41,6 +41,17 @@ void baseband_framer::put(const unsigned char* packet, std::uint64_t ISCR)
         ++m_deleted;
         return;
     }
+    add(packet, ISCR);
+}
+
+void baseband_framer::put_owed_null(const unsigned char* null_packet, std::uint64_t ISCR)
+{
+    --m_deleted;
+    add(null_packet, ISCR);
+}
+
+void baseband_framer::add(const unsigned char* packet, std::uint64_t ISCR)
+{
     if (!m_starts && m_ISSY_bytes != 0 && !m_normal_mode)
         m_ISSY = ISSY_of(ISCR, m_ISSY_bytes);
     m_starts = true;
@@ -66,6 +77,24 @@ void baseband_framer::make_user_packet(const unsigned char* packet, std::uint64_
         m_user_packet.push_back(std::exchange(m_deleted, static_cast<unsigned char>(0)));
     if (m_normal_mode)
         m_CRC_8 = mpegcore::crc8_dvb(m_user_packet.data() + 1, m_user_packet.size() - 1);
+}
+
+std::vector<unsigned char> baseband_framer::empty_frame(std::size_t padding_bytes, std::uint8_t frame_idx,
+                                                        bool intl_frame_start, bool single_input) const
+{
+    std::vector<unsigned char> packet(data_field_offset + padding_bytes);
+    baseband_header header;
+    header.frame_idx = frame_idx;
+    header.plp_id = m_plp_id;
+    header.intl_frame_start = intl_frame_start;
+    header.single_input = single_input;
+    header.has_start = false;
+    header.normal_mode = m_normal_mode;
+    header.NPD = m_delete_nulls;
+    header.UPL = static_cast<std::uint16_t>(8 * m_user_packet_bytes);
+    header.ISSYI = m_ISSY_bytes != 0;
+    write_baseband_header(packet.data() + t2mi_header_size, header);
+    return packet;
 }
 
 std::vector<unsigned char>& baseband_framer::close(std::uint8_t frame_idx, bool intl_frame_start, bool single_input)

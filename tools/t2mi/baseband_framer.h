@@ -40,12 +40,22 @@ public:
     /// packet that is left out is told to the receiver with the next packet that is none.
     void put(const unsigned char* packet, std::uint64_t ISCR = 0);
 
+    /// Null packets that were left out have not been told yet.
+    bool owes_nulls() const { return m_deleted != 0; }
+    /// Sends the last of them, `null_packet`, with what tells of the others. The frame must not be full.
+    void put_owed_null(const unsigned char* null_packet, std::uint64_t ISCR = 0);
+
+    /// A frame of this PLP without data, with as much padding: made like that of close(). One may be being filled.
+    std::vector<unsigned char> empty_frame(std::size_t padding_bytes, std::uint8_t frame_idx, bool intl_frame_start,
+                                           bool single_input) const;
+
     /// Ends the frame: a data field that is not full is made shorter in DFL and padded with zeros. When it holds
     /// nothing but the rest of one user packet, SYNCD equals DFL. The bytes have room for the T2-MI header in front
     /// of the payload and hold until the next open.
     std::vector<unsigned char>& close(std::uint8_t frame_idx, bool intl_frame_start, bool single_input);
 
 private:
+    void add(const unsigned char* packet, std::uint64_t ISCR);
     void make_user_packet(const unsigned char* packet, std::uint64_t ISCR);
 
     std::uint8_t m_plp_id;

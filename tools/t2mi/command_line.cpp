@@ -132,6 +132,17 @@ void add_other_options(CLI::App& app, command_line& line)
     add_value(app, "--issy", "N", number_into(options.ISSY_bytes), "ISSY of so many bytes, 3, or 2 in normal mode");
     add_flag(
         app, "--delete-nulls", [&options] { options.delete_nulls = true; }, "leaves null packets out and counts them");
+    add_value(
+        app, "--common", "ID",
+        [&options](const std::string& text) {
+            std::uint8_t plp_id = 0;
+            const bool read = parse_number(text, plp_id);
+            options.common_plp = plp_id;
+            return read;
+        },
+        "the PLP with this id is the common one of a group with all others; with --l1 and --issy 3");
+    add_value(app, "--empty-frames", "N", number_into(options.frames_between_empty_ones),
+              "a baseband frame without data behind each N frames of a PLP (default: none)");
     add_value(app, "--seed", "N", number_into(options.seed), "seed of frame sizes and auxiliary data (default 1)");
     add_flag(
         app, "--quiet", [&line] { line.quiet = true; }, "no progress bar");

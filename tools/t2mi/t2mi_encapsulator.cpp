@@ -41,6 +41,18 @@ t2mi_encapsulator::t2mi_encapsulator(const t2mi_options& options, ts_sink sink)
       m_table_interval(table_interval(options.bitrate))
 {}
 
+t2mi_encapsulator::t2mi_encapsulator(const t2mi_options& options, t2mi_encapsulator& carrier, bool count_together)
+    : m_options(options),
+      m_tables(options),
+      m_packetizer(options.t2mi_PID, {}),
+      m_random(options.seed),
+      m_carrier(&carrier),
+      m_counts_with_carrier(count_together),
+      m_table_interval(table_interval(0))
+{
+    m_options.bitrate = 0;
+}
+
 bool t2mi_encapsulator::add_plp(std::uint8_t plp_id)
 {
     return m_plps.emplace(plp_id, plp_state{baseband_framer(plp_id, m_options)}).second;
@@ -54,11 +66,16 @@ bool t2mi_encapsulator::push(std::uint8_t plp_id, const unsigned char* packet)
     auto& plp = found->second;
     if (plp.framer.closed())
         plp.framer.open(next_data_field_bytes());
-    // Elementary periods of an 8 MHz channel are 7/64 us.
-    plp.framer.put(packet, static_cast<std::uint64_t>(m_time.count()) * 64 / 7000);
+    plp.framer.put(packet, ISCR());
     if (plp.framer.full())
         send_frame(plp);
     return true;
+}
+
+std::uint64_t t2mi_encapsulator::ISCR() const
+{
+    // Elementary periods of an 8 MHz channel are 7/64 us.
+    return static_cast<std::uint64_t>(m_time.count()) * 64 / 7000;
 }
 
 void t2mi_encapsulator::advance(std::chrono::nanoseconds time)
@@ -74,6 +91,13 @@ void t2mi_encapsulator::flush()
 {
     for (auto& entry : m_plps) {
         auto& plp = entry.second;
+        if (plp.framer.owes_nulls()) {
+            if (plp.framer.closed())
+                plp.framer.open(next_data_field_bytes());
+            plp.framer.put_owed_null(null_packet.data(), ISCR());
+            if (plp.framer.full())
+                send_frame(plp);
+        }
         if (plp.framer.idle())
             continue;
         if (plp.framer.closed())
@@ -84,7 +108,8 @@ void t2mi_encapsulator::flush()
         end_t2_frame();
     if (m_open_end)
         send_timestamp();
-    m_packetizer.flush();
+    if (m_carrier == nullptr)
+        m_packetizer.flush();
 }
 
 std::chrono::nanoseconds t2mi_encapsulator::lead() const
@@ -113,9 +138,22 @@ void t2mi_encapsulator::send_frame(plp_state& plp)
 {
     if (m_frames_in_t2_frame == 0)
         begin_t2_frame();
-    const bool intl_frame_start = m_t2_frame >= plp.next_interleaving_frame;
+    const bool single_input = m_plps.size() == 1;
+    send_baseband_frame(plp, plp.framer.close(frame_idx(), m_t2_frame >= plp.next_interleaving_frame, single_input));
+    if (++plp.frames_since_empty_one != m_options.frames_between_empty_ones)
+        return;
+    plp.frames_since_empty_one = 0;
+    if (m_frames_in_t2_frame == 0)
+        begin_t2_frame();
+    auto empty = plp.framer.empty_frame(next_data_field_bytes(), frame_idx(), m_t2_frame >= plp.next_interleaving_frame,
+                                        single_input);
+    send_baseband_frame(plp, empty);
+}
+
+void t2mi_encapsulator::send_baseband_frame(plp_state& plp, std::vector<unsigned char>& frame)
+{
     plp.next_interleaving_frame = m_t2_frame + 1;
-    send_packet(packet_type::baseband_frame, plp.framer.close(frame_idx(), intl_frame_start, m_plps.size() == 1));
+    send_packet(packet_type::baseband_frame, frame);
     ++plp.frames_in_t2_frame;
     if (++m_frames_in_t2_frame == m_options.baseband_frames_per_t2_frame)
         end_t2_frame();
@@ -178,7 +216,7 @@ mpegcore::L1Current t2mi_encapsulator::L1() const
     for (const auto& entry : m_plps) {
         mpegcore::L1PostConfigurable::PLP plp;
         plp.PLP_ID = entry.first;
-        plp.PLP_TYPE = 1;
+        plp.PLP_TYPE = entry.first == m_options.common_plp ? 0 : 1;
         plp.PLP_PAYLOAD_TYPE = 3;
         plp.PLP_COD = 2;
         plp.PLP_MOD = 3;
@@ -209,12 +247,12 @@ void t2mi_encapsulator::send_packet(packet_type type, std::vector<unsigned char>
 {
     t2mi_header header;
     header.type = type;
-    header.packet_count = m_packet_count++;
+    header.packet_count = (m_counts_with_carrier ? m_carrier->m_packet_count : m_packet_count)++;
     header.superframe_idx = (m_t2_frame / m_options.t2_frames_per_superframe) & 0x0F;
     header.t2mi_stream_id = m_options.t2mi_stream_id;
     finish_packet(packet, header);
     m_open_end = type == packet_type::baseband_frame;
-    m_packetizer.put(packet.data(), packet.size());
+    (m_carrier != nullptr ? m_carrier->m_packetizer : m_packetizer).put(packet.data(), packet.size());
 }
 
 std::size_t t2mi_encapsulator::next_data_field_bytes()

@@ -26,6 +26,10 @@ public:
     /// `options` must be without fault (see find_fault). `sink` gets every packet of the stream, inside the calls
     /// below.
     t2mi_encapsulator(const t2mi_options& options, ts_sink sink);
+    /// Makes another T2-MI stream on the PID of `carrier`, to be told apart by its t2mi_stream_id. `options` about PID,
+    /// program, packing and rate do not count. Each stream counts its T2-MI packets for itself or, if they
+    /// `count_together`, all of them as one. The carrier must live longer, and be flushed last.
+    t2mi_encapsulator(const t2mi_options& options, t2mi_encapsulator& carrier, bool count_together);
     t2mi_encapsulator(const t2mi_encapsulator&) = delete;
     t2mi_encapsulator& operator=(const t2mi_encapsulator&) = delete;
 
@@ -52,6 +56,7 @@ private:
     struct plp_state
     {
         baseband_framer framer;
+        unsigned frames_since_empty_one = 0;
         std::uint16_t frames_in_t2_frame = 0;      // of this PLP, in the T2 frame that is being sent
         std::uint64_t next_interleaving_frame = 0; // T2 frame whose first frame of this PLP sets intl_frame_start
     };
@@ -59,6 +64,8 @@ private:
     void send(const unsigned char* packet);
     void count_and_sink(const unsigned char* packet);
     void send_frame(plp_state& plp);
+    void send_baseband_frame(plp_state& plp, std::vector<unsigned char>& frame);
+    std::uint64_t ISCR() const;
     void begin_t2_frame();
     void end_t2_frame();
     void send_L1();
@@ -85,6 +92,8 @@ private:
     std::uint64_t m_t2_frame = 0; // T2 frames completed
     unsigned m_frames_in_t2_frame = 0; // baseband frames of the T2 frame that is being sent
     std::uint8_t m_packet_count = 0;
+    t2mi_encapsulator* const m_carrier = nullptr; // of another stream on whose PID this one goes
+    const bool m_counts_with_carrier = false;
     std::uint64_t m_table_interval;  // packets between two PATs
     std::uint64_t m_next_tables = 0; // value of m_packets_sent at which PAT and PMT are due
     std::uint64_t m_packets_sent = 0;

@@ -34,6 +34,10 @@ std::string find_fault(const t2mi_options& options)
         return "an auxiliary packet holds up to 8188 bytes";
     if (options.start_seconds >= (std::uint64_t{1} << 40))
         return "seconds_since_2000 has 40 bits";
+    if (options.common_plp < -1 || options.common_plp > 255)
+        return "a PLP has an id from 0 to 255";
+    if (options.common_plp >= 0 && (!options.L1_signalling || options.ISSY_bytes != 3))
+        return "a common PLP needs L1 signalling and ISSY of 3 bytes";
     if (options.bitrate > 10'000'000'000)
         return "the bit rate must not exceed 10 Gbit/s";
     return {};

@@ -37,6 +37,12 @@ struct t2mi_options
     /// modulation that L1 tells is made up: 256-QAM 2/3 for every PLP.
     bool L1_signalling = false;
     bool T2MI_descriptor = false; ///< in the PMT
+    /// With L1 signalling: the id of the PLP that is the common one of a group with all others; -1: none. The packets
+    /// that go into it, and null packets in their place in the others, are the caller's.
+    int common_plp = -1;
+    /// Behind each so many frames of a PLP comes one without data (DFL 0), as for content that is inserted on the way;
+    /// 0: none.
+    unsigned frames_between_empty_ones = 0;
 
     // How the packets of all PLPs are put into baseband frames.
     bool normal_mode = false;  ///< with a CRC-8 in each packet's sync place, else high efficiency mode

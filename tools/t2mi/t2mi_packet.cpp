@@ -52,9 +52,9 @@ void write_baseband_header(unsigned char* at, const baseband_header& header)
         writer.putBits<2>(0U);                                       // EXT
         writer.putBits<8>(header.single_input ? 0U : header.plp_id); // ISI
         writer.putBits<16>(header.normal_mode ? header.UPL : header.ISSY[0] << 8 | header.ISSY[1]);
-        writer.putBits<16>(header.data_bytes * 8);                      // DFL
-        writer.putBits<8>(header.normal_mode ? 0x47U : header.ISSY[2]); // SYNC
-        writer.putBits<16>(header.syncd_bytes * 8);                     // SYNCD
+        writer.putBits<16>(header.data_bytes * 8);                                // DFL
+        writer.putBits<8>(header.normal_mode ? 0x47U : header.ISSY[2]);           // SYNC
+        writer.putBits<16>(header.has_start ? header.syncd_bytes * 8U : 0xFFFFU); // SYNCD
     }
     const std::uint8_t crc_8 = mpegcore::crc8_dvb(at + baseband_prefix_size, bbheader_size - 1);
     at[crc_8_offset] = static_cast<unsigned char>(crc_8 ^ (header.normal_mode ? 0 : high_efficiency_mode));

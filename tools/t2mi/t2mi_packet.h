@@ -45,6 +45,7 @@ struct baseband_header
     bool single_input = true;      ///< SIS/MIS
     std::uint16_t data_bytes = 0;  ///< DFL / 8
     std::uint16_t syncd_bytes = 0; ///< SYNCD / 8
+    bool has_start = true;         ///< else SYNCD says that no packet begins in the data field
     bool normal_mode = false;
     bool NPD = false;
     std::uint16_t UPL = 0; ///< in bits; of normal mode

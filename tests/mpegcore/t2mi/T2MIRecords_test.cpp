@@ -187,6 +187,25 @@ TEST(L1Current, ReadsThatOfASatelliteFeed)
     EXPECT_EQ(l1.payload(), on_air);
 }
 
+TEST(L1Current, TellsHowManyCellsItTakes)
+{
+    L1Current l1;
+    ASSERT_TRUE(l1.read(on_air.data(), on_air.size()));
+    EXPECT_EQ(l1.L1_post_cells(), l1.L1PRE.L1_POST_SIZE);
+    l1.measure();
+    EXPECT_EQ(l1.payload(), on_air);
+    // 350 bits become 1500: 8K has 2 P2 symbols, 64-QAM 6 bits a cell.
+    l1.L1PRE.S2 = 2;
+    l1.L1PRE.L1_MOD = 3;
+    EXPECT_EQ(l1.L1_post_cells(), 250U);
+    // 35116 bits and 32 of CRC are 5 blocks of 7030, 16196 bits of each on air.
+    l1.L1PRE.S2 = 8;
+    l1.L1PRE.L1_POST_INFO_SIZE = 35116;
+    EXPECT_EQ(l1.L1_post_cells(), 5U * 2700);
+    l1.L1PRE.L1_MOD = 4;
+    EXPECT_EQ(l1.L1_post_cells(), 0U);
+}
+
 TEST(L1Current, WritesAndReadsAllItsLoops)
 {
     const L1Current l1 = with_all_loops();
