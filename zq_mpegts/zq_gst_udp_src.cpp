@@ -249,6 +249,16 @@ gboolean unlock_stop(GstBaseSrc* element)
     return TRUE;
 }
 
+GstStateChangeReturn change_state(GstElement* element, GstStateChange transition)
+{
+    zq_udp_src& source = data_of(element).source;
+    if (transition == GST_STATE_CHANGE_PAUSED_TO_PLAYING)
+        source.play();
+    else if (transition == GST_STATE_CHANGE_PLAYING_TO_PAUSED)
+        source.pause();
+    return GST_ELEMENT_CLASS(parent_class)->change_state(element, transition);
+}
+
 gboolean is_seekable(GstBaseSrc*) { return FALSE; }
 
 gboolean query(GstBaseSrc* element, GstQuery* asked)
@@ -330,6 +340,7 @@ void class_init(gpointer g_class, gpointer)
     object_class->finalize = finalize;
     install_properties(object_class);
     GstElementClass* const element_class = GST_ELEMENT_CLASS(g_class);
+    element_class->change_state = change_state;
     gst_element_class_add_static_pad_template(element_class, &source_template);
     gst_element_class_set_static_metadata(element_class, "UDP and RTP source for transport streams", "Source/Network",
                                           "Receives MPEG-2 transport streams over UDP and RTP", "Quillmark");

@@ -70,6 +70,7 @@ bool zq_udp_src::start(const zq_udp_src_settings& settings)
     m_last_time = 0;
     m_discont = true;
     m_told_silence = false;
+    m_input.set_idle(true);
     if (!m_input.open(input_settings_of(settings))) {
         GST_ELEMENT_ERROR(m_element, RESOURCE, OPEN_READ, ("%s", m_input.error().c_str()), (nullptr));
         m_input.close();

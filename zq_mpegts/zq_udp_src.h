@@ -35,6 +35,9 @@ public:
     /// False with an error on the bus.
     [[nodiscard]] bool start(const zq_udp_src_settings& settings);
     void stop();
+    /// From start() until playing, and in each pause, what comes is dropped.
+    void play() { m_input.set_idle(false); }
+    void pause() { m_input.set_idle(true); }
     void unlock() { m_input.interrupt(); }
     void unlock_stop() { m_input.resume(); }
 
@@ -64,6 +67,7 @@ private:
     void update_latency();
     void note_silence();
     void note_data();
+    void note_pause();
     void warn_of_small_buffer();
 
     GstBaseSrc* m_element;

@@ -43,6 +43,7 @@ public:
     datagram_reader reader;
     leg_figures figures;
     std::uint64_t read_up_to = 0;  ///< real_time() up to which all that came has been read
+    std::uint64_t fresh_from = 0;  ///< what came before is dropped; the last such time that took effect
     std::uint64_t last_follow = 0; ///< when the interface was last looked at
 };
 } // namespace zq_net

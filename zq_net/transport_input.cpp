@@ -3,33 +3,15 @@
 
 #include "zq_net/nanoseconds.h"
 
-#include <poll.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <chrono>
-#include <cstring>
 #include <utility>
 
 namespace zq_net
 {
 namespace
 {
-/// How often a leg of a group looks whether its interface is still the same, and how long it is silent before.
-constexpr unsigned follow_interval_ms = 500;
+/// How long a leg of a group is silent before it is looked whether its interface is still the same.
 constexpr std::uint64_t follow_silence = second;
-
-/// How long to wait on a leg at most, 0 for ever: a silent group wants to be looked after now and then.
-unsigned wait_limit_ms(const input_leg& leg, unsigned longest_wait)
-{
-    if (!leg.socket.is_multicast())
-        return longest_wait;
-    if (longest_wait == 0)
-        return follow_interval_ms;
-    // Even parts of the longest wait, so that its end is met.
-    return longest_wait / (longest_wait / follow_interval_ms + 1) + 1;
-}
 
 /// Longer datagrams are copied once, so that a few of them do not make all buffers large.
 constexpr std::size_t longest_slot = 2048;
@@ -60,7 +42,7 @@ bool transport_input::open(const input_settings& settings)
     m_aligner = {};
     m_continuity = {};
     m_senders = {};
-    m_not_ts = m_interval_start = m_bit_rate = 0;
+    m_not_ts = m_interval_start = m_bit_rate = m_begun_from = 0;
     m_sees_rtp = false;
     {
         const std::lock_guard lock{m_mutex};
@@ -78,7 +60,7 @@ bool transport_input::open_sockets()
     for (input_leg& leg : m_legs) {
         if (!leg.open(m_error))
             return false;
-        leg.socket.limit_wait(wait_limit_ms(leg, m_settings.longest_wait));
+        leg.socket.limit_wait(wait_limit(leg));
         leg.last_follow = leg.read_up_to = real_time();
     }
     m_shut = false;
@@ -122,9 +104,7 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
     if (m_shut) {
         if (!open_sockets())
             return result::failed;
-        m_merger.forget();
-        m_continuity.forget();
-        m_anew = true;
+        begin_anew();
     }
     const auto read = wait_and_read(memory, slots, slot_size);
     if (m_interrupted)
@@ -144,89 +124,39 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
     return m_pieces.empty() ? result::nothing : result::data;
 }
 
-transport_input::result transport_input::wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size)
+void transport_input::set_idle(bool idle) { m_fresh_from = idle ? reorder_window::never : real_time(); }
+
+/// What follows continues nothing that was.
+void transport_input::begin_anew()
 {
-    m_read = 0;
-    if (m_flowing && !wait_for_more())
-        return result::interrupted;
-    const std::uint64_t before = m_settings.batch_time > 0 ? real_time() : 0;
-    const bool blocks = m_legs.size() == 1 && m_merger.deadline() == reorder_window::never;
-    if (!blocks && !wait_for_any())
-        return result::nothing;
-    const std::size_t share = slots / m_legs.size();
-    const auto read_all = [&](bool wait) {
-        for (std::size_t leg = 0; leg < m_legs.size(); ++leg) {
-            const std::size_t used = m_legs.size() == 1 ? m_read : 0;
-            if (read_leg(leg, memory + (leg * share + used) * slot_size, share - used, slot_size, wait) < 0)
-                return false;
-        }
-        return true;
-    };
-    bool good = read_all(blocks);
-    // One that ended a silence has others behind it for which it waits.
-    if (good && m_settings.batch_time > 0 && m_legs.size() == 1 && m_read > 0 && m_read < share &&
-        m_legs[0].figures.last_arrival > before)
-        good = wait_for_more() && read_all(false);
-    m_flowing = m_settings.batch_time > 0 && m_read > 1 && m_read < slots;
-    return good ? result::data : result::failed;
+    m_merger.forget();
+    m_continuity.forget();
+    m_anew = true;
 }
 
-/// Waits until one of the sockets has something or a packet has waited long enough for those before it.
-bool transport_input::wait_for_any()
+/// From now on what comes on `leg` is taken.
+void transport_input::take_from(input_leg& leg, std::uint64_t fresh_from)
 {
-    std::array<pollfd, 2> waited{};
-    int longest = -1;
-    for (std::size_t leg = 0; leg < m_legs.size(); ++leg) {
-        waited[leg] = {m_legs[leg].socket.descriptor(), POLLIN, 0};
-        if (const auto limit = static_cast<int>(wait_limit_ms(m_legs[leg], m_settings.longest_wait)); limit > 0)
-            longest = longest < 0 ? limit : std::min(longest, limit);
-    }
-    if (const std::uint64_t deadline = m_merger.deadline(); deadline != reorder_window::never) {
-        const std::uint64_t now = real_time();
-        // Never longer than the window itself, should the clock be set back.
-        const std::uint64_t left = deadline > now ? std::min(deadline - now, reorder_wait_two_legs) : 0;
-        const int rounded_up = static_cast<int>((left + ms - 1) / ms);
-        longest = longest < 0 ? rounded_up : std::min(longest, rounded_up);
-    }
-    if (::poll(waited.data(), m_legs.size(), longest) > 0)
+    leg.fresh_from = fresh_from;
+    if (std::exchange(m_begun_from, fresh_from) != fresh_from)
+        begin_anew();
+}
+
+bool transport_input::is_stale(input_leg& leg, std::uint64_t arrival)
+{
+    const std::uint64_t fresh_from = m_fresh_from;
+    if (leg.fresh_from == fresh_from)
+        return false;
+    if (arrival < fresh_from)
         return true;
-    const std::uint64_t now = real_time();
-    for (input_leg& leg : m_legs)
-        leg.read_up_to = now;
+    take_from(leg, fresh_from);
     return false;
-}
-
-/// False when interrupted.
-bool transport_input::wait_for_more()
-{
-    std::unique_lock lock{m_mutex};
-    return !m_interrupt_changed.wait_for(lock, std::chrono::milliseconds{m_settings.batch_time},
-                                         [this] { return m_interrupted.load(); });
-}
-
-int transport_input::read_leg(std::size_t leg, unsigned char* memory, std::size_t slots, std::size_t slot_size,
-                              bool wait)
-{
-    input_leg& from = m_legs[leg];
-    std::uint64_t read_up_to = wait ? 0 : real_time();
-    const int count = from.reader.read(from.socket.descriptor(), memory, slot_size, slots, wait);
-    if (count < 0) {
-        m_error = "cannot receive on " + from.socket.address().text() + ": " + std::strerror(errno);
-        return count;
-    }
-    if (count == 0 && read_up_to == 0)
-        read_up_to = real_time();
-    m_read += static_cast<std::size_t>(count);
-    for (int i = 0; i < count; ++i)
-        take(leg, from.reader[static_cast<std::size_t>(i)]);
-    // With room left all has been read that was there; otherwise what is behind the last may be there.
-    const bool all = static_cast<std::size_t>(count) < slots && read_up_to != 0;
-    from.read_up_to = all ? read_up_to : from.figures.last_arrival;
-    return count;
 }
 
 void transport_input::take(std::size_t leg, const datagram_reader::datagram& datagram)
 {
+    if (is_stale(m_legs[leg], datagram.arrival))
+        return;
     leg_figures& figures = m_legs[leg].figures;
     ++figures.datagrams;
     figures.bytes += datagram.size;
@@ -292,10 +222,10 @@ void transport_input::follow_interfaces(std::uint64_t now)
     }
 }
 
-/// Twice as many as before when all were needed, half when few were.
+/// Twice as many as before when a leg needed all it had, half when few were.
 void transport_input::adapt_slots(std::size_t slots)
 {
-    if (m_read >= slots)
+    if (m_read_all_room)
         m_slots = std::min(most_slots, 2 * slots);
     else if (m_read > 0 && m_read < slots / 4)
         m_slots = std::max<std::size_t>(2, slots / 2);

@@ -61,6 +61,9 @@ public:
     void interrupt();
     /// From any thread, while nobody is in receive(). What came in between is not received.
     void resume();
+    /// From any thread. While idle an open input drops what comes, uncounted, so receive() gives nothing. What came
+    /// before it was set to false is dropped, what comes from then on is not, whoever waits in receive() meanwhile.
+    void set_idle(bool idle);
 
     /// From any thread.
     [[nodiscard]] input_figures figures();
@@ -74,9 +77,13 @@ public:
 private:
     bool open_sockets();
     result wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size);
-    bool wait_for_any();
+    void wait_for_any();
+    unsigned wait_limit(const input_leg& leg) const;
     bool wait_for_more();
     int read_leg(std::size_t leg, unsigned char* memory, std::size_t slots, std::size_t slot_size, bool wait);
+    void begin_anew();
+    void take_from(input_leg& leg, std::uint64_t fresh_from);
+    bool is_stale(input_leg& leg, std::uint64_t arrival);
     void take(std::size_t leg, const datagram_reader::datagram& datagram);
     void take_bytes(piece bytes);
     void deliver();
@@ -100,13 +107,16 @@ private:
     std::size_t m_looked_at_bytes = 0; // of the piece behind them
     std::size_t m_slots = 2;
     std::size_t m_slot_size = 7 * ts_packet_size;
-    std::size_t m_read = 0; // datagrams of this receive()
+    std::size_t m_read = 0;       // datagrams of this receive()
+    bool m_read_all_room = false; // on one of the legs
     std::uint64_t m_not_ts = 0;
     std::uint64_t m_interval_start = 0;
     std::uint64_t m_interval_bytes = 0;
     std::uint64_t m_bit_rate = 0;
     bool m_flowing = false;
-    bool m_anew = false; // for the next bytes: others were missed on purpose
+    bool m_anew = false;                        // for the next bytes: others were missed on purpose
+    std::uint64_t m_begun_from = 0;             // the last m_fresh_from that took effect
+    std::atomic<std::uint64_t> m_fresh_from{0}; // by real_time(): what came before is dropped
     std::atomic<bool> m_sees_rtp{false};
 
     std::mutex m_mutex;

@@ -59,11 +59,18 @@ std::string figure(const element& source, const std::string& name)
     throw std::runtime_error("no row " + name);
 }
 
+namespace
+{
+/// A sink pad shows the buffers of a list one by one, too.
+GstPadProbeType seen_on(GstPad* pad)
+{
+    constexpr auto plain = GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM;
+    return static_cast<GstPadProbeType>(GST_PAD_IS_SRC(pad) ? plain | GST_PAD_PROBE_TYPE_BUFFER_LIST : plain);
+}
+} // namespace
+
 recorder::recorder(GstPad* pad)
-    : m_pad{GST_PAD(gst_object_ref(pad))},
-      m_id{gst_pad_add_probe(
-          pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM), probe,
-          this, nullptr)}
+    : m_pad{GST_PAD(gst_object_ref(pad))}, m_id{gst_pad_add_probe(pad, seen_on(pad), probe, this, nullptr)}
 {}
 
 recorder::~recorder()
@@ -77,6 +84,8 @@ GstPadProbeReturn recorder::probe(GstPad*, GstPadProbeInfo* info, gpointer self)
     auto& m_recorder = *static_cast<recorder*>(self);
     if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0)
         m_recorder.note(GST_PAD_PROBE_INFO_BUFFER(info));
+    else if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER_LIST) != 0)
+        m_recorder.note(GST_PAD_PROBE_INFO_BUFFER_LIST(info));
     else
         m_recorder.note(GST_PAD_PROBE_INFO_EVENT(info));
     return GST_PAD_PROBE_OK;
@@ -90,12 +99,19 @@ void recorder::note(GstBuffer* buffer)
                      GST_BUFFER_DURATION(buffer),
                      GST_BUFFER_OFFSET(buffer),
                      GST_BUFFER_OFFSET_END(buffer),
-                     GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_LIVE) != 0};
+                     GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_LIVE) != 0,
+                     GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DISCONT) != 0};
     gst_buffer_extract(buffer, 0, seen.bytes.data(), seen.bytes.size());
     const std::lock_guard lock{m_mutex};
     m_flow.emplace_back("buffer");
     m_buffers.push_back(std::move(seen));
     ++m_count;
+}
+
+void recorder::note(GstBufferList* list)
+{
+    for (guint i = 0; i < gst_buffer_list_length(list); ++i)
+        note(gst_buffer_list_get(list, i));
 }
 
 void recorder::note(GstEvent* event)

@@ -37,6 +37,7 @@ struct seen_buffer
     std::vector<unsigned char> bytes;
     std::uint64_t pts, dts, duration, offset, offset_end;
     bool live;
+    bool discont;
 };
 
 /// Records what leaves through a pad, in order, from whatever thread.
@@ -58,6 +59,7 @@ public:
 private:
     static GstPadProbeReturn probe(GstPad*, GstPadProbeInfo* info, gpointer self);
     void note(GstBuffer* buffer);
+    void note(GstBufferList* list);
     void note(GstEvent* event);
 
     GstPad* m_pad;

@@ -142,21 +142,47 @@ TEST(UdpSrc, StampsBuffersInOrderOfTheirArrival)
 TEST(UdpSrc, GoesOnBehindAPauseWithTimesThatGoOn)
 {
     playing to;
-    to.sender.send(pattern(1316, 1));
-    ASSERT_TRUE(to.got(pattern(1316, 1)));
-    for (unsigned i = 2; i < 12; ++i) {
+    to.sender.send(pattern(1316));
+    ASSERT_TRUE(to.got(pattern(1316)));
+    for (unsigned i = 1; i < 10; ++i) {
         support::set_state(to.pipeline, GST_STATE_PAUSED);
         support::set_state(to.pipeline, GST_STATE_PLAYING);
-        const auto had = to.recorder.count();
-        // The socket is opened anew: what comes before that is not received.
-        ASSERT_TRUE(eventually([&] {
-            to.sender.send(pattern(1316, i));
-            return to.recorder.count() > had;
-        }));
+        to.sender.send(pattern(1316));
+        ASSERT_TRUE(eventually([&] { return to.recorder.bytes().size() == (i + 1) * 1316; }));
     }
     const auto buffers = to.recorder.buffers();
-    for (std::size_t i = 1; i < buffers.size(); ++i)
+    for (std::size_t i = 1; i < buffers.size(); ++i) {
         EXPECT_GE(buffers[i].pts, buffers[i - 1].pts);
+        EXPECT_TRUE(buffers[i].discont) << i;
+    }
+}
+
+TEST(UdpSrc, ReceivesWhatIsSentRightBehindTheStateChangeThatStartsIt)
+{
+    playing to;
+    for (unsigned i = 0; i < 50; ++i) {
+        to.sender.send(pattern(1316));
+        ASSERT_TRUE(eventually([&] { return to.recorder.bytes().size() == (i + 1) * 1316; })) << i;
+        support::set_state(to.pipeline, GST_STATE_NULL);
+        support::set_state(to.pipeline, GST_STATE_PLAYING);
+    }
+}
+
+TEST(UdpSrc, DropsWhatComesWhileItDoesNotPlay)
+{
+    playing to;
+    for (const GstState state : {GST_STATE_PAUSED, GST_STATE_READY}) {
+        support::set_state(to.pipeline, state);
+        support::set_state(to.pipeline, GST_STATE_PAUSED);
+        for (unsigned i = 0; i < 40; ++i)
+            to.sender.send(pattern(1316, 1));
+        support::set_state(to.pipeline, GST_STATE_PLAYING);
+        to.sender.send(pattern(1316, 2));
+        const std::size_t had = state == GST_STATE_PAUSED ? 0 : 1316;
+        ASSERT_TRUE(eventually([&] { return to.recorder.bytes().size() > had; }));
+    }
+    EXPECT_EQ(to.recorder.bytes(), joined({pattern(1316, 2), pattern(1316, 2)}));
+    EXPECT_EQ(to.figure("datagrams"), 1U);
 }
 
 TEST(UdpSrc, StopsAtOnceHoweverOften)

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "zq_net/nanoseconds.h"
+#include "zq_net/transport_input.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+
+namespace zq_net
+{
+namespace
+{
+/// How often a silent leg of a group looks whether its interface is still the same.
+constexpr unsigned follow_interval_ms = 500;
+} // namespace
+
+/// How long to wait on a leg at most, in milliseconds, 0 for ever: a silent group wants to be looked after now and
+/// then.
+unsigned transport_input::wait_limit(const input_leg& leg) const
+{
+    const unsigned longest_wait = m_settings.longest_wait;
+    if (!leg.socket.is_multicast())
+        return longest_wait;
+    if (longest_wait == 0)
+        return follow_interval_ms;
+    // Even parts of the longest wait, so that its end is met.
+    return longest_wait / (longest_wait / follow_interval_ms + 1) + 1;
+}
+
+transport_input::result transport_input::wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size)
+{
+    m_read = 0;
+    m_read_all_room = false;
+    if (m_flowing && !wait_for_more())
+        return result::interrupted;
+    const std::uint64_t before = m_settings.batch_time > 0 ? real_time() : 0;
+    const bool blocks = m_legs.size() == 1 && m_merger.deadline() == reorder_window::never;
+    // What came just when the wait ended is read all the same, so that nothing counts as lost that lies there unread.
+    if (!blocks)
+        wait_for_any();
+    const std::size_t share = slots / m_legs.size();
+    const auto read_all = [&](bool wait) {
+        for (std::size_t leg = 0; leg < m_legs.size(); ++leg) {
+            const std::size_t used = m_legs.size() == 1 ? m_read : 0;
+            if (read_leg(leg, memory + (leg * share + used) * slot_size, share - used, slot_size, wait) < 0)
+                return false;
+        }
+        return true;
+    };
+    bool good = read_all(blocks);
+    // One that ended a silence has others behind it for which it waits.
+    if (good && m_settings.batch_time > 0 && m_legs.size() == 1 && m_read > 0 && m_read < share &&
+        m_legs[0].figures.last_arrival > before)
+        good = wait_for_more() && read_all(false);
+    m_flowing = m_settings.batch_time > 0 && m_read > 1 && m_read < slots;
+    return good ? result::data : result::failed;
+}
+
+/// Waits until one of the sockets has something or a packet has waited long enough for those before it.
+void transport_input::wait_for_any()
+{
+    std::array<pollfd, 2> waited{};
+    int longest = -1;
+    for (std::size_t leg = 0; leg < m_legs.size(); ++leg) {
+        waited[leg] = {m_legs[leg].socket.descriptor(), POLLIN, 0};
+        if (const auto limit = static_cast<int>(wait_limit(m_legs[leg])); limit > 0)
+            longest = longest < 0 ? limit : std::min(longest, limit);
+    }
+    if (const std::uint64_t deadline = m_merger.deadline(); deadline != reorder_window::never) {
+        const std::uint64_t now = real_time();
+        // Never longer than the window itself, should the clock be set back.
+        const std::uint64_t left = deadline > now ? std::min(deadline - now, reorder_wait_two_legs) : 0;
+        const int rounded_up = static_cast<int>((left + ms - 1) / ms);
+        longest = longest < 0 ? rounded_up : std::min(longest, rounded_up);
+    }
+    ::poll(waited.data(), m_legs.size(), longest);
+}
+
+/// False when interrupted.
+bool transport_input::wait_for_more()
+{
+    std::unique_lock lock{m_mutex};
+    return !m_interrupt_changed.wait_for(lock, std::chrono::milliseconds{m_settings.batch_time},
+                                         [this] { return m_interrupted.load(); });
+}
+
+int transport_input::read_leg(std::size_t leg, unsigned char* memory, std::size_t slots, std::size_t slot_size,
+                              bool wait)
+{
+    input_leg& from = m_legs[leg];
+    const std::uint64_t fresh_from = m_fresh_from;
+    const std::uint64_t before = wait ? 0 : real_time();
+    const int count = from.reader.read(from.socket.descriptor(), memory, slot_size, slots, wait);
+    if (count < 0) {
+        m_error = "cannot receive on " + from.socket.address().text() + ": " + std::strerror(errno);
+        return count;
+    }
+    m_read += static_cast<std::size_t>(count);
+    for (int i = 0; i < count; ++i)
+        take(leg, from.reader[static_cast<std::size_t>(i)]);
+    if (static_cast<std::size_t>(count) < slots) {
+        // All that was there has been read.
+        from.read_up_to = wait ? from.figures.last_arrival : before;
+        if (fresh_from != reorder_window::never && from.fresh_from != fresh_from)
+            take_from(from, fresh_from);
+    } else {
+        m_read_all_room = true;
+        // What is behind the last may be there. The kernel stamps some of the first datagrams only when they are read:
+        // of those the stamp says nothing.
+        if (from.figures.last_arrival < before)
+            from.read_up_to = std::max(from.read_up_to, from.figures.last_arrival);
+    }
+    return count;
+}
+} // namespace zq_net
