@@ -103,7 +103,7 @@ void zq_udp_src::stop()
 
 bool zq_udp_src::have_memory()
 {
-    const std::size_t slots = std::max<std::size_t>(m_input.wanted_slots(), 2);
+    const std::size_t slots = m_input.wanted_slots();
     const std::size_t slot_size = m_input.wanted_slot_size();
     if (m_memory.buffer != nullptr && m_memory.slots >= slots && m_memory.slot_size == slot_size)
         return true;
@@ -134,7 +134,7 @@ GstFlowReturn zq_udp_src::create(GstBuffer*& buffer)
     for (;;) {
         if (!have_memory())
             return GST_FLOW_ERROR;
-        switch (m_input.receive(m_memory.map.data, m_memory.slots, m_memory.slot_size)) {
+        switch (m_input.receive(m_memory.map.data, m_input.wanted_slots(), m_memory.slot_size)) {
         case transport_input::result::interrupted:
             m_discont = true;
             return GST_FLOW_FLUSHING;
@@ -237,7 +237,8 @@ GstClockTime zq_udp_src::time_of(std::uint64_t arrival)
 
 void zq_udp_src::note_data()
 {
-    const std::uint64_t now = zq_net::real_time();
+    const auto& pieces = m_input.pieces();
+    const std::uint64_t now = pieces[pieces.size() - 1].arrival;
     if (std::exchange(m_told_silence, false))
         gst_element_post_message(
             GST_ELEMENT(m_element),
@@ -253,8 +254,10 @@ void zq_udp_src::update_latency()
     if (m_settings.rtp == zq_net::rtp_mode::on)
         return;
     const std::uint64_t latency = m_settings.batch_time * ms + m_input.reorder_wait();
-    if (m_latency.exchange(latency) != latency)
-        gst_element_post_message(GST_ELEMENT(m_element), gst_message_new_latency(GST_OBJECT(m_element)));
+    if (m_latency == latency)
+        return;
+    m_latency = latency;
+    gst_element_post_message(GST_ELEMENT(m_element), gst_message_new_latency(GST_OBJECT(m_element)));
 }
 
 void zq_udp_src::note_silence()

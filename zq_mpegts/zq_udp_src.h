@@ -67,7 +67,6 @@ private:
     void update_latency();
     void note_silence();
     void note_data();
-    void note_pause();
     void warn_of_small_buffer();
 
     GstBaseSrc* m_element;

@@ -13,15 +13,23 @@
 
 namespace zq_net
 {
-namespace
-{
-std::uint64_t nanoseconds(const timespec& time)
+static std::uint64_t nanoseconds(const timespec& time)
 {
     return static_cast<std::uint64_t>(time.tv_sec) * second + static_cast<std::uint64_t>(time.tv_nsec);
 }
 
-/// The kernel's stamp, or `now` without one.
-std::uint64_t stamp_of(msghdr& header, std::uint64_t now)
+std::uint64_t real_time()
+{
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    return nanoseconds(now);
+}
+
+namespace
+{
+
+/// The kernel's stamp, or the time now without one.
+std::uint64_t stamp_of(msghdr& header)
 {
     for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part))
         if (part->cmsg_level == SOL_SOCKET && part->cmsg_type == SCM_TIMESTAMPNS) {
@@ -29,7 +37,7 @@ std::uint64_t stamp_of(msghdr& header, std::uint64_t now)
             std::memcpy(&time, CMSG_DATA(part), sizeof(time));
             return nanoseconds(time);
         }
-    return now;
+    return real_time();
 }
 
 unsigned char* map(std::size_t size)
@@ -42,29 +50,25 @@ unsigned char* map(std::size_t size)
 }
 } // namespace
 
-std::uint64_t real_time()
-{
-    timespec now{};
-    ::clock_gettime(CLOCK_REALTIME, &now);
-    return nanoseconds(now);
-}
-
 void datagram_reader::unmap::operator()(unsigned char* memory) const { ::munmap(memory, size); }
 
-datagram_reader::datagram_reader(std::size_t most, std::size_t largest)
+datagram_reader::datagram_reader(std::size_t most, std::size_t largest, details wanted)
     : m_largest{largest},
+      m_details{wanted},
       m_long{map(most * largest), unmap{most * largest}},
       m_messages(most),
       m_parts(most),
-      m_senders(most),
-      m_controls(most),
+      m_senders(wanted == details::all ? most : 0),
+      m_controls(wanted == details::all ? most : 0),
       m_datagrams(most)
 {
     for (std::size_t i = 0; i < most; ++i) {
         msghdr& header = m_messages[i].msg_hdr;
-        header.msg_name = &m_senders[i];
         header.msg_iov = m_parts[i].data();
         header.msg_iovlen = 2;
+        if (m_details == details::none)
+            continue;
+        header.msg_name = &m_senders[i];
         header.msg_control = m_controls[i].bytes.data();
     }
 }
@@ -75,8 +79,8 @@ int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_si
     slot_size = std::min(slot_size, m_largest);
     for (std::size_t i = 0; i < count; ++i) {
         msghdr& header = m_messages[i].msg_hdr;
-        header.msg_namelen = sizeof(sockaddr_storage);
-        header.msg_controllen = sizeof(control);
+        header.msg_namelen = m_details == details::all ? sizeof(sockaddr_storage) : 0;
+        header.msg_controllen = m_details == details::all ? sizeof(control) : 0;
         m_parts[i][0] = {memory + i * slot_size, slot_size};
         m_parts[i][1] = {m_long.get() + i * m_largest + slot_size, m_largest - slot_size};
     }
@@ -84,17 +88,16 @@ int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_si
                                     wait ? MSG_WAITFORONE : MSG_DONTWAIT, nullptr);
     if (received < 0)
         return errno == EAGAIN || errno == EINTR ? 0 : -1;
-    const std::uint64_t now = real_time();
     for (std::size_t i = 0; i < static_cast<std::size_t>(received); ++i) {
         // A socket that was shut down gives empty messages from nobody.
-        if (m_messages[i].msg_hdr.msg_namelen == 0)
+        if (m_details == details::all && m_messages[i].msg_hdr.msg_namelen == 0)
             return static_cast<int>(i);
-        take(i, memory + i * slot_size, slot_size, now);
+        take(i, memory + i * slot_size, slot_size);
     }
     return received;
 }
 
-void datagram_reader::take(std::size_t index, unsigned char* slot, std::size_t slot_size, std::uint64_t now)
+void datagram_reader::take(std::size_t index, unsigned char* slot, std::size_t slot_size)
 {
     msghdr& header = m_messages[index].msg_hdr;
     datagram& taken = m_datagrams[index];
@@ -104,8 +107,10 @@ void datagram_reader::take(std::size_t index, unsigned char* slot, std::size_t s
         taken.data = m_long.get() + index * m_largest;
         std::memcpy(taken.data, slot, slot_size);
     }
-    taken.arrival = stamp_of(header, now);
     taken.truncated = (header.msg_flags & MSG_TRUNC) != 0;
+    if (m_details == details::none)
+        return;
+    taken.arrival = stamp_of(header);
     taken.sender = &m_senders[index];
     taken.sender_size = header.msg_namelen;
 }

@@ -23,20 +23,27 @@ public:
 
     struct datagram
     {
-        unsigned char* data;
-        std::size_t size;
-        std::uint64_t arrival; ///< by real_time()
-        bool truncated;
-        const sockaddr_storage* sender;
-        socklen_t sender_size;
+        unsigned char* data = nullptr;
+        std::size_t size = 0;
+        std::uint64_t arrival = 0; ///< by real_time()
+        bool truncated = false;
+        const sockaddr_storage* sender = nullptr;
+        socklen_t sender_size = 0;
+    };
+
+    enum class details
+    {
+        all,
+        none, ///< arrival 0, sender null, and that the socket was shut down goes unnoticed
     };
 
     /// `most`: datagrams a call. A datagram of more than `largest` bytes is cut.
-    explicit datagram_reader(std::size_t most, std::size_t largest = largest_datagram);
+    explicit datagram_reader(std::size_t most, std::size_t largest = largest_datagram, details wanted = details::all);
 
     /// Reads up to `count` datagrams, at most as many as one call may, the n-th to `memory` + n * `slot_size`; one
     /// that is longer goes to memory of the reader's, whole. With `wait` waits for the first one. The number of
-    /// datagrams; 0 when there was none or the wait was ended; -1 with errno when receiving failed.
+    /// datagrams; 0 when there was none or the wait was ended (with errno, unless the socket was shut down); -1 with
+    /// errno when receiving failed.
     [[nodiscard]] int read(int socket, unsigned char* memory, std::size_t slot_size, std::size_t count, bool wait);
 
     /// Valid until the next read().
@@ -54,9 +61,10 @@ private:
         std::array<unsigned char, 64> bytes;
     };
 
-    void take(std::size_t index, unsigned char* slot, std::size_t slot_size, std::uint64_t now);
+    void take(std::size_t index, unsigned char* slot, std::size_t slot_size);
 
     std::size_t m_largest;
+    details m_details;
     std::unique_ptr<unsigned char, unmap> m_long; // m_largest bytes for each message, untouched until one is needed
     std::vector<mmsghdr> m_messages;
     std::vector<std::array<iovec, 2>> m_parts;

@@ -39,6 +39,7 @@ bool transport_input::open(const input_settings& settings)
     const std::size_t count = settings.legs.size();
     m_kind = datagram_kind{count > 1 ? rtp_mode::on : settings.rtp};
     m_merger = rtp_merger{count, limits_for(count)};
+    m_burst = burst_size{most_slots / count};
     m_aligner = {};
     m_continuity = {};
     m_senders = {};
@@ -109,14 +110,13 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
     const auto read = wait_and_read(memory, slots, slot_size);
     if (m_interrupted)
         return result::interrupted;
-    const std::uint64_t now = real_time();
+    const std::uint64_t now = m_read > 0 ? m_last_arrival : real_time();
     std::uint64_t read_up_to = now;
     for (const input_leg& leg : m_legs)
         read_up_to = std::min(read_up_to, leg.read_up_to);
     m_merger.advance(read_up_to, m_ordered);
     deliver();
     look_at_packets();
-    adapt_slots(slots);
     follow_interfaces(now);
     publish(now);
     if (read == result::failed)
@@ -155,6 +155,7 @@ bool transport_input::is_stale(input_leg& leg, std::uint64_t arrival)
 
 void transport_input::take(std::size_t leg, const datagram_reader::datagram& datagram)
 {
+    m_last_arrival = datagram.arrival;
     if (is_stale(m_legs[leg], datagram.arrival))
         return;
     leg_figures& figures = m_legs[leg].figures;
@@ -220,14 +221,5 @@ void transport_input::follow_interfaces(std::uint64_t now)
         leg.last_follow = now;
         leg.figures.rejoins += leg.socket.follow_interface() ? 1 : 0;
     }
-}
-
-/// Twice as many as before when a leg needed all it had, half when few were.
-void transport_input::adapt_slots(std::size_t slots)
-{
-    if (m_read_all_room)
-        m_slots = std::min(most_slots, 2 * slots);
-    else if (m_read > 0 && m_read < slots / 4)
-        m_slots = std::max<std::size_t>(2, slots / 2);
 }
 } // namespace zq_net

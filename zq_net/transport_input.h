@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "zq_net/burst_size.h"
 #include "zq_net/continuity_check.h"
 #include "zq_net/datagram_kind.h"
 #include "zq_net/input_figures.h"
@@ -8,6 +9,7 @@
 #include "zq_net/rtp_merger.h"
 #include "zq_net/ts_aligner.h"
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
@@ -54,7 +56,7 @@ public:
     [[nodiscard]] const piece_list& pieces() const { return m_pieces; }
 
     /// Room that the next receive() is best given: as many datagrams as are likely to be there, of the size they had.
-    [[nodiscard]] std::size_t wanted_slots() const { return m_slots; }
+    [[nodiscard]] std::size_t wanted_slots() const { return m_burst.next() * m_settings.legs.size(); }
     [[nodiscard]] std::size_t wanted_slot_size() const { return m_slot_size; }
 
     /// From any thread: ends a receive() and all that follow, until resume().
@@ -89,7 +91,6 @@ private:
     void deliver();
     void look_at_packets();
     void follow_interfaces(std::uint64_t now);
-    void adapt_slots(std::size_t slots);
     void publish(std::uint64_t now);
 
     input_settings m_settings;
@@ -105,10 +106,10 @@ private:
     piece_list m_pieces;
     std::size_t m_looked_at = 0;       // pieces whose packets were looked at, all but the last to the end
     std::size_t m_looked_at_bytes = 0; // of the piece behind them
-    std::size_t m_slots = 2;
+    burst_size m_burst{most_slots};    // of one leg
     std::size_t m_slot_size = 7 * ts_packet_size;
-    std::size_t m_read = 0;       // datagrams of this receive()
-    bool m_read_all_room = false; // on one of the legs
+    std::size_t m_read = 0; // datagrams of this receive()
+    std::uint64_t m_last_arrival = 0;
     std::uint64_t m_not_ts = 0;
     std::uint64_t m_interval_start = 0;
     std::uint64_t m_interval_bytes = 0;

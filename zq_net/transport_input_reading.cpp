@@ -34,7 +34,6 @@ unsigned transport_input::wait_limit(const input_leg& leg) const
 transport_input::result transport_input::wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size)
 {
     m_read = 0;
-    m_read_all_room = false;
     if (m_flowing && !wait_for_more())
         return result::interrupted;
     const std::uint64_t before = m_settings.batch_time > 0 ? real_time() : 0;
@@ -43,11 +42,14 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
     if (!blocks)
         wait_for_any();
     const std::size_t share = slots / m_legs.size();
+    std::size_t longest = 0; // burst of a leg
     const auto read_all = [&](bool wait) {
         for (std::size_t leg = 0; leg < m_legs.size(); ++leg) {
             const std::size_t used = m_legs.size() == 1 ? m_read : 0;
-            if (read_leg(leg, memory + (leg * share + used) * slot_size, share - used, slot_size, wait) < 0)
+            const int count = read_leg(leg, memory + (leg * share + used) * slot_size, share - used, slot_size, wait);
+            if (count < 0)
                 return false;
+            longest = std::max(longest, used + static_cast<std::size_t>(count));
         }
         return true;
     };
@@ -56,6 +58,7 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
     if (good && m_settings.batch_time > 0 && m_legs.size() == 1 && m_read > 0 && m_read < share &&
         m_legs[0].figures.last_arrival > before)
         good = wait_for_more() && read_all(false);
+    m_burst.note(share, longest);
     m_flowing = m_settings.batch_time > 0 && m_read > 1 && m_read < slots;
     return good ? result::data : result::failed;
 }
@@ -108,7 +111,6 @@ int transport_input::read_leg(std::size_t leg, unsigned char* memory, std::size_
         if (fresh_from != reorder_window::never && from.fresh_from != fresh_from)
             take_from(from, fresh_from);
     } else {
-        m_read_all_room = true;
         // What is behind the last may be there. The kernel stamps some of the first datagrams only when they are read:
         // of those the stamp says nothing.
         if (from.figures.last_arrival < before)

@@ -213,64 +213,88 @@ void zq_udp_source::abandon(std::shared_ptr<void> owner)
     m_thread.detach();
 }
 
-int zq_udp_source::read(unsigned char* buffer, unsigned long size) { return receive(buffer, size, longest_wait_ms); }
+bool zq_udp_source::wait_for_data(int socket, int wait_ms) const
+{
+    // poll and not select: the same answer for one descriptor, and descriptors from FD_SETSIZE on work too.
+    pollfd waited{socket, POLLIN, 0};
+    return ::poll(&waited, 1, wait_ms) > 0 && (waited.revents & POLLNVAL) == 0;
+}
 
-int zq_udp_source::receive(unsigned char* buffer, unsigned long size, int wait_ms)
+int zq_udp_source::read(unsigned char* buffer, unsigned long size)
+{
+    const int descriptor = m_socket;
+    if (descriptor < 0 || !wait_for_data(descriptor, longest_wait_ms))
+        return 0;
+    return static_cast<int>(::recv(descriptor, buffer, size, 0));
+}
+
+/// Receives what is there, waiting for a first one. The number of datagrams, or -1 with errno.
+int zq_udp_source::receive(zq_net::datagram_reader& reader, unsigned char* memory)
 {
     const int descriptor = m_socket;
     if (descriptor < 0)
         return 0;
-    if (m_burst.expects_more()) {
-        const auto received = ::recv(descriptor, buffer, size, 0);
-        if (received >= 0 || errno != EAGAIN) {
-            m_burst.got_more();
-            return static_cast<int>(received);
-        }
-        m_burst.found_none();
+    const auto read = [&] {
+        const std::size_t asked = m_burst.next();
+        errno = 0;
+        const int received = reader.read(descriptor, memory, slot_size, asked, false);
+        m_more = asked > 1 && received == static_cast<int>(asked);
+        if (received > 0)
+            m_burst.note(asked, static_cast<std::size_t>(received));
+        return received == 0 && errno != 0 ? -1 : received;
+    };
+    // Behind a call that took all it asked for there is probably more, and no need to wait.
+    if (m_more) {
+        const int received = read();
+        if (received >= 0 || errno != EAGAIN)
+            return received;
     }
-    // poll and not select: the same answer for one descriptor, and descriptors from FD_SETSIZE on work too.
-    pollfd waited{descriptor, POLLIN, 0};
-    if (::poll(&waited, 1, wait_ms) <= 0 || (waited.revents & POLLNVAL) != 0)
-        return 0;
-    m_burst.waited();
-    return static_cast<int>(::recv(descriptor, buffer, size, 0));
+    return wait_for_data(descriptor, m_wait_ms) ? read() : 0;
 }
 
 void zq_udp_source::work_thread(std::future<void>&& stop)
 {
     using namespace std::chrono_literals;
-    const std::unique_ptr<unsigned char[]> buffer{new unsigned char[max_datagram]};
+    zq_net::datagram_reader reader{most_at_once, max_datagram, zq_net::datagram_reader::details::none};
+    const std::unique_ptr<unsigned char[]> memory{new unsigned char[most_at_once * slot_size]};
     m_thread_start = steady_clock::now();
-    auto interval_start = steady_clock::now();
-    std::uint64_t interval_bytes = 0;
+    rate_interval interval{steady_clock::now()};
 
     // A timed wait costs tens of microseconds, so it is left out while data flow.
     auto stop_wait = 1000ns;
     while (stop.wait_for(stop_wait) != std::future_status::ready) {
         stop_wait = 1000ns;
-        const int received = receive(buffer.get(), max_datagram, m_wait_ms);
+        const int received = receive(reader, memory.get());
         if (stopping())
             return;
-        if (received == 0)
-            continue;
-        if (received < 0) {
+        if (received < 0)
             if (const char* text = std::strerror(errno))
                 m_statistics.set_last_error(text);
-            continue;
+        for (int i = 0; i < received; ++i) {
+            if (i > 0 && (stopping() || stop.wait_for(0ns) == std::future_status::ready))
+                return;
+            const auto& datagram = reader[static_cast<std::size_t>(i)];
+            if (datagram.size == 0)
+                continue;
+            hand_over(datagram, interval);
+            stop_wait = 0ns;
         }
-        const auto now = steady_clock::now();
-        if (const auto elapsed = now - interval_start; elapsed > 1999999999ns) {
-            // Whole seconds, so 2.9 s divide by 2; that is meant.
-            const auto seconds = static_cast<std::uint64_t>(elapsed / 1s);
-            m_statistics.set_bit_rate(interval_bytes * 8 / seconds);
-            interval_start = now;
-            interval_bytes = 0;
-        }
-        call_out([&] {
-            m_callback(static_cast<std::uint64_t>((now - m_thread_start) / 1ns), buffer.get(),
-                       static_cast<unsigned long>(received));
-        });
-        interval_bytes += static_cast<std::uint64_t>(received);
-        stop_wait = 0ns;
     }
+}
+
+void zq_udp_source::hand_over(const zq_net::datagram_reader::datagram& datagram, rate_interval& interval)
+{
+    using namespace std::chrono_literals;
+    const auto now = steady_clock::now();
+    if (const auto elapsed = now - interval.start; elapsed > 1999999999ns) {
+        // Whole seconds, so 2.9 s divide by 2; that is meant.
+        const auto seconds = static_cast<std::uint64_t>(elapsed / 1s);
+        m_statistics.set_bit_rate(interval.bytes * 8 / seconds);
+        interval = {now};
+    }
+    call_out([&] {
+        m_callback(static_cast<std::uint64_t>((now - m_thread_start) / 1ns), datagram.data,
+                   static_cast<unsigned long>(datagram.size));
+    });
+    interval.bytes += datagram.size;
 }

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "zq_net/burst_size.h"
+#include "zq_net/datagram_reader.h"
 #include "zq_net_source/zq_net_statistics.h"
 
 #include <atomic>
@@ -76,53 +78,36 @@ public:
     void work_thread(std::future<void>&& stop);
 
 private:
+    /// What the bit rate is measured over.
+    struct rate_interval
+    {
+        std::chrono::steady_clock::time_point start;
+        std::uint64_t bytes = 0;
+    };
+
+    static constexpr std::size_t most_at_once = 16; // datagrams in one call
+    static constexpr std::size_t slot_size = 2048;  // for each; the reader has room for longer ones
     static constexpr int longest_wait_ms = 1000;
     static constexpr int endless = -1;
 
     bool bind_multicast(const std::string& address, std::uint16_t port, const std::string& interface);
     bool bind_unicast(std::uint16_t port, const std::string& interface);
     void start_thread(bool receives);
-    int receive(unsigned char* buffer, unsigned long size, int wait_ms);
+    bool wait_for_data(int socket, int wait_ms) const;
+    int receive(zq_net::datagram_reader& reader, unsigned char* memory);
+    void hand_over(const zq_net::datagram_reader::datagram& datagram, rate_interval& interval);
     bool wait_ended(std::chrono::milliseconds callback_grace);
     void close_socket();
     template <class Call>
     void call_out(const Call& call);
-
-    /// Tells whether to receive without waiting first: worth a call where datagrams come in bursts, as encoders send
-    /// them, and a wasted one where they come one by one. Asks after every sixteenth wait which of the two it is.
-    class burst_guess
-    {
-    public:
-        bool expects_more() const { return m_expects_more; }
-        void waited()
-        {
-            m_first = true;
-            m_expects_more = m_bursts || ++m_waits % 16 == 0;
-        }
-        void got_more()
-        {
-            m_bursts = true;
-            m_first = false;
-        }
-        void found_none()
-        {
-            m_bursts = m_bursts && !m_first;
-            m_expects_more = false;
-        }
-
-    private:
-        bool m_expects_more = false;
-        bool m_first = false; // of the guesses since the last wait
-        bool m_bursts = false;
-        unsigned m_waits = 0;
-    };
 
     // Read by the receive thread outside callbacks only; close_for() closes it while that thread is inside one.
     std::atomic<int> m_socket{-1};
     std::thread m_thread;
     std::shared_ptr<std::promise<void>> m_stop_promise;
     int m_wait_ms = longest_wait_ms; // of work_thread() for one datagram
-    burst_guess m_burst;
+    zq_net::burst_size m_burst{most_at_once};
+    bool m_more = false; // datagrams are likely to be there still
     callback m_callback;
     zq_net_statistics& m_statistics;
     std::function<void()> m_before_first;
