@@ -16,6 +16,16 @@ namespace
 {
 /// How often a silent leg of a group looks whether its interface is still the same.
 constexpr unsigned follow_interval_ms = 500;
+
+/// What others on the way report to a socket (ICMP), and want of memory: the next datagram may come all the same.
+bool passes_by_itself(int error)
+{
+    for (const int known : {ECONNREFUSED, EHOSTUNREACH, ENETUNREACH, ENETDOWN, EHOSTDOWN, ENOPROTOOPT, EPROTO, EACCES,
+                            EPERM, EMSGSIZE, ENOMEM, ENOBUFS})
+        if (error == known)
+            return true;
+    return false;
+}
 } // namespace
 
 /// How long to wait on a leg at most, in milliseconds, 0 for ever: a silent group wants to be looked after now and
@@ -97,7 +107,9 @@ int transport_input::read_leg(std::size_t leg, unsigned char* memory, std::size_
     input_leg& from = m_legs[leg];
     const std::uint64_t fresh_from = m_fresh_from;
     const std::uint64_t before = wait ? 0 : real_time();
-    const int count = from.reader.read(from.socket.descriptor(), memory, slot_size, slots, wait);
+    int count = from.reader.read(from.socket.descriptor(), memory, slot_size, slots, wait);
+    if (count < 0 && passes_by_itself(errno))
+        count = 0;
     if (count < 0) {
         m_error = "cannot receive on " + from.socket.address().text() + ": " + std::strerror(errno);
         return count;

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <future>
 #include <memory>
 #include <random>
@@ -208,6 +209,20 @@ TEST(TransportInput, TakesDatagramsOfAnySize)
         to.send(datagram);
     to.receive_until(2 * 1316 + 188 + 2 * largest.size());
     EXPECT_EQ(to.out, joined({pattern(1316), largest, pattern(188), largest, pattern(1316)}));
+}
+
+TEST(TransportInput, TakesDatagramsThatCameInFragments)
+{
+    if (!support::in_net_sandbox() || std::system("ip link set lo mtu 1500 >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "needs a network of its own, and the program ip";
+    stand to;
+    const bytes large = pattern(188 * 100);
+    to.send(large);
+    to.send(pattern(1316));
+    to.send(large);
+    to.receive_until(2 * large.size() + 1316);
+    EXPECT_EQ(std::system("ip link set lo mtu 65536"), 0);
+    EXPECT_EQ(to.out, joined({large, pattern(1316), large}));
 }
 
 TEST(TransportInput, FollowsTheContinuityCounters)

@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/RTP.h"
+#include "support/open_descriptors.h"
+#include "support/playing_udp_src.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+
+using bytes = std::vector<unsigned char>;
+using playing = support::playing_udp_src;
+using support::eventually;
+using support::joined;
+using support::pattern;
+using support::rtp_datagram;
+
+namespace
+{
+/// Keeps what leaves the source from going on until it is destroyed.
+struct held_up
+{
+    explicit held_up(const playing& held)
+        : pad{support::pad_of(held.source, "src")},
+          probe{gst_pad_add_probe(
+              pad.get(),
+              static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BLOCK | GST_PAD_PROBE_TYPE_BUFFER |
+                                           GST_PAD_PROBE_TYPE_BUFFER_LIST),
+              [](GstPad*, GstPadProbeInfo*, gpointer) { return GST_PAD_PROBE_OK; }, nullptr, nullptr)}
+    {}
+    ~held_up() { gst_pad_remove_probe(pad.get(), probe); }
+
+    zq_pad_pointer pad;
+    gulong probe;
+};
+} // namespace
+
+TEST(UdpSrcFaults, LosesNothingInAStallOfHalfASecondAt100MbitOrSaysHowMuch)
+{
+    playing to;
+    constexpr unsigned sent = 100'000'000 / 2 / 8 / 1316;
+    {
+        const held_up stall{to};
+        for (unsigned i = 0; i < sent; ++i)
+            to.sender.send(pattern(1316));
+    }
+    EXPECT_TRUE(eventually([&] { return to.figure("datagrams") + to.figure("kernel-drops") == sent; }));
+    EXPECT_TRUE(eventually([&] { return to.recorder.bytes().size() == to.figure("datagrams") * 1316; }));
+    GstStructure* stats = nullptr;
+    g_object_get(to.source.get(), "stats", &stats, nullptr);
+    int asked = 0, got = 0;
+    EXPECT_TRUE(gst_structure_get_int(stats, "buffer-size-asked", &asked));
+    EXPECT_TRUE(gst_structure_get_int(stats, "buffer-size-got", &got));
+    gst_structure_free(stats);
+    if (got >= asked) {
+        EXPECT_EQ(to.figure("kernel-drops"), 0U);
+    }
+}
+
+TEST(UdpSrcFaults, StopsWhileDownstreamHoldsABuffer)
+{
+    playing to;
+    const held_up downstream{to};
+    for (int i = 0; i < 3; ++i) {
+        to.sender.send(pattern(1316));
+        ASSERT_TRUE(eventually([&] { return gst_pad_is_blocking(downstream.pad.get()) != FALSE; }));
+        support::set_state(to.pipeline, GST_STATE_NULL);
+        support::set_state(to.pipeline, GST_STATE_PLAYING);
+    }
+}
+
+TEST(UdpSrcFaults, GoesOnBehindErrorsThatOthersCauseOnItsSocket)
+{
+    playing to;
+    int own = -1;
+    for (const int descriptor : support::open_descriptors()) {
+        sockaddr_in address{};
+        socklen_t size = sizeof(address);
+        if (::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+            address.sin_family == AF_INET && ntohs(address.sin_port) == to.port)
+            own = descriptor;
+    }
+    ASSERT_GE(own, 0);
+    // Connected to a port that nobody listens on, the socket is told so by ICMP when it sends.
+    sockaddr_in nobody{};
+    nobody.sin_family = AF_INET;
+    nobody.sin_port = htons(support::free_port());
+    nobody.sin_addr.s_addr = ::inet_addr("127.0.0.1");
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_EQ(::connect(own, reinterpret_cast<sockaddr*>(&nobody), sizeof(nobody)), 0);
+        ::send(own, "x", 1, 0);
+    }
+    sockaddr_in anybody{};
+    anybody.sin_family = AF_UNSPEC;
+    ::connect(own, reinterpret_cast<sockaddr*>(&anybody), sizeof(anybody));
+    // Undoing the connection took the local address with it.
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_port = htons(to.port);
+    local.sin_addr.s_addr = ::inet_addr("127.0.0.1");
+    ::bind(own, reinterpret_cast<sockaddr*>(&local), sizeof(local));
+    EXPECT_TRUE(eventually([&] {
+        to.sender.send(pattern(1316));
+        return to.recorder.count() > 0;
+    }));
+}
+
+TEST(UdpSrcFaults, WorksWithDescriptorsBeyondTheReachOfSelect)
+{
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit before = limit;
+    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 2048);
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    std::vector<int> held;
+    while (held.size() < 1100)
+        held.push_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    ASSERT_GE(*std::max_element(held.begin(), held.end()), FD_SETSIZE);
+    {
+        const auto port2 = std::to_string(support::free_port());
+        for (const auto& properties : {std::string{}, "port2=" + port2}) {
+            playing to{properties};
+            to.sender.send(rtp_datagram(1, pattern(1316)));
+            EXPECT_TRUE(to.got(pattern(1316)));
+        }
+    }
+    for (const int descriptor : held)
+        ::close(descriptor);
+    ::setrlimit(RLIMIT_NOFILE, &before);
+}
+
+TEST(UdpSrcFaults, DropsRtpOfOtherVersionsAndWithPaddingLongerThanItself)
+{
+    playing to{"rtp=on"};
+    for (const unsigned char version : {0x00, 0x40, 0xC0}) {
+        auto wrong = rtp_datagram(1, pattern(1316, 9));
+        wrong[0] = version;
+        to.sender.send(wrong);
+    }
+    auto padded = rtp_datagram(1, pattern(188, 9));
+    padded[0] |= 0x20;
+    padded.back() = 201;
+    to.sender.send(padded);
+    to.sender.send(rtp_datagram(1, pattern(1316)));
+    EXPECT_TRUE(to.got(pattern(1316)));
+    EXPECT_EQ(to.figure("not-ts"), 4U);
+}
+
+TEST(UdpSrcFaults, FollowsSequenceNumbersOverTheirEnd)
+{
+    playing to;
+    std::vector<bytes> sent;
+    for (unsigned i = 65500; i < 65600; ++i) {
+        sent.push_back(pattern(188, i));
+        to.sender.send(rtp_datagram(static_cast<std::uint16_t>(i), sent.back()));
+    }
+    EXPECT_TRUE(to.got(joined(sent)));
+    EXPECT_EQ(to.figure("rtp-lost"), 0U);
+}
+
+TEST(UdpSrcFaults, TakesASenderThatComesBackAsAnotherOne)
+{
+    playing to;
+    to.sender.send(rtp_datagram(100, pattern(1316, 1), 1));
+    ASSERT_TRUE(to.got(pattern(1316, 1)));
+    const support::udp_sender restarted{"127.0.0.1", to.port};
+    restarted.send(rtp_datagram(7, pattern(1316, 2), 2));
+    EXPECT_TRUE(to.got(joined({pattern(1316, 1), pattern(1316, 2)})));
+    EXPECT_EQ(to.figure("sender-changes"), 1U);
+    EXPECT_EQ(to.figure("senders"), 2U);
+    EXPECT_EQ(to.figure("rtp-lost"), 0U);
+    EXPECT_TRUE(to.recorder.buffers().back().discont);
+}
+
+TEST(UdpSrcFaults, TellsAnSsrcOfSyncBytesFromPackets)
+{
+    playing to;
+    for (std::uint16_t i = 0; i < 3; ++i)
+        to.sender.send(rtp_datagram(0x4747, pattern(1316, i), 0x47474747, 0x47474747));
+    to.sender.send(rtp_datagram(0x4748, pattern(1316, 3), 0x47474747, 0x47474747));
+    EXPECT_TRUE(to.got(joined({pattern(1316, 0), pattern(1316, 3)})));
+    EXPECT_EQ(to.figure("rtp-duplicates"), 2U);
+    EXPECT_EQ(to.figure("resync-bytes"), 0U);
+}
