@@ -158,7 +158,7 @@ void zq_t2mi_demux::remove_pads()
 
 void zq_t2mi_demux::on_packet(std::uint8_t plp_id, const mpegcore::UserPacket& packet, bool is_behind_gap)
 {
-    zq_t2mi_pad& pad = *m_pads.find(plp_id)->second;
+    zq_t2mi_pad& pad = *m_pad_of[plp_id];
     pad.add(packet.data, is_behind_gap, m_pts, m_dts);
     // Null packets that are put back make much of few bytes.
     if (pad.has_much_data())
@@ -184,6 +184,7 @@ void zq_t2mi_demux::on_PLP_appeared(std::uint8_t plp_id)
     m_had_pads = true;
     auto& pad = m_pads[plp_id];
     pad = std::make_unique<zq_t2mi_pad>(m_element, plp_id, m_group);
+    m_pad_of[plp_id] = pad.get();
     if (m_has_segment)
         pad->set_segment(m_segment, gst_util_seqnum_next());
     tell_tags(*pad);

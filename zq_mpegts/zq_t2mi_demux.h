@@ -8,6 +8,7 @@
 #include <gst/base/gstflowcombiner.h>
 #include <gst/gst.h>
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <map>
@@ -76,6 +77,7 @@ private:
     std::atomic<std::uint64_t> m_rtp_lost{0};
     mpegcore::T2MIDemultiplexer m_demultiplexer;
     std::map<std::uint8_t, std::unique_ptr<zq_t2mi_pad>> m_pads; ///< by PLP
+    std::array<zq_t2mi_pad*, 256> m_pad_of{};                    ///< the same, of those that have been there
     const gint m_plp;                                            ///< the only one that gets a pad, or -1
     GstFlowCombiner* m_flows;
     GstFlowReturn m_flow = GST_FLOW_OK; ///< what all pads said together

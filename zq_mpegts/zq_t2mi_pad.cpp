@@ -59,59 +59,51 @@ void zq_t2mi_pad::set_segment(const GstSegment& segment, guint32 seqnum)
 
 void zq_t2mi_pad::add(const unsigned char* packet, bool is_behind_gap, GstClockTime pts, GstClockTime dts)
 {
-    if (m_buffer != nullptr && (is_behind_gap || m_fill + packet_size > m_map.size))
+    if (m_block != nullptr && (is_behind_gap || m_fill + packet_size > buffer_size))
         end();
     m_discont = m_discont || is_behind_gap;
-    if (m_buffer == nullptr)
-        begin(pts, dts);
-    if (m_buffer == nullptr)
-        return;
-    std::memcpy(m_map.data + m_fill, packet, packet_size);
+    if (m_block == nullptr) {
+        m_block = static_cast<guint8*>(g_malloc(buffer_size));
+        m_fill = 0;
+        m_pts = pts;
+        m_dts = dts;
+    }
+    std::memcpy(m_block + m_fill, packet, packet_size);
     m_fill += packet_size;
     m_bytes += packet_size;
 }
 
-void zq_t2mi_pad::begin(GstClockTime pts, GstClockTime dts)
-{
-    m_buffer = gst_buffer_new_allocate(nullptr, buffer_size, nullptr);
-    if (m_buffer == nullptr || !gst_buffer_map(m_buffer, &m_map, GST_MAP_WRITE)) {
-        gst_clear_buffer(&m_buffer);
-        m_discont = true;
-        return;
-    }
-    m_fill = 0;
-    GST_BUFFER_PTS(m_buffer) = pts;
-    GST_BUFFER_DTS(m_buffer) = dts;
-    GST_BUFFER_OFFSET(m_buffer) = m_bytes;
-    if (std::exchange(m_discont, false))
-        GST_BUFFER_FLAG_SET(m_buffer, GST_BUFFER_FLAG_DISCONT);
-}
-
 void zq_t2mi_pad::end()
 {
-    gst_buffer_unmap(m_buffer, &m_map);
-    gst_buffer_resize(m_buffer, 0, static_cast<gssize>(m_fill));
-    GST_BUFFER_OFFSET_END(m_buffer) = m_bytes;
-    if (m_list == nullptr)
+    guint8* const block = std::exchange(m_block, nullptr);
+    GstBuffer* const buffer =
+        gst_buffer_new_wrapped_full(static_cast<GstMemoryFlags>(0), block, buffer_size, 0, m_fill, block, g_free);
+    GST_BUFFER_PTS(buffer) = m_pts;
+    GST_BUFFER_DTS(buffer) = m_dts;
+    GST_BUFFER_OFFSET(buffer) = m_bytes - m_fill;
+    GST_BUFFER_OFFSET_END(buffer) = m_bytes;
+    if (std::exchange(m_discont, false))
+        GST_BUFFER_FLAG_SET(buffer, GST_BUFFER_FLAG_DISCONT);
+    if (m_filled == nullptr && m_list == nullptr) {
+        m_filled = buffer;
+        return;
+    }
+    if (m_list == nullptr) {
         m_list = gst_buffer_list_new();
-    gst_buffer_list_add(m_list, std::exchange(m_buffer, nullptr));
+        gst_buffer_list_add(m_list, std::exchange(m_filled, nullptr));
+    }
+    gst_buffer_list_add(m_list, buffer);
 }
 
 GstFlowReturn zq_t2mi_pad::push()
 {
-    if (m_buffer != nullptr)
+    if (m_block != nullptr)
         end();
-    if (m_list == nullptr)
-        return GST_FLOW_OK;
-    GstBufferList* const list = std::exchange(m_list, nullptr);
     GstFlowReturn flow = GST_FLOW_OK;
-    if (gst_buffer_list_length(list) == 1) {
-        GstBuffer* const buffer = gst_buffer_ref(gst_buffer_list_get(list, 0));
-        gst_buffer_list_unref(list);
-        flow = gst_pad_push(m_pad, buffer);
-    } else {
-        flow = gst_pad_push_list(m_pad, list);
-    }
+    if (m_filled != nullptr)
+        flow = gst_pad_push(m_pad, std::exchange(m_filled, nullptr));
+    else if (m_list != nullptr)
+        flow = gst_pad_push_list(m_pad, std::exchange(m_list, nullptr));
     // Whoever is linked next has not seen what came before.
     if (flow == GST_FLOW_NOT_LINKED)
         m_discont = true;
@@ -131,10 +123,8 @@ void zq_t2mi_pad::follow_time(GstClockTime pts, bool had_data)
 void zq_t2mi_pad::drop()
 {
     m_time = GST_CLOCK_TIME_NONE;
-    if (m_buffer != nullptr) {
-        gst_buffer_unmap(m_buffer, &m_map);
-        gst_clear_buffer(&m_buffer);
-    }
+    g_free(std::exchange(m_block, nullptr));
+    gst_clear_buffer(&m_filled);
     gst_clear_buffer_list(&m_list);
     m_discont = true;
 }

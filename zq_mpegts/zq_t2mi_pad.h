@@ -22,7 +22,7 @@ public:
     void set_segment(const GstSegment& segment, guint32 seqnum);
     /// Adds a packet of 188 bytes. The times are those of a buffer that begins with it.
     void add(const unsigned char* packet, bool is_behind_gap, GstClockTime pts, GstClockTime dts);
-    [[nodiscard]] bool has_data() const { return m_buffer != nullptr || m_list != nullptr; }
+    [[nodiscard]] bool has_data() const { return m_block != nullptr || m_filled != nullptr || m_list != nullptr; }
     /// More than should wait for the end of the input buffer.
     [[nodiscard]] bool has_much_data() const
     {
@@ -39,16 +39,17 @@ public:
 private:
     static constexpr guint most_buffers = 32; ///< 8 KB each
 
-    void begin(GstClockTime pts, GstClockTime dts);
     void end();
 
     GstElement* m_element;
     GstPad* m_pad;
     GstStream* m_stream;
-    GstBuffer* m_buffer = nullptr; ///< being filled
-    GstMapInfo m_map{};
+    guint8* m_block = nullptr; ///< being filled
     gsize m_fill = 0;
-    GstBufferList* m_list = nullptr;           ///< filled ones
+    GstClockTime m_pts = GST_CLOCK_TIME_NONE; ///< of that block, like the next one
+    GstClockTime m_dts = GST_CLOCK_TIME_NONE;
+    GstBuffer* m_filled = nullptr;             ///< the only filled one
+    GstBufferList* m_list = nullptr;           ///< filled ones, where there are more
     GstClockTime m_time = GST_CLOCK_TIME_NONE; ///< up to which downstream knows
     guint64 m_bytes = 0;                       ///< that were added since the start
     bool m_discont = true;

@@ -60,6 +60,11 @@ protected:
 TEST_P(CommonPlp, IsMergedIntoEachDataPlp)
 {
     const Bytes stream = encapsulated();
+    const auto simple = packets_of(decapsulated_stream(stream, 1).transport_stream());
+    for (unsigned slot = 0; slot < slots; ++slot)
+        if (is_from_common[1][slot]) {
+            ASSERT_EQ(std::count(simple.begin(), simple.end(), original[1][slot]), 0);
+        }
     const auto out = demultiplexed(
         stream, [](auto& d) { d.set_merge_common_PLPs(true); }, 1316);
     // The groups are known from the first L1 on; up to there the common packets are missing.

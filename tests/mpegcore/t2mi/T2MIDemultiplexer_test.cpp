@@ -58,30 +58,57 @@ TEST(T2MIDemultiplexer, GoesOnAcrossFramesWithoutData)
     EXPECT_EQ(demultiplexed(stream).packets.at(3), sent);
 }
 
+TEST(T2MIDemultiplexer, CarriesPacketsOfPlp255AcrossFramesLikeThoseOfAnother)
+{
+    Feed feed({0, 255});
+    feed.add(20, 1000);
+    zqtest::Stream stream;
+    for (const Bytes& packet : feed.packets)
+        zqtest::pack(stream, T2MI_PID, {packet}); // as the simple rules need it
+    const Bytes all = tables() + stream.data;
+    const auto out = demultiplexed(all);
+    const auto simple = [&all](unsigned plp_id) { return zqtest::packets_of(by_simple_rules(all, plp_id)).size(); };
+    EXPECT_GE(simple(0) + 6, out.packets.at(0).size()); // but for the last frame
+    EXPECT_LE(simple(255) + 18, out.packets.at(255).size());
+    for (auto& [plp_id, sent] : feed.sent) {
+        sent.resize(20 * 1000 / 187);
+        EXPECT_EQ(out.packets.at(plp_id), sent);
+    }
+}
+
 TEST(T2MIDemultiplexer, SaysOnceThatAPlpIsNoTransportStream)
 {
-    T2MISender sender;
-    std::vector<Bytes> packets;
-    for (unsigned frame = 0; frame < 6; ++frame) {
-        Bytes header{0xB0, 0, 0, 0, 0x0B, 0xB8, 0, 0, 0};
-        header.push_back(zqtest::crc_8(header) ^ 1);
-        packets.push_back(sender.frame(7, header + zqtest::pattern(375)));
+    // GFPS, GCS and GSE.
+    for (const unsigned char MATYPE : {0x30, 0x70, 0xB0}) {
+        T2MISender sender;
+        std::vector<Bytes> packets;
+        for (unsigned frame = 0; frame < 6; ++frame) {
+            Bytes header{MATYPE, 0, 0, 0, 0x0B, 0xB8, 0, 0, 0};
+            header.push_back(zqtest::crc_8(header) ^ 1);
+            packets.push_back(sender.frame(7, header + zqtest::pattern(375)));
+        }
+        const Bytes stream = tables() + packed(packets);
+        EXPECT_THAT(by_simple_rules(stream, 7), testing::Not(IsEmpty()));
+        const auto out = demultiplexed(stream);
+        EXPECT_THAT(out.packets, IsEmpty());
+        EXPECT_THAT(out.warnings, ElementsAre(std::pair(T2MIDemultiplexer::Warning::not_a_transport_stream, 7U)));
+        EXPECT_EQ(out.demultiplexer->PLP_counters(7)->other_formats, 6U);
     }
-    const Bytes stream = tables() + packed(packets);
-    EXPECT_THAT(by_simple_rules(stream, 7), testing::Not(IsEmpty()));
-    const auto out = demultiplexed(stream);
-    EXPECT_THAT(out.packets, IsEmpty());
-    EXPECT_THAT(out.warnings, ElementsAre(std::pair(T2MIDemultiplexer::Warning::not_a_transport_stream, 7U)));
-    EXPECT_EQ(out.demultiplexer->PLP_counters(7)->other_formats, 6U);
 }
 
 TEST(T2MIDemultiplexer, SaysOnceThatThePidIsScrambled)
 {
     Feed feed = usual_feed();
     auto transport = zqtest::packets_of(packed(feed.packets));
-    for (Bytes& packet : transport)
+    for (Bytes& packet : transport) {
         packet[3] |= 0x80;
-    const auto out = demultiplexed(tables({{0x06, T2MI_PID, T2MI_descriptor()}}) + joined(transport));
+        const std::size_t payload = (packet[3] & 0x20) == 0 ? 4 : 5 + std::size_t{packet[4]};
+        for (std::size_t at = payload; at < packet.size(); ++at)
+            packet[at] ^= static_cast<unsigned char>(0x5A + at);
+    }
+    const Bytes stream = tables({{0x06, T2MI_PID, T2MI_descriptor()}}) + joined(transport);
+    EXPECT_THAT(by_simple_rules(stream, 3), IsEmpty()); // and nothing said
+    const auto out = demultiplexed(stream);
     EXPECT_THAT(out.packets, IsEmpty());
     EXPECT_THAT(out.warnings, ElementsAre(std::pair(T2MIDemultiplexer::Warning::scrambled, T2MI_PID)));
     EXPECT_EQ(out.demultiplexer->gatherer_counters().scrambled, transport.size());

@@ -115,7 +115,9 @@ TEST(T2MIDemultiplexer, ReadsAPatInTwoSections)
         .section(0, zqtest::PAT_section({{2, 0x200}}, 0, 1, 1))
         .section(PMT_PID, zqtest::PMT_section(1, {{0x06, T2MI_PID, T2MI_descriptor()}}))
         .section(0x200, zqtest::PMT_section(2, {{0x03, 0x201, {}}}));
-    const auto out = demultiplexed(psi.data + packed(feed.packets));
+    const Bytes stream = psi.data + packed(feed.packets);
+    EXPECT_THAT(by_simple_rules(stream, 3), IsEmpty());
+    const auto out = demultiplexed(stream);
     EXPECT_EQ(out.packets, feed.sent);
     EXPECT_TRUE(out.demultiplexer->programs().is_complete());
     EXPECT_TRUE(out.demultiplexer->programs().lists(0x201));
