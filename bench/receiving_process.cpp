@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "receiving_process.h"
 
+#include "zq_mpegts/zq_gst_t2mi_demux.h"
 #include "zq_mpegts/zq_gst_udp_src.h"
 #include "zq_net_source/zq_gst_net_source.h"
 
@@ -44,6 +45,14 @@ unsigned long memory_kb(const std::string& name)
     return 0;
 }
 
+/// In place of PORT, or behind all.
+std::string with_port(std::string element, const std::string& port)
+{
+    const std::string place = "PORT";
+    const auto at = element.find(place);
+    return at == std::string::npos ? element + " port=" + port : element.replace(at, place.size(), port);
+}
+
 /// Sources and sinks, and what the sinks had.
 class pipeline
 {
@@ -53,7 +62,7 @@ public:
         g_set_print_handler([](const gchar*) {});
         std::string description;
         for (unsigned i = 0; i < wanted.count; ++i)
-            description += wanted.element + " port=" + std::to_string(wanted.first_port + i) +
+            description += with_port(wanted.element, std::to_string(wanted.first_port + i)) +
                            " ! fakesink sync=false async=false name=sink" + std::to_string(i) + "\n";
         GError* error = nullptr;
         m_bin = gst_parse_launch(description.c_str(), &error);
@@ -124,6 +133,7 @@ int receive(const receiver& wanted)
     gst_init(nullptr, nullptr);
     zq_register_elements(nullptr);
     zq_register_udp_src(nullptr);
+    zq_register_t2mi_demux(nullptr);
     {
         // What the first one costs once is no source's.
         receiver first = wanted;

@@ -9,7 +9,7 @@ namespace bench
 /// Sources to be measured: each plays into a fakesink of its own, in one pipeline.
 struct receiver
 {
-    std::string element;          ///< with its properties, but for the port
+    std::string element;          ///< with its properties; the port takes the place of PORT, or stands behind them
     std::uint16_t first_port = 0; ///< the others take those behind it
     unsigned count = 1;
     unsigned long per_buffer = 1; ///< datagrams of 1316 bytes, or packets, in a buffer; 0: told from its bytes
