@@ -203,10 +203,14 @@ GstBuffer* zq_udp_src::finish(GstBuffer* buffer, const piece& first)
 /// When a datagram that came at `arrival` came by the pipeline's running time; never before the one before it.
 GstClockTime zq_udp_src::time_of(std::uint64_t arrival)
 {
-    GstClock* const clock = gst_element_get_clock(GST_ELEMENT(m_element));
+    GstElement* const element = GST_ELEMENT_CAST(m_element);
+    GST_OBJECT_LOCK(element);
+    GstClock* const clock =
+        GST_ELEMENT_CLOCK(element) != nullptr ? GST_CLOCK_CAST(gst_object_ref(GST_ELEMENT_CLOCK(element))) : nullptr;
+    const GstClockTime base = element->base_time;
+    GST_OBJECT_UNLOCK(element);
     if (clock == nullptr)
         return GST_CLOCK_TIME_NONE;
-    const GstClockTime base = gst_element_get_base_time(GST_ELEMENT(m_element));
     const GstClockTime now = gst_clock_get_time(clock);
     const std::uint64_t real_now = zq_net::real_time();
     gst_object_unref(clock);

@@ -53,16 +53,19 @@ unsigned char* map(std::size_t size)
 void datagram_reader::unmap::operator()(unsigned char* memory) const { ::munmap(memory, size); }
 
 datagram_reader::datagram_reader(std::size_t most, std::size_t largest, details wanted)
-    : m_largest{largest},
-      m_details{wanted},
-      m_long{map(most * largest), unmap{most * largest}},
-      m_messages(most),
-      m_parts(most),
-      m_senders(wanted == details::all ? most : 0),
-      m_controls(wanted == details::all ? most : 0),
-      m_datagrams(most)
+    : m_most{most}, m_largest{largest}, m_details{wanted}, m_long{map(most * largest), unmap{most * largest}}
+{}
+
+void datagram_reader::make_room(std::size_t count)
 {
-    for (std::size_t i = 0; i < most; ++i) {
+    m_messages.assign(count, mmsghdr{});
+    m_parts.resize(count);
+    m_datagrams.resize(count);
+    if (m_details == details::all) {
+        m_senders.resize(count);
+        m_controls.resize(count);
+    }
+    for (std::size_t i = 0; i < count; ++i) {
         msghdr& header = m_messages[i].msg_hdr;
         header.msg_iov = m_parts[i].data();
         header.msg_iovlen = 2;
@@ -77,6 +80,8 @@ int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_si
 {
     count = std::min(count, most());
     slot_size = std::min(slot_size, m_largest);
+    if (count > m_messages.size())
+        make_room(count);
     for (std::size_t i = 0; i < count; ++i) {
         msghdr& header = m_messages[i].msg_hdr;
         header.msg_namelen = m_details == details::all ? sizeof(sockaddr_storage) : 0;

@@ -48,7 +48,7 @@ public:
 
     /// Valid until the next read().
     [[nodiscard]] const datagram& operator[](std::size_t index) const { return m_datagrams[index]; }
-    [[nodiscard]] std::size_t most() const { return m_messages.size(); }
+    [[nodiscard]] std::size_t most() const { return m_most; }
 
 private:
     struct unmap
@@ -61,11 +61,14 @@ private:
         std::array<unsigned char, 64> bytes;
     };
 
+    void make_room(std::size_t count);
     void take(std::size_t index, unsigned char* slot, std::size_t slot_size);
 
+    std::size_t m_most;
     std::size_t m_largest;
     details m_details;
     std::unique_ptr<unsigned char, unmap> m_long; // m_largest bytes for each message, untouched until one is needed
+    // For as many messages as were asked for in one call so far.
     std::vector<mmsghdr> m_messages;
     std::vector<std::array<iovec, 2>> m_parts;
     std::vector<sockaddr_storage> m_senders;

@@ -2,7 +2,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
-#include <deque>
+#include <utility>
 #include <vector>
 
 namespace zq_net
@@ -70,6 +70,6 @@ public:
 private:
     std::uint64_t m_longest_span;
     std::vector<piece> m_pieces;
-    std::deque<std::vector<unsigned char>> m_copies; // a deque, so that they stay where they are
+    std::vector<std::vector<unsigned char>> m_copies; // their bytes stay where they are
 };
 } // namespace zq_net
