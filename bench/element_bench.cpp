@@ -122,7 +122,8 @@ std::vector<unsigned char> t2mi_stream(std::size_t packets)
 void with_t2mi(unsigned rounds)
 {
     for (const unsigned rate : {50, 100, 500}) {
-        const auto stream = t2mi_stream(static_cast<std::size_t>(rate * seconds_per_run * 1e6 / 8 / 188 / 7) * 7);
+        const auto groups = static_cast<unsigned long>(rate * seconds_per_run * 1e6 / 8 / 1316);
+        const auto stream = t2mi_stream(7 * groups);
         const double megabits = static_cast<double>(stream.size()) * 8 / 1e6;
         std::printf("T2-MI at %3u Mbit/s, %u times %.0f Mbit\n", rate, rounds, megabits);
         compare({{"zqnetsource input_type=1 plp=0", 1},
@@ -130,7 +131,7 @@ void with_t2mi(unsigned rounds)
                  {"zqudpsrc port=PORT ! zqt2midemux name=d d.plp_0", 0}},
                 1, rounds, [&](std::uint16_t port) {
                     bench::send_paced(stream, 1316, rate * 1e6 / 8 / 1316 / ticks_per_second, port);
-                    return static_cast<unsigned long>(megabits * 1e6 / 8 / 1316);
+                    return groups;
                 });
     }
 }
