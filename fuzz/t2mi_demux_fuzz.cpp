@@ -21,14 +21,39 @@ void require(bool holds)
         std::abort();
 }
 
+/// PLP 0 is the common one of a group with those that inputs have.
+mpegcore::L1Current L1_of_group()
+{
+    mpegcore::L1Current L1;
+    for (const std::uint8_t plp_id : {0, 1, 2, 3, 255}) {
+        mpegcore::L1PostConfigurable::PLP plp;
+        plp.PLP_ID = plp_id;
+        plp.PLP_TYPE = plp_id == 0 ? 0 : 1;
+        L1.L1CONF.PLPs.push_back(plp);
+    }
+    return L1;
+}
+
 /// Looks at every byte that it gets.
 class Checker : public T2MIDemultiplexer::Listener
 {
 public:
+    Checker() { m_merger.follow(L1_of_group()); }
+
+    /// As many packets as went in must have come out of merging.
+    void finish()
+    {
+        m_merger.flush();
+        require(m_waiting == 0);
+    }
+
     void on_packet(std::uint8_t plp_id, const mpegcore::UserPacket& packet, bool is_behind_gap) override
     {
         require(packet.data[0] == 0x47 && packet.ISSY_size <= 3 && (packet.ISSY_size == 0) == (packet.ISSY == nullptr));
         require(m_is_there[plp_id]);
+        m_waiting += m_merger.is_data(plp_id) ? 1 : 0;
+        m_merger.put(plp_id, packet, is_behind_gap);
+        require(m_waiting <= 5 * mpegcore::CommonPLPMerger::most_waiting);
         add(plp_id);
         add(is_behind_gap ? 1 : 0);
         add(packet.data, mpegcore::ts_packet_size);
@@ -63,6 +88,12 @@ private:
     void add(const unsigned char* data, std::size_t size) { sum = mpegcore::crc32_mpeg2(data, size, sum); }
 
     std::bitset<256> m_is_there;
+    std::size_t m_waiting = 0; ///< packets of data PLPs in the merger
+    mpegcore::CommonPLPMerger m_merger{[this](std::uint8_t plp_id, const mpegcore::UserPacket& packet, bool) {
+        require(packet.data[0] == 0x47 && m_waiting-- != 0);
+        add(plp_id);
+        add(packet.data, mpegcore::ts_packet_size);
+    }};
 };
 
 std::uint32_t result_of(const std::vector<unsigned char>& stream, std::size_t piece, std::uint8_t settings)
@@ -74,6 +105,7 @@ std::uint32_t result_of(const std::vector<unsigned char>& stream, std::size_t pi
     if ((settings & 4) != 0)
         demultiplexer.set_stream_id(settings >> 5);
     demultiplexer.set_restore_nulls((settings & 8) != 0);
+    demultiplexer.set_merge_common_PLPs((settings & 16) != 0);
     for (std::size_t at = 0; at < stream.size(); at += piece) {
         const std::size_t size = std::min(piece, stream.size() - at);
         // A block of exactly this size, so that a sanitizer sees one byte too many.
@@ -82,6 +114,7 @@ std::uint32_t result_of(const std::vector<unsigned char>& stream, std::size_t pi
         demultiplexer.put(block.get(), size);
     }
     demultiplexer.finish();
+    checker.finish();
     return checker.sum;
 }
 } // namespace
