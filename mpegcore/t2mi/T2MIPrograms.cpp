@@ -9,8 +9,8 @@ namespace mpegcore
 {
 namespace
 {
-constexpr std::uint16_t PAT_PID = 0;
-constexpr std::uint8_t PAT_table_id = 0, PMT_table_id = 2;
+constexpr std::uint16_t program_association_PID = 0;
+constexpr std::uint8_t program_association_table_id = 0, program_map_table_id = 2;
 
 /// The t2mi_stream_id of the T2-MI descriptor among the descriptors, if there is one.
 std::optional<std::uint8_t> described_stream_id(const unsigned char* descriptors, std::size_t size)
@@ -28,7 +28,7 @@ std::optional<std::uint8_t> described_stream_id(const unsigned char* descriptors
     return std::nullopt;
 }
 
-bool names(const T2MIPrograms::Stream& stream, int t2mi_stream_id)
+bool names_stream(const T2MIPrograms::Stream& stream, int t2mi_stream_id)
 {
     return stream.has_descriptor && (t2mi_stream_id < 0 || stream.t2mi_stream_id == t2mi_stream_id);
 }
@@ -68,9 +68,9 @@ void T2MIPrograms::take_section(std::uint16_t PID, const unsigned char* section,
     const SectionHeader header(section, size);
     if (!header.has_extension() || !header.current_next_indicator())
         return;
-    if (PID == PAT_PID && header.table_id() == PAT_table_id)
+    if (PID == program_association_PID && header.table_id() == program_association_table_id)
         m_PATs.put(PID, section, size);
-    if (PID != PAT_PID && header.table_id() == PMT_table_id) {
+    if (PID != program_association_PID && header.table_id() == program_map_table_id) {
         const auto program = m_programs.find(header.table_id_extension());
         if (program != m_programs.end() && program->second.PMT_PID == PID)
             m_PMTs.put(PID, section, size);
@@ -91,7 +91,7 @@ void T2MIPrograms::follow_PAT(TableNews news, const WholeTable& table)
     for (const auto& section : table.sections)
         for_each_program(section.second.data(), section.second.size(),
                          [&](std::uint16_t program_number, std::uint16_t PID) {
-                             if (PID != PAT_PID && programs.size() < program_limit)
+                             if (PID != program_association_PID && programs.size() < program_limit)
                                  programs[program_number].PMT_PID = PID;
                          });
     for (auto& [program_number, before] : m_programs) {
@@ -102,7 +102,7 @@ void T2MIPrograms::follow_PAT(TableNews news, const WholeTable& table)
         }
         TableIdentity identity;
         identity.PID = before.PMT_PID;
-        identity.table_id = PMT_table_id;
+        identity.table_id = program_map_table_id;
         identity.table_id_extension = program_number;
         m_old.push_back(identity);
     }
@@ -132,7 +132,7 @@ void T2MIPrograms::follow_PMT(TableNews news, const WholeTable& table)
 void T2MIPrograms::watch_PMTs()
 {
     m_PIDs.reset();
-    m_PIDs.set(PAT_PID);
+    m_PIDs.set(program_association_PID);
     for (const auto& program : m_programs)
         m_PIDs.set(program.second.PMT_PID);
     for (auto gatherer = m_gatherers.begin(); gatherer != m_gatherers.end();)
@@ -142,7 +142,7 @@ void T2MIPrograms::watch_PMTs()
 void T2MIPrograms::forget_old_tables()
 {
     for (const auto& identity : m_old)
-        (identity.PID == PAT_PID ? m_PATs : m_PMTs).remove(identity);
+        (identity.PID == program_association_PID ? m_PATs : m_PMTs).remove(identity);
     m_old.clear();
 }
 
@@ -170,15 +170,15 @@ bool T2MIPrograms::describes(std::uint16_t PID, int t2mi_stream_id) const
 {
     const auto all = streams();
     return std::any_of(all.begin(), all.end(),
-                       [&](const Stream& stream) { return stream.PID == PID && names(stream, t2mi_stream_id); });
+                       [&](const Stream& stream) { return stream.PID == PID && names_stream(stream, t2mi_stream_id); });
 }
 
 std::optional<std::uint16_t> T2MIPrograms::described_PID(int t2mi_stream_id) const
 {
     const auto all = streams();
     for (const int wanted : {t2mi_stream_id, -1}) {
-        const auto found =
-            std::find_if(all.begin(), all.end(), [wanted](const Stream& stream) { return names(stream, wanted); });
+        const auto found = std::find_if(all.begin(), all.end(),
+                                        [wanted](const Stream& stream) { return names_stream(stream, wanted); });
         if (found != all.end())
             return found->PID;
     }
