@@ -132,6 +132,43 @@ TEST(T2MIDemux, LeavesDeletedNullPacketsOutWhenTold)
     EXPECT_EQ(without.bytes(3).size() + 188 * nulls, with.bytes(3).size());
 }
 
+TEST(T2MIDemux, MergesCommonPlpsWhenTold)
+{
+    zqtest::BasebandFormat format;
+    format.ISSY_size = 3;
+    Feed feed({1, 9}, format);
+    mpegcore::L1Current L1;
+    ASSERT_TRUE(L1.read(zqtest::L1_on_air.data(), zqtest::L1_on_air.size()));
+    L1.L1CONF.PLPs.resize(2, L1.L1CONF.PLPs[0]);
+    L1.L1DYN_CURR.PLPs.resize(2);
+    L1.L1CONF.PLPs[0].PLP_ID = 1;
+    L1.L1CONF.PLPs[1].PLP_ID = 9;
+    L1.L1CONF.PLPs[1].PLP_TYPE = 0;
+    L1.measure();
+    feed.packets.push_back(feed.sender.packet(0x10, L1.payload()));
+    feed.add(20, 1200).end();
+    const Bytes stream = tables() + packed(feed.packets);
+    demuxing with([](GObject*demux) { g_object_set(demux, "merge-common-plps", TRUE, nullptr); }), without;
+    for (demuxing* const to : {&with, &without}) {
+        to->push_cut(stream, 1316);
+        to->push(gst_event_new_eos());
+    }
+    EXPECT_EQ(without.figure("merged-packets"), 0U);
+    EXPECT_EQ(without.bytes(1), joined(feed.sent[1]));
+    // Slots count the packets of each PLP; where that of PLP 1 is a null packet, that of PLP 9 comes.
+    auto merged = feed.sent[1];
+    unsigned changed = 0;
+    for (std::size_t slot = 0; slot < merged.size() && slot < feed.sent[9].size(); ++slot)
+        if (merged[slot] == zqtest::null_transport_packet() && feed.sent[9][slot] != merged[slot]) {
+            merged[slot] = feed.sent[9][slot];
+            ++changed;
+        }
+    EXPECT_GT(changed, 10U);
+    EXPECT_EQ(with.bytes(1), joined(merged));
+    EXPECT_EQ(with.figure("merged-packets"), changed);
+    EXPECT_EQ(with.bytes(9), joined(feed.sent[9]));
+}
+
 TEST(T2MIDemux, StripsRtpWhetherCapsSaySoOrNot)
 {
     Feed feed({3});
