@@ -6,7 +6,7 @@ namespace mpegcore
 namespace
 {
 // ETSI EN 302 755, 7.2: the L1 signalling of DVB-T2. PAPR, whose values hang on T2_VERSION, is left out.
-constexpr Meaning guard_intervals[]{
+constexpr Meaning T2_guard_intervals[]{
     {0x00, "1/32"}, {0x01, "1/16"}, {0x02, "1/8"}, {0x03, "1/4"}, {0x04, "1/128"}, {0x05, "19/128"}, {0x06, "19/256"},
 };
 
@@ -75,7 +75,7 @@ constexpr Meaning timestamp_bandwidths[]{
 
 void add_t2_meanings(MeaningIndex& index)
 {
-    index.add("GUARD_INTERVAL", guard_intervals);
+    index.add("GUARD_INTERVAL", T2_guard_intervals);
     index.add("S1", preamble_formats);
     index.add("L1_MOD", l1_modulations);
     index.add("PILOT_PATTERN", pilot_patterns);
