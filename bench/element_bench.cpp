@@ -5,14 +5,13 @@
 // T2-MI.
 #include "paced_load.h"
 #include "receiving_process.h"
-#include "tools/t2mi/t2mi_encapsulator.h"
+#include "t2mi_stream.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -100,30 +99,12 @@ void many_sources(unsigned count, unsigned rounds)
     }
 }
 
-/// A T2-MI stream with one PLP of `packets` packets.
-std::vector<unsigned char> t2mi_stream(std::size_t packets)
-{
-    std::vector<unsigned char> stream;
-    t2mi::t2mi_encapsulator encapsulator{
-        {}, [&](const unsigned char* packet) { stream.insert(stream.end(), packet, packet + 188); }};
-    if (!encapsulator.add_plp(0))
-        throw std::logic_error("no PLP");
-    unsigned char packet[188] = {0x47, 0x01, 0x00, 0x10};
-    for (std::size_t i = 0; i < packets; ++i) {
-        packet[4] = static_cast<unsigned char>(i);
-        if (!encapsulator.push(0, packet))
-            throw std::logic_error("no packet");
-    }
-    encapsulator.flush();
-    return stream;
-}
-
 /// Both roads to a PLP; a "datagram" is 1316 bytes of the PLP.
 void with_t2mi(unsigned rounds)
 {
     for (const unsigned rate : {50, 100, 500}) {
         const auto groups = static_cast<unsigned long>(rate * seconds_per_run * 1e6 / 8 / 1316);
-        const auto stream = t2mi_stream(7 * groups);
+        const auto stream = bench::t2mi_stream(7 * groups);
         const double megabits = static_cast<double>(stream.size()) * 8 / 1e6;
         std::printf("T2-MI at %3u Mbit/s, %u times %.0f Mbit\n", rate, rounds, megabits);
         compare({{"zqnetsource input_type=1 plp=0", 1},

@@ -6,8 +6,8 @@
 #include "mpegcore/CRC.h"
 #include "mpegcore/T2MIToTS.h"
 #include "mpegcore/t2mi/T2MIDemultiplexer.h"
+#include "t2mi_stream.h"
 #include "tests/support/AllocationCounter.h"
-#include "tools/t2mi/t2mi_encapsulator.h"
 
 #include <benchmark/benchmark.h>
 
@@ -15,7 +15,6 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
-#include <random>
 #include <vector>
 
 #include <malloc.h>
@@ -26,25 +25,7 @@ using bytes = std::vector<unsigned char>;
 
 constexpr std::size_t packets_in = 100'000;
 
-/// PLPs of random packets in turn, so that all of the T2-MI has to go out again.
-bytes make_stream(unsigned plps = 1)
-{
-    bytes stream;
-    t2mi::t2mi_encapsulator encapsulator(t2mi::t2mi_options{}, [&stream](const unsigned char* packet) {
-        stream.insert(stream.end(), packet, packet + mpegcore::ts_packet_size);
-    });
-    bool taken = true;
-    for (unsigned plp_id = 0; plp_id < plps; ++plp_id)
-        taken = taken && encapsulator.add_plp(static_cast<std::uint8_t>(plp_id));
-    std::mt19937 random(1);
-    t2mi::ts_packet packet{mpegcore::ts_sync_byte};
-    for (std::size_t at = 0; at < packets_in && taken; ++at) {
-        std::generate(packet.begin() + 1, packet.end(), [&random] { return static_cast<unsigned char>(random()); });
-        taken = encapsulator.push(static_cast<std::uint8_t>(at % plps), packet.data());
-    }
-    encapsulator.flush();
-    return stream;
-}
+bytes make_stream(unsigned plps = 1) { return bench::t2mi_stream(packets_in, plps); }
 
 class counting_decapsulator : public mpegcore::CT2MIToTS
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // CPU time per megabit of zqt2midemux alone, beside that of what `zqnetsource input_type=1` hands its datagrams to: the
 // same datagrams, in memory, in turn.
-#include "tools/t2mi/t2mi_encapsulator.h"
+#include "t2mi_stream.h"
 #include "zq_mpegts/zq_gst_t2mi_demux.h"
 #include "zq_net_source/zq_net_buffer_pool.h"
 #include "zq_net_source/zq_t2mi_provider.h"
@@ -12,8 +12,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <random>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -25,27 +23,6 @@ double cpu_us()
     timespec time{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
     return 1e6 * static_cast<double>(time.tv_sec) + 1e-3 * static_cast<double>(time.tv_nsec);
-}
-
-/// PLPs of random packets in turn.
-std::vector<unsigned char> make_stream(std::size_t packets, unsigned plps)
-{
-    std::vector<unsigned char> stream;
-    t2mi::t2mi_encapsulator encapsulator{
-        {}, [&](const unsigned char* packet) { stream.insert(stream.end(), packet, packet + 188); }};
-    bool taken = true;
-    for (unsigned plp_id = 0; plp_id < plps; ++plp_id)
-        taken = taken && encapsulator.add_plp(static_cast<std::uint8_t>(plp_id));
-    std::mt19937 random(1);
-    t2mi::ts_packet packet{mpegcore::ts_sync_byte};
-    for (std::size_t at = 0; at < packets && taken; ++at) {
-        std::generate(packet.begin() + 1, packet.end(), [&random] { return static_cast<unsigned char>(random()); });
-        taken = encapsulator.push(static_cast<std::uint8_t>(at % plps), packet.data());
-    }
-    encapsulator.flush();
-    if (!taken)
-        throw std::logic_error("a packet was refused");
-    return stream;
 }
 
 unsigned long bytes_out = 0;
@@ -153,9 +130,10 @@ double time_of(Road& road)
 
 void compare(unsigned plps, unsigned pairs)
 {
-    const auto stream = make_stream(20000, plps);
+    const auto stream = bench::t2mi_stream(20000, plps);
     provider_road one{stream};
     demux_road other{stream};
+    bytes_out = 0;
     one.feed();
     const unsigned long by_one = std::exchange(bytes_out, 0);
     other.feed();
