@@ -18,7 +18,7 @@ GstCaps* transport_stream_caps()
 }
 } // namespace
 
-zq_t2mi_pad::zq_t2mi_pad(GstElement* element, std::uint8_t plp_id, guint group) : m_element{element}
+zq_t2mi_pad::zq_t2mi_pad(GstElement* element, std::uint8_t plp_id, guint group)
 {
     const std::string name = "plp_" + std::to_string(plp_id);
     GstPadTemplate* const pad_template = gst_element_get_pad_template(element, "plp_%u");

@@ -41,7 +41,6 @@ private:
 
     void end();
 
-    GstElement* m_element;
     GstPad* m_pad;
     GstStream* m_stream;
     guint8* m_block = nullptr; ///< being filled

@@ -19,7 +19,7 @@ std::shared_ptr<base_descriptor> generic(const Bytes& body)
 TEST(BaseDescriptor, StartsEmpty)
 {
     const auto d = base_descriptor().create();
-    EXPECT_EQ(typeid(*d), typeid(base_descriptor));
+    EXPECT_EQ(type_of(*d), typeid(base_descriptor));
     EXPECT_EQ(d->descriptor_tag, 0);
     EXPECT_EQ(d->descriptor_length, 0);
     EXPECT_EQ(d->payload.data(), nullptr);

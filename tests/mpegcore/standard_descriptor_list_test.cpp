@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 
 #include <random>
-#include <typeindex>
 
 namespace
 {
@@ -36,10 +35,8 @@ std::vector<std::type_index> classes(const Bytes& bytes, ZQDescriptorType type =
     list.copyTo(copy);
     EXPECT_EQ(written(copy), bytes);
     std::vector<std::type_index> result;
-    for (const auto& descriptor : list) {
-        const base_descriptor& one = *descriptor;
-        result.emplace_back(typeid(one));
-    }
+    for (const auto& descriptor : list)
+        result.push_back(type_of(*descriptor));
     return result;
 }
 

@@ -60,7 +60,8 @@ private:
         const std::size_t end = m_document.find_first_of(ends, m_at);
         if (end == std::string::npos)
             throw std::runtime_error("XML: ends early");
-        return m_document.substr(std::exchange(m_at, end), end - m_at);
+        const std::size_t begin = std::exchange(m_at, end);
+        return m_document.substr(begin, end - begin);
     }
 
     static std::string unescaped(const std::string& escaped)

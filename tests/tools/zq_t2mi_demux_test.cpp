@@ -105,7 +105,7 @@ TEST_F(T2MIDemuxTool, ListsAsJsonWithBitRates)
     write_file("feed.ts", stream_of(feed_with_L1()));
     const auto listed = nlohmann::json::parse(run("feed.ts --list --quiet --json").text);
     EXPECT_EQ(listed["pid"], 0x1000);
-    EXPECT_EQ(listed["stream_ids"], nlohmann::json({0}));
+    EXPECT_EQ(listed["stream_ids"], nlohmann::json::array({0}));
     EXPECT_EQ(listed["described"][0]["pid"], 0x1000);
     const auto& plp = listed["plps"][1];
     EXPECT_EQ(plp["id"], 102);

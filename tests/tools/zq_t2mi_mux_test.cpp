@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/Encapsulated.h"
+#include "support/sanitizers.h"
 
 #include <gmock/gmock.h>
 
@@ -194,9 +195,8 @@ TEST_F(Mux, ShowsOnATerminalHowFarALongJobIsAndTidiesUp)
 
 TEST_F(Mux, NeedsNoMoreMemoryForALongerInput)
 {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the sanitizer reserves more address space than the limit allows";
-#endif
+    if (zqtest::address_sanitizer)
+        GTEST_SKIP() << "the sanitizer reserves more address space than the limit allows";
     make_file("in.ts", 5000);
     const auto result = shell("i=0; while [ $i -lt 100 ]; do cat in.ts; i=$((i + 1)); done | "
                               "(ulimit -v 40000; exec '" ZQ_T2MI_MUX "' --plp 0=- --output /dev/null)");

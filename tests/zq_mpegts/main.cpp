@@ -6,15 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#if defined(__SANITIZE_ADDRESS__)
-// Whole stacks, so that a leak can be told from the one block that GLib keeps from its initialisation on.
-extern "C" __attribute__((visibility("default"))) const char* __asan_default_options()
-{
-    return "fast_unwind_on_malloc=0";
-}
-extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() { return "leak:call_init"; }
-#endif
-
 int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/playing_udp_src.h"
+#include "support/sanitizers.h"
 
 #include <gtest/gtest.h>
 
@@ -74,9 +75,8 @@ class UdpSrcClients : public testing::Test
 protected:
     void SetUp() override
     {
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-        GTEST_SKIP() << "how others' elements lock and free is not looked at";
-#endif
+        if (zqtest::thread_sanitizer || zqtest::address_sanitizer)
+            GTEST_SKIP() << "how others' elements lock and free is not looked at";
     }
 
     /// True when the sender and `others` are there; otherwise the test is marked as skipped.

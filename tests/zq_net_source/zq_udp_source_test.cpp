@@ -198,7 +198,7 @@ struct reading
     support::watchdog guard;
     zq_net_statistics statistics;
     std::promise<void> over;
-    zq_udp_source source{nullptr, statistics, [this, waited = over.get_future().share()] { waited.wait(); }};
+    zq_udp_source source{nullptr, statistics, [waited = over.get_future().share()] { waited.wait(); }};
     std::uint16_t port = support::free_port();
 
     reading() { opened = source.open("", port, ""); }

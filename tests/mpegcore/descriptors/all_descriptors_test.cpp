@@ -149,7 +149,7 @@ TEST_P(EveryDescriptor, CreatesAFreshObjectOfItsOwnClass)
 {
     leave_dirty_blocks();
     const auto created = original->create();
-    ASSERT_EQ(std::type_index(typeid(*created)), row.type);
+    ASSERT_EQ(type_of(*created), row.type);
     EXPECT_EQ(row.fields(*created), row.fields(*row.fresh()));
 }
 
@@ -300,7 +300,7 @@ TEST_P(EveryDescriptor, IsChosenAtItsPlaces)
         EXPECT_TRUE(list.read(reader));
         ASSERT_EQ(list.size(), owner.empty() ? 1U : 2U);
         const base_descriptor& last = **(list.end() - 1);
-        EXPECT_EQ(std::type_index(typeid(last)), row.type);
+        EXPECT_EQ(type_of(last), row.type);
         EXPECT_EQ(written(list), owner + bytes);
     }
 }

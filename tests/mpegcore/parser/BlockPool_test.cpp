@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/parser/BlockPool.h"
 
+#include "support/sanitizers.h"
+
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -17,20 +19,12 @@ using mpegcore::take_block;
 
 namespace
 {
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool address_sanitizer = true;
-#elif defined(__has_feature)
-constexpr bool address_sanitizer = __has_feature(address_sanitizer);
-#else
-constexpr bool address_sanitizer = false;
-#endif
-
 class PoisonedBlocks : public testing::Test
 {
 protected:
     void SetUp() override
     {
-        if (!address_sanitizer)
+        if (!zqtest::address_sanitizer)
             GTEST_SKIP() << "only AddressSanitizer sees it";
     }
 };

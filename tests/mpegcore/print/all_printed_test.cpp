@@ -36,7 +36,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Registry, EveryPrintedDescriptor, ::testing::ValuesIn(descriptor_classes<Filled>::all()),
                          [](const auto& instance) {
-                             std::string name = typeid(*instance.param).name();
+                             std::string name = type_of(*instance.param).name();
                              return name.substr(10, name.size() - 11);
                          });
 
