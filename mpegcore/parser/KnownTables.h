@@ -205,7 +205,11 @@ private:
 
     void keep_cleared(std::unique_ptr<T> table)
     {
+        // A buffer that nothing was put into is zero already, and no longer near the processor.
+        unsigned char* const clear_buffer = table->used == 0 ? std::exchange(table->buffer, nullptr) : nullptr;
         table->Clear();
+        if (clear_buffer != nullptr)
+            table->buffer = clear_buffer;
         m_cleared = std::move(table);
     }
 

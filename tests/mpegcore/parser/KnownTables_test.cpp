@@ -224,6 +224,22 @@ TEST_F(KnownTables, ComeAgainAsTheyWereReadAfterRenderingAndAddingData)
     }
 }
 
+TEST_F(KnownTables, AreReadIntoAClearBufferAlsoAfterRenderingOneThatWasKept)
+{
+    tables.set_up(mpegcore::ZQDescriptorType::TS, 0);
+    for (unsigned version = 0; version < 8; ++version) {
+        for (unsigned section = 0; section < 3; ++section) {
+            EXPECT_EQ(read(EIT(section, version)), SectionReading::fresh);
+            const auto& table = *wrapper.current;
+            ASSERT_NE(table.buffer, nullptr);
+            EXPECT_THAT(Bytes(table.buffer, table.buffer + table.capacity), testing::Each(0));
+            if (section != 1) {
+                EXPECT_EQ(current(), EIT(section, version));
+            }
+        }
+    }
+}
+
 TEST(KnownTablesWithLittleRoom, MakeRoomWhenTheirContentsChange)
 {
     zqtest::Multiplex mux(1);
