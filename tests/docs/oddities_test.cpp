@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
+namespace oddities_test
+{
 // docs/oddities.md, one row for each place in the sources whose comment says that it is meant.
 
-namespace
-{
 namespace fs = std::filesystem;
 
 const fs::path root = ZQ_SOURCE_DIR;
@@ -88,7 +88,6 @@ std::set<std::string> tests_in_the_tree()
     }
     return names;
 }
-} // namespace
 
 TEST(Oddities, AreEachPinnedByTestsThatExist)
 {
@@ -112,3 +111,4 @@ TEST(Oddities, HaveOneRowForEachPlaceInTheSourcesThatIsMarked)
         ++documented[row.file];
     EXPECT_EQ(documented, marked) << "a place that is marked as meant needs a row in docs/oddities.md";
 }
+} // namespace oddities_test

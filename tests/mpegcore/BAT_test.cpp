@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+namespace BAT_test
+{
 using mpegcore::CBAT;
 using mpegcore::CBouquetAssociationStream;
 using zqtest::Bytes;
@@ -11,8 +13,6 @@ using zqtest::Roomy;
 using zqtest::operator+;
 using zqtest::section_of;
 
-namespace
-{
 // bouquet_id 0x1234, reserved 3, version 10, current, section 1 of 2.
 const Bytes fields{0x12, 0x34, 0xD5, 0x01, 0x02};
 const Bytes name{0x47, 0x02, 'T', 'V'};
@@ -28,7 +28,6 @@ Bytes section(const Bytes& bouquet_descriptors, const Bytes& streams)
     return section_of(0x4A, fields + length_field(bouquet_descriptors.size(), 9) + bouquet_descriptors +
                                 length_field(streams.size(), 10) + streams);
 }
-} // namespace
 
 TEST(BAT, ReadsTheDescriptorsOfItsStreamsIntoItsOwnList)
 {
@@ -118,3 +117,4 @@ TEST(BouquetAssociationStream, IsCopiedBehindWhatTheTargetHad)
     source.copyTo(&target);
     EXPECT_EQ(target.transport_descriptors.size(), 2U);
 }
+} // namespace BAT_test

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+namespace BaseMpegParser_test
+{
 using mpegcore::transport_packet;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -16,11 +18,8 @@ using zqtest::section_of;
 using zqtest::Stream;
 using zqtest::operator+;
 
-namespace
-{
 class Parser : public zqtest::ParserTest
 {};
-} // namespace
 
 TEST_F(Parser, IgnoresStreamPacketsBeforeTheirPmtButForTheLastCallback)
 {
@@ -300,3 +299,4 @@ TEST(BaseParser, RefusesAPidThatNoPacketCanHave)
     packet.PID = 8192;
     EXPECT_FALSE(parser.ParserData(packet));
 }
+} // namespace BaseMpegParser_test

@@ -10,14 +10,14 @@
 #include <memory>
 #include <type_traits>
 
+namespace BaseMpegTable_test
+{
 using mpegcore::CBaseMpegTable;
 using testing::Each;
 using testing::ElementsAre;
 using zqtest::ByteTable;
 using zqtest::section_of;
 
-namespace
-{
 bool read(CBaseMpegTable& table, std::vector<unsigned char> bytes)
 {
     CBaseMpegTable::Reader reader(bytes.data(), bytes.size());
@@ -31,7 +31,6 @@ void read_header(CBaseMpegTable& table, std::vector<unsigned char> bytes)
 }
 
 std::vector<unsigned char> rendered(const CBaseMpegTable& table) { return {table.buffer, table.buffer + table.used}; }
-} // namespace
 
 TEST(TableHeader, IsReadFieldByField)
 {
@@ -359,3 +358,4 @@ TEST(SectionRender, WithoutCrcEndsWithTheBody)
     EXPECT_TRUE(table.render_section_without_crc([&](auto& out) { return table.write_body(out); }));
     EXPECT_THAT(rendered(table), ElementsAre(0, 0, 3, 1, 2, 3));
 }
+} // namespace BaseMpegTable_test

@@ -8,12 +8,12 @@
 #include <limits>
 #include <numeric>
 
+namespace BasePID_test
+{
 using mpegcore::CBasePID;
 using mpegcore::transport_packet;
 using zqtest::Bytes;
 
-namespace
-{
 transport_packet packet(Bytes& payload, bool starts, unsigned adaptation_field_control = 1, std::uint16_t PID = 0x100)
 {
     transport_packet p{};
@@ -42,7 +42,6 @@ protected:
     CBasePID pid;
     Bytes first = Bytes(184, 1), second = Bytes(100, 2), third = Bytes(184, 3);
 };
-} // namespace
 
 TEST_F(Pid, BeginsWithNothing)
 {
@@ -273,3 +272,4 @@ TEST_F(Pid, DiscardsAUnitForWhichTheBudgetHasNothingLeft)
     pid.putPacket(packet(second, true));
     EXPECT_EQ(contents(pid.collecting), second);
 }
+} // namespace BasePID_test

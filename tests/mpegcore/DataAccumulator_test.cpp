@@ -7,10 +7,10 @@
 #include <type_traits>
 #include <vector>
 
+namespace DataAccumulator_test
+{
 using mpegcore::CDataAccumulator;
 
-namespace
-{
 std::vector<unsigned char> pattern(std::size_t size)
 {
     std::vector<unsigned char> bytes(size);
@@ -23,7 +23,6 @@ std::vector<unsigned char> contents(const CDataAccumulator& accumulator)
 {
     return {accumulator.data, accumulator.data + accumulator.size};
 }
-} // namespace
 
 TEST(DataAccumulator, OfSizeZeroHas4095Bytes)
 {
@@ -104,3 +103,4 @@ TEST(DataAccumulator, ReservesExactlyWhatIsAskedForAndNeverShrinks)
 }
 
 TEST(DataAccumulator, IsNotCopyable) { EXPECT_FALSE(std::is_copy_constructible_v<CDataAccumulator>); }
+} // namespace DataAccumulator_test

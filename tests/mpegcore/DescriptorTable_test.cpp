@@ -5,13 +5,13 @@
 
 #include <gmock/gmock.h>
 
+namespace DescriptorTable_test
+{
 using zqtest::Bytes;
 using zqtest::Roomy;
 using zqtest::operator+;
 using zqtest::section_of;
 
-namespace
-{
 // reserved 0x3A5F2, version 10, current, section 1 of 2.
 const Bytes fields{0xE9, 0x7C, 0x95, 0x01, 0x02};
 const Bytes conditional_access{0x09, 0x04, 0x18, 0x33, 0xE1, 0x00};
@@ -23,7 +23,6 @@ protected:
     Roomy<Table> table;
 };
 using both = testing::Types<mpegcore::CCAT, mpegcore::CTSDT>;
-} // namespace
 
 TYPED_TEST_SUITE(CatAndTsdt, both);
 
@@ -68,3 +67,4 @@ TYPED_TEST(CatAndTsdt, IgnoreOneOrTwoBytesBehindTheLastDescriptor)
     ASSERT_TRUE(zqtest::read(this->table, section_of(0x01, fields + conditional_access + Bytes{0x09, 0x00})));
     EXPECT_EQ(this->table.descriptors.size(), 1U);
 }
+} // namespace DescriptorTable_test

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+namespace EIT_test
+{
 using mpegcore::CEIT;
 using mpegcore::CEventInfo;
 using zqtest::Bytes;
@@ -11,8 +13,6 @@ using zqtest::Roomy;
 using zqtest::operator+;
 using zqtest::section_of;
 
-namespace
-{
 // service_id 0x1234, reserved 3, version 10, current, section 1 of 2, transport_stream_id 0x2345, original_network_id
 // 0x3456, segment_last_section_number 0x5A, last_table_id 0x4F.
 const Bytes fields{0x12, 0x34, 0xD5, 0x01, 0x02, 0x23, 0x45, 0x34, 0x56, 0x5A, 0x4F};
@@ -23,7 +23,6 @@ Bytes event(std::uint8_t id, const Bytes& descriptors)
     return Bytes{0x00, id, 0xC0, 0x79, 0x12, 0x45, 0x00, 0x01, 0x45, 0x00} + length_field(descriptors.size(), 9) +
            descriptors;
 }
-} // namespace
 
 TEST(EIT, ReadsItsFieldsAndEvents)
 {
@@ -252,3 +251,4 @@ TEST(EventTimes, SurviveAnyValue)
         static_cast<void>(CEventInfo::time_t_to_start_time(-static_cast<std::int64_t>(every_bit >> 1 >> shift)));
     }
 }
+} // namespace EIT_test

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+namespace NIT_test
+{
 using mpegcore::CNIT;
 using zqtest::Bytes;
 using zqtest::length_field;
@@ -10,8 +12,6 @@ using zqtest::Roomy;
 using zqtest::operator+;
 using zqtest::section_of;
 
-namespace
-{
 // network_id 0x1234, reserved 3, version 10, current, section 1 of 2.
 const Bytes fields{0x12, 0x34, 0xD5, 0x01, 0x02};
 const Bytes name{0x40, 0x02, 'T', 'V'};
@@ -27,7 +27,6 @@ Bytes section(const Bytes& network_descriptors, const Bytes& streams)
     return section_of(0x40, fields + length_field(network_descriptors.size(), 9) + network_descriptors +
                                 length_field(streams.size(), 10) + streams);
 }
-} // namespace
 
 TEST(NIT, ReadsItsFieldsDescriptorsAndStreams)
 {
@@ -125,3 +124,4 @@ TEST(TransportStream, IsCopiedOverWhatTheTargetHad)
     EXPECT_EQ(target.transport_descriptors_length, target.descriptors.getSize());
     EXPECT_EQ(target.reserved_future_use, 11);
 }
+} // namespace NIT_test

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+namespace PAT_test
+{
 using mpegcore::CBaseMpegProgram;
 using mpegcore::CPAT;
 using zqtest::Bytes;
@@ -10,11 +12,8 @@ using zqtest::Roomy;
 using zqtest::operator+;
 using zqtest::section_of;
 
-namespace
-{
 // transport_stream_id 0x1234, reserved 3, version 10, current, section 1 of 2.
 const Bytes fields{0x12, 0x34, 0xD5, 0x01, 0x02};
-} // namespace
 
 TEST(PAT, ReadsItsFieldsAndPrograms)
 {
@@ -198,3 +197,4 @@ TEST(Program, CopiesItsFieldsButNotItsMark)
     EXPECT_EQ(target.PID, 3);
     EXPECT_EQ(target.IsValid(), 1);
 }
+} // namespace PAT_test

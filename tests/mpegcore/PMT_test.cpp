@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+namespace PMT_test
+{
 using mpegcore::CPMT;
 using zqtest::Bytes;
 using zqtest::length_field;
@@ -10,8 +12,6 @@ using zqtest::Roomy;
 using zqtest::operator+;
 using zqtest::section_of;
 
-namespace
-{
 // program_number 0x1234, reserved 3, version 10, current, section 1 of 2, reserved 5, PCR_PID 0x0101.
 const Bytes fields{0x12, 0x34, 0xD5, 0x01, 0x02, 0xA1, 0x01};
 const Bytes no_descriptors{0xF0, 0x00};
@@ -21,7 +21,6 @@ Bytes stream(std::uint8_t type, const Bytes& descriptors)
 {
     return Bytes{type, 0xE1, 0x02} + length_field(descriptors.size()) + descriptors;
 }
-} // namespace
 
 TEST(PMT, ReadsItsFieldsStreamsAndDescriptors)
 {
@@ -193,3 +192,4 @@ TEST(PMT, IsDifferentByEachComparedField)
     EXPECT_TRUE(differs([](CPMT& t) { t.program_info_length ^= 1; }));
     EXPECT_TRUE(differs([](CPMT& t) { t.streams.clear(); }));
 }
+} // namespace PMT_test

@@ -6,10 +6,10 @@
 
 #include <random>
 
+namespace PacketFinder_test
+{
 using zqtest::Bytes;
 
-namespace
-{
 /// Packets whose bytes are random but never a sync byte, `before` bytes in front of each and `behind` after it.
 struct Made
 {
@@ -59,7 +59,6 @@ struct Found
 };
 
 const std::vector<std::size_t> sizes{1, 7, 187, 188, 189, 204, 1000, 1316, 100'000};
-} // namespace
 
 TEST(PacketFinder, FindsPacketsOf188And192And204BytesInPiecesOfAnySize)
 {
@@ -165,3 +164,4 @@ TEST(PacketFinder, FindsTheSameInPiecesAsInTheWhole)
         ASSERT_EQ(pieces.finder.skipped_bytes(), whole.finder.skipped_bytes()) << round;
     }
 }
+} // namespace PacketFinder_test

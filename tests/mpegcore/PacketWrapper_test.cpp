@@ -7,20 +7,19 @@
 
 #include <type_traits>
 
+namespace PacketWrapper_test
+{
 using mpegcore::CPacketWrapper;
 using mpegcore::section_buffer_size;
 using testing::ElementsAre;
 using zqtest::ByteTable;
 using zqtest::section_of;
 
-namespace
-{
 int parse(CPacketWrapper<ByteTable>& wrapper, std::vector<unsigned char> bytes)
 {
     mpegcore::CBaseMpegTable::Reader reader(bytes.data(), bytes.size());
     return wrapper.Parser(reader);
 }
-} // namespace
 
 TEST(PacketWrapper, StartsInvalidWithTwoInstancesThatOwnTheirBuffers)
 {
@@ -94,3 +93,4 @@ TEST(PacketWrapper, DoesNotLetAGoodSectionInheritWhatOthersLeftInWork)
 }
 
 TEST(PacketWrapper, IsNotCopyable) { EXPECT_FALSE(std::is_copy_constructible_v<CPacketWrapper<ByteTable>>); }
+} // namespace PacketWrapper_test

@@ -8,18 +8,17 @@
 
 #include <random>
 
+namespace PrivateSection_test
+{
 using namespace mpegcore;
 using zqtest::Bytes;
 using zqtest::section_of;
 
-namespace
-{
 std::string json_of(const Bytes& section)
 {
     const auto table = table_of_section(section.data(), section.size());
     return table == nullptr ? "none" : to_json(*table);
 }
-} // namespace
 
 TEST(PrivateSection, HasItsHeaderAndItsBytes)
 {
@@ -101,3 +100,4 @@ TEST(TableOfSection, TakesAnyBytes)
         EXPECT_EQ(table_of_section(block.data(), block.size()) != nullptr, bytes.size() >= 3);
     }
 }
+} // namespace PrivateSection_test

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+namespace SDT_test
+{
 using mpegcore::CSDT;
 using zqtest::Bytes;
 using zqtest::length_field;
@@ -10,8 +12,6 @@ using zqtest::Roomy;
 using zqtest::operator+;
 using zqtest::section_of;
 
-namespace
-{
 // transport_stream_id 0x1234, reserved 3, version 10, current, section 1 of 2, original_network_id 0x5678, 0xA5.
 const Bytes fields{0x12, 0x34, 0xD5, 0x01, 0x02, 0x56, 0x78, 0xA5};
 const Bytes name{0x48, 0x05, 0x01, 0x00, 0x02, 'T', 'V'};
@@ -20,7 +20,6 @@ Bytes service(std::uint8_t id, const Bytes& descriptors, unsigned status_bits = 
 {
     return Bytes{0x00, id, 0xFE} + length_field(descriptors.size(), status_bits) + descriptors;
 }
-} // namespace
 
 TEST(SDT, ReadsItsFieldsAndServices)
 {
@@ -109,3 +108,4 @@ TEST(Service, IsCopiedOverWhatTheTargetHad)
     EXPECT_EQ(target.descriptors_loop_length, target.descriptors.getSize());
     EXPECT_EQ(target.service_id, 5);
 }
+} // namespace SDT_test

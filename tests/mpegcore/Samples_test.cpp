@@ -10,11 +10,11 @@
 #include <filesystem>
 #include <unistd.h>
 
+namespace Samples_test
+{
 // Streams against the number of every callback and one line per table: built ones, of which the builder says what must
 // come, and the recorded ones in the folder ZQ_SAMPLE_DIR, where NAME.expected.json and NAME.tables.txt say it.
 
-namespace
-{
 using zqtest::FlatJson;
 using zqtest::RecordingParser;
 
@@ -87,7 +87,6 @@ void check(const std::string& name, std::string data, const Expected& expected, 
 
 class Samples : public testing::TestWithParam<std::size_t>
 {};
-} // namespace
 
 TEST_P(Samples, GiveTheExpectedCallbacksAndTables)
 {
@@ -102,3 +101,4 @@ INSTANTIATE_TEST_SUITE_P(InPieces, Samples, testing::Values(std::size_t{1} << 30
                          [](const auto& piece) {
                              return piece.param == 1 ? "OfAByte" : piece.param == 1316 ? "OfADatagram" : "OfTheWhole";
                          });
+} // namespace Samples_test

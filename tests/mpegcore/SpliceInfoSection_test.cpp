@@ -4,13 +4,13 @@
 
 #include <random>
 
+namespace SpliceInfoSection_test
+{
 using mpegcore::CSpliceInfoSection;
 using zqtest::Bytes;
 using zqtest::Roomy;
 using zqtest::operator+;
 
-namespace
-{
 /// A section in the clear: pts_adjustment 1, no tier, and a loop without descriptors.
 Bytes section(std::uint8_t type, const Bytes& command, const Bytes& loop = {0x00, 0x00})
 {
@@ -32,7 +32,6 @@ void read_whole(Roomy<CSpliceInfoSection>& table, const Bytes& bytes)
 const Bytes insert_on_air{0xFC, 0x30, 0x25, 0x00, 0x00, 0x34, 0x81, 0x32, 0x23, 0x00, 0xFF, 0xFF, 0xFF, 0x05,
                           0x62, 0x00, 0x1C, 0x7E, 0x7F, 0xEF, 0xFF, 0xDA, 0xC6, 0xE9, 0xA9, 0xFE, 0x00, 0x52,
                           0x65, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0xE8, 0x67, 0x65, 0x71};
-} // namespace
 
 TEST(SpliceInfoSection, ReadsAnInsertThatDoesNotGiveItsLength)
 {
@@ -230,3 +229,4 @@ TEST(SpliceInfoSection, RendersWhateverItReadOfRandomContents)
     }
     EXPECT_GT(whole, 1000);
 }
+} // namespace SpliceInfoSection_test

@@ -3,13 +3,13 @@
 
 #include <gmock/gmock.h>
 
+namespace T2MIBBFrame_test
+{
 using namespace zqtest;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-namespace
-{
 Recording decapsulated(const std::vector<Frame>& frames, unsigned char plp_id = 0)
 {
     std::vector<Bytes> packets;
@@ -21,7 +21,6 @@ Recording decapsulated(const std::vector<Frame>& frames, unsigned char plp_id = 
 const Bytes data_1 = pattern(187 * 3 + 100, 1); // leaves 100 bytes
 const Bytes data_2 = pattern(87 + 187 * 2, 2);  // begins with 87 bytes of that packet
 const Bytes joined = slice(data_1, 187 * 3, 100) + slice(data_2, 0, 87);
-} // namespace
 
 TEST(BBFrame, HasAllItsFields)
 {
@@ -232,3 +231,4 @@ TEST(BBFrame, LosesItsCarryByClear)
     decapsulator.feed(stream_of({Frame{0, 87 * 8, data_2}.packet()}).data);
     EXPECT_THAT(decapsulator.packets, SizeIs(3 + 2));
 }
+} // namespace T2MIBBFrame_test

@@ -3,15 +3,14 @@
 
 #include <gmock/gmock.h>
 
+namespace T2MIRecords_test
+{
 using namespace zqtest;
 using testing::SizeIs;
 
-namespace
-{
 const Bytes timestamp_payload{0x04, 0x12, 0x34, 0x56, 0x78, 0x9A, 0x80, 0x00, 0x00, 0x20, 0x05};
 
 Recording fed(const Stream& stream) { return decapsulated_stream(stream.data); }
-} // namespace
 
 TEST(T2MITimestamps, HaveAllTheirFields)
 {
@@ -61,3 +60,4 @@ TEST(T2MIAuxiliaryStreams, MayBeShorterThanTheirFields)
     EXPECT_EQ(decapsulator.auxiliaries[0].payload, slice(packet, 6, 5));
     EXPECT_EQ(decapsulator.auxiliaries[0].aux_data, slice(packet, 9, 2));
 }
+} // namespace T2MIRecords_test

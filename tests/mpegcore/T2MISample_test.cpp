@@ -9,10 +9,10 @@
 #include <fstream>
 #include <iterator>
 
+namespace T2MISample_test
+{
 // Built T2-MI, and the recorded one in the folder ZQ_SAMPLE_DIR, against the packets and counts that must come out.
 
-namespace
-{
 namespace fs = std::filesystem;
 using zqtest::Bytes;
 
@@ -39,7 +39,6 @@ void check(Bytes data, const Bytes& transport_stream, const zqtest::FlatJson::va
 
 class T2MISample : public testing::TestWithParam<std::size_t>
 {};
-} // namespace
 
 TEST_P(T2MISample, GivesExactlyTheExpectedPackets)
 {
@@ -63,3 +62,4 @@ INSTANTIATE_TEST_SUITE_P(InPieces, T2MISample, testing::Values(std::size_t{1} <<
                          [](const auto& piece) {
                              return piece.param == 1 ? "OfAByte" : piece.param == 1316 ? "OfADatagram" : "OfTheWhole";
                          });
+} // namespace T2MISample_test

@@ -3,15 +3,14 @@
 
 #include <gmock/gmock.h>
 
+namespace T2MIState_test
+{
 using namespace zqtest;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-namespace
-{
 Recording fed(const Stream& stream) { return decapsulated_stream(stream.data); }
-} // namespace
 
 TEST(T2MIPID, IsKeptByAPMTWithSeveralStreams)
 {
@@ -133,3 +132,4 @@ TEST(T2MIClear, ForgetsTheUserPacketThatWasBegunInAnyPLP)
         EXPECT_TRUE(decapsulator.packets.empty()) << plp;
     }
 }
+} // namespace T2MIState_test

@@ -4,17 +4,16 @@
 
 #include <gmock/gmock.h>
 
+namespace T2MIToTS_test
+{
 using namespace zqtest;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-namespace
-{
 const Bytes timestamp_payload{0x04, 0x12, 0x34, 0x56, 0x78, 0x9A, 0x80, 0x00, 0x00, 0x20, 0x05};
 
 Recording fed(const Stream& stream) { return decapsulated_stream(stream.data); }
-} // namespace
 
 TEST(T2MIPackets, AreLookedAtOnlyWhenTheNextOneStarts)
 {
@@ -346,3 +345,4 @@ TEST(T2MIPackets, TooLongByTheBytesInFrontOfAPointerFieldAreDropped)
     EXPECT_THAT(decapsulator.auxiliaries, IsEmpty());
     EXPECT_THAT(decapsulator.timestamps, SizeIs(1));
 }
+} // namespace T2MIToTS_test

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+namespace TDT_test
+{
 using mpegcore::CTDT;
 using mpegcore::CTOT;
 using zqtest::Bytes;
@@ -10,8 +12,6 @@ using zqtest::Roomy;
 using zqtest::operator+;
 using zqtest::section_of;
 
-namespace
-{
 const Bytes now{0xC0, 0x79, 0x12, 0x45, 0x00};
 const Bytes time_offset{0x58, 0x0D, 'D', 'E', 'U', 0x06, 0x01, 0x00, 0xC0, 0x79, 0x12, 0x45, 0x00, 0x02, 0x00};
 
@@ -19,7 +19,6 @@ Bytes offset_section(const Bytes& descriptors)
 {
     return section_of(0x73, now + zqtest::length_field(descriptors.size(), 13) + descriptors, 0x7);
 }
-} // namespace
 
 TEST(TDT, ReadsItsFiveBytesOfTime)
 {
@@ -143,3 +142,4 @@ TEST(TOT, TakesTheLengthOfItsDescriptorsWhenItIsRendered)
     EXPECT_EQ(zqtest::rendered(tot), good);
     EXPECT_EQ(tot.descriptors_loop_length, tot.descriptors.getSize());
 }
+} // namespace TDT_test

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "mpegcore/sections/SectionHeader.h"
 #include "support/Tables.h"
 
 #include <gmock/gmock.h>
@@ -6,14 +7,14 @@
 #include <algorithm>
 #include <random>
 
+namespace all_tables_test
+{
 using namespace mpegcore;
 using zqtest::Bytes;
 using zqtest::ExactBlock;
 using zqtest::Roomy;
 using zqtest::operator+;
 
-namespace
-{
 template <class Table>
 class AllTables : public testing::Test
 {
@@ -47,7 +48,6 @@ Bytes random_section(std::mt19937& random, std::uint8_t table_id)
         byte = static_cast<unsigned char>(random() % 4 == 0 ? random() : random() % 8);
     return zqtest::section_of(table_id, body);
 }
-} // namespace
 
 TYPED_TEST_SUITE(AllTables, zqtest::all_tables);
 
@@ -61,7 +61,7 @@ TYPED_TEST(AllTables, RenderAsManyBytesAsTheyAnnounce)
 
 TYPED_TEST(AllTables, EndInACrcThatMakesThatOfTheSectionZero)
 {
-    EXPECT_EQ(TypeParam::has_CRC_32, SectionHeader(this->section.data(), this->section.size()).has_CRC_32());
+    EXPECT_EQ(TypeParam::has_CRC_32, mpegcore::SectionHeader(this->section.data(), this->section.size()).has_CRC_32());
     if (TypeParam::has_CRC_32) {
         EXPECT_EQ(crc32_mpeg2_bytewise(this->section.data(), this->section.size()), 0U);
     }
@@ -214,3 +214,4 @@ TYPED_TEST(AllTables, RenderWhateverTheyReadOfRandomSectionsAndReadNoMoreBack)
         }
     }
 }
+} // namespace all_tables_test

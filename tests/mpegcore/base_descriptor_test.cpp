@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/descriptor_loops.h"
 
-namespace
+namespace base_descriptor_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -131,4 +131,4 @@ TEST(BaseDescriptor, CopiesToNowhereAndToItselfWithoutHarm)
     d->copyTo(d.get());
     EXPECT_EQ(written(*d), (Bytes{0x99, 0x03, 1, 2, 3}));
 }
-} // namespace
+} // namespace base_descriptor_test

@@ -15,12 +15,12 @@
 #include <iterator>
 #include <random>
 
+namespace hostile_input_test
+{
 using zqtest::Bytes;
 using zqtest::RecordingParser;
 using zqtest::Stream;
 
-namespace
-{
 class HostileInput : public testing::Test
 {
 protected:
@@ -72,7 +72,6 @@ std::size_t collected(const mpegcore::CBaseMpegParser& parser)
             bytes += unit == nullptr ? 0 : unit->capacity;
     return bytes;
 }
-} // namespace
 
 TEST_F(HostileInput, OfRandomBytesIsSearchedForPackets)
 {
@@ -246,3 +245,4 @@ TEST_F(HostileInput, OfAStreamOfTablesWithAnyBitFlippedIsRead)
         EXPECT_GT(parser.count["callbacks/OnPreProcess"], 0);
     }
 }
+} // namespace hostile_input_test

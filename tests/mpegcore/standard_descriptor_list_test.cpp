@@ -7,7 +7,7 @@
 
 #include <random>
 
-namespace
+namespace standard_descriptor_list_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -248,4 +248,4 @@ TEST(StandardDescriptorList, SurvivesRandomContentInExactBlocks)
             ASSERT_TRUE(!whole || bytes.size() - back.size() <= 1);
         }
 }
-} // namespace
+} // namespace standard_descriptor_list_test

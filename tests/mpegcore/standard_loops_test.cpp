@@ -2,18 +2,17 @@
 // Tables whose descriptor_dictionary is Standard: every loop is read whole and rendered again byte for byte.
 #include "support/empty_descriptors.h"
 
+namespace standard_loops_test
+{
 using namespace mpegcore;
 using zqtest::Bytes;
 using zqtest::length_field;
 using zqtest::Roomy;
 using zqtest::operator+;
 
-namespace
-{
 template <class Table>
 class StandardLoops : public testing::Test
 {};
-} // namespace
 
 using tables_with_loops = testing::Types<CPMT, CCAT, CTSDT, CNIT, CBAT, CSDT, CEIT, CTOT>;
 TYPED_TEST_SUITE(StandardLoops, tables_with_loops);
@@ -54,3 +53,4 @@ TEST(NitByTheStandard, ReadsT2CellsThatTheStatedDictionaryFailsAt)
     EXPECT_NE(read.find<service_list_descriptor>(), nullptr);
     EXPECT_EQ(zqtest::rendered(standard), section);
 }
+} // namespace standard_loops_test

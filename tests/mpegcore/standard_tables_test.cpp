@@ -8,14 +8,14 @@
 
 #include <random>
 
+namespace standard_tables_test
+{
 using namespace mpegcore;
 using zqtest::Bytes;
 using zqtest::ExactBlock;
 using zqtest::Roomy;
 using zqtest::operator+;
 
-namespace
-{
 Bytes golden(const CRST&)
 {
     return {0x71, 0x70, 0x12, 0x04, 0x31, 0x00, 0x01, 0x6D, 0x66, 0x12, 0x34,
@@ -50,7 +50,6 @@ protected:
     const Bytes section = golden(table);
     bool read = false;
 };
-} // namespace
 
 using all_standard_tables = testing::Types<CRST, CDIT, CSIT, CAIT>;
 TYPED_TEST_SUITE(StandardTables, all_standard_tables);
@@ -217,3 +216,4 @@ TEST(AIT, RefusesApplicationsThatDoNotFillTheirLoop)
         EXPECT_FALSE(zqtest::read(ait, zqtest::with_crc(bytes)));
     }
 }
+} // namespace standard_tables_test

@@ -7,7 +7,7 @@
 #include <random>
 #include <type_traits>
 
-namespace
+namespace zqdescriptorlist_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -356,4 +356,4 @@ TEST(DescriptorList, SurvivesRandomContentInExactBlocks)
             ASSERT_EQ(back, Bytes(bytes.begin(), bytes.begin() + back.size()));
         }
 }
-} // namespace
+} // namespace zqdescriptorlist_test

@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
+namespace change_filter_test
+{
 using news = tables::change_filter::news;
 
-namespace
-{
 struct Changes
 {
     news put(const std::vector<unsigned char>& section, std::uint16_t PID = 0x10)
@@ -24,7 +24,6 @@ std::vector<unsigned char> section(std::uint8_t version, std::uint8_t number, st
     return zqtest::section_of(
         0x40, {0, 1, static_cast<std::uint8_t>(0xC0U | version << 1U | (current ? 1U : 0U)), number, 1, byte});
 }
-} // namespace
 
 TEST(ChangeFilter, TellsTheFirstChangesAndRepetitionsOfASection)
 {
@@ -52,3 +51,4 @@ TEST(ChangeFilter, TakesATimeForAChange)
     EXPECT_EQ(changes.put({0x70, 0x70, 5, 1, 2, 3, 4, 5}), news::first);
     EXPECT_EQ(changes.put({0x70, 0x70, 5, 1, 2, 3, 4, 6}), news::changed);
 }
+} // namespace change_filter_test

@@ -3,11 +3,11 @@
 
 #include <gmock/gmock.h>
 
+namespace command_line_test
+{
 using t2mi::command_line;
 using testing::HasSubstr;
 
-namespace
-{
 const std::vector<std::string> needed{"--plp", "3=in.ts", "--output", "out.ts"};
 
 std::string fault_of(std::vector<std::string> more, bool with_needed = true)
@@ -25,7 +25,6 @@ command_line parsed(std::vector<std::string> more)
     EXPECT_EQ(parse_command_line(more, line), "");
     return line;
 }
-} // namespace
 
 TEST(CommandLine, TakesInputsAndOutput)
 {
@@ -153,3 +152,4 @@ TEST(CommandLine, ExplainsEveryOption)
           "--quiet",        "--version",     "--help"})
         EXPECT_THAT(help, HasSubstr(option));
 }
+} // namespace command_line_test

@@ -4,11 +4,11 @@
 
 #include <gtest/gtest.h>
 
+namespace input_clock_test
+{
 using namespace std::chrono_literals;
 using zqtest::Stream;
 
-namespace
-{
 std::vector<std::chrono::nanoseconds> stamps(Stream& stream, std::uint64_t bitrate = 1'504'000)
 {
     t2mi::input_clock clock(bitrate);
@@ -20,7 +20,6 @@ std::vector<std::chrono::nanoseconds> stamps(Stream& stream, std::uint64_t bitra
 
 /// A PCR of so many milliseconds.
 void PCR(Stream& stream, std::uint64_t milliseconds, unsigned PID = 0x101) { stream.PCR(PID, 90 * milliseconds, 0); }
-} // namespace
 
 TEST(InputClock, SpacesPacketsWithoutPCRByTheBitRate)
 {
@@ -102,3 +101,4 @@ TEST(InputClock, HeedsTheDiscontinuityIndicator)
     stream.packet(0x101, Stream::goes_on, zqtest::Bytes(176), Stream::PCR_bytes(90 * 5500, 0), 0x90);
     EXPECT_NEAR(static_cast<double>(stamps(stream)[2].count()), 20e6, 2.0);
 }
+} // namespace input_clock_test

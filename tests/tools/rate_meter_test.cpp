@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace
+namespace rate_meter_test
 {
 /// A meter that has seen `stream`.
 tables::rate_meter meter_of(const zqtest::Stream& stream)
@@ -27,7 +27,6 @@ void add_PCRs(zqtest::Stream& stream, std::uint64_t first_base, unsigned count)
             packet % 4 == 0 ? stream.packet(0x102, zqtest::Stream::goes_on, zqtest::Bytes(184)) : stream.null();
     }
 }
-} // namespace
 
 TEST(RateMeter, TellsTheRateOfTheStreamAndOfAPID)
 {
@@ -65,3 +64,4 @@ TEST(RateMeter, GoesByThePCRsOfOnePID)
     stream.PCR(0x101, 0, 0).PCR(0x201, 5, 0).PCR(0x101, 9000, 0).PCR(0x201, 10, 0);
     EXPECT_DOUBLE_EQ(*meter_of(stream).bitrate(), 2 * 188 * 8 * 10);
 }
+} // namespace rate_meter_test

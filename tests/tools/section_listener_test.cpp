@@ -6,14 +6,14 @@
 
 #include <gmock/gmock.h>
 
+namespace section_listener_test
+{
 using testing::ElementsAre;
 using zqtest::Bytes;
 using zqtest::section_of;
 using zqtest::Stream;
 using zqtest::operator+;
 
-namespace
-{
 std::vector<std::string> lines_about(const Bytes& stream, const std::vector<std::uint16_t>& PIDs = {})
 {
     std::vector<std::string> lines;
@@ -41,7 +41,6 @@ std::string last_bytes(const Bytes& section)
     }
     return text;
 }
-} // namespace
 
 TEST(SectionListener, ListensToTablePIDsAndToThoseThatThePATNames)
 {
@@ -110,3 +109,4 @@ TEST(SectionListener, HearsOfEverySampleTheSectionsThatAnotherReaderHeard)
         EXPECT_EQ(lines_about({stream.begin(), stream.end()}), expected) << name;
     }
 }
+} // namespace section_listener_test

@@ -5,13 +5,13 @@
 
 #include <map>
 
+namespace t2mi_bad_input_test
+{
 using namespace zqtest;
 
 // Whatever happens to the stream: no packet comes out that did not go in, the order stays, and behind the damage
 // everything comes again.
 
-namespace
-{
 constexpr unsigned damaged_packets = 200; // pushed packets in the part that is damaged
 constexpr unsigned all_packets = 400;
 
@@ -63,7 +63,6 @@ protected:
     Bytes head;
     Bytes tail;
 };
-} // namespace
 
 TEST_P(Damage, ByFlippedBitsIsContained)
 {
@@ -140,8 +139,6 @@ TEST_P(Damage, ByLongRunsWithoutAStartIsContained)
 
 INSTANTIATE_TEST_SUITE_P(OfSeed, Damage, testing::Range(1U, 26U));
 
-namespace
-{
 /// The rules for one frame after the other, in the plainest words.
 std::vector<Bytes> expected_packets(const std::vector<Frame>& frames)
 {
@@ -169,7 +166,6 @@ std::vector<Bytes> expected_packets(const std::vector<Frame>& frames)
     }
     return packets;
 }
-} // namespace
 
 TEST(RandomFrames, AreCutAsTheirFieldsSay)
 {
@@ -197,3 +193,4 @@ TEST(RandomFrames, AreCutAsTheirFieldsSay)
     }
     EXPECT_GT(packets, 5000U);
 }
+} // namespace t2mi_bad_input_test

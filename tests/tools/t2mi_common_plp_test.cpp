@@ -6,11 +6,11 @@
 
 #include <gmock/gmock.h>
 
+namespace t2mi_common_plp_test
+{
 using namespace zqtest;
 using t2mi::t2mi_options;
 
-namespace
-{
 constexpr unsigned common_id = 9;
 constexpr unsigned slots = 3000;
 
@@ -55,7 +55,6 @@ protected:
     std::map<unsigned, std::vector<Bytes>> original;
     std::map<unsigned, std::vector<bool>> is_from_common;
 };
-} // namespace
 
 TEST_P(CommonPlp, IsMergedIntoEachDataPlp)
 {
@@ -152,3 +151,4 @@ INSTANTIATE_TEST_SUITE_P(InEveryForm, CommonPlp, testing::Combine(testing::Bool(
                              return std::string(std::get<0>(tested.param) ? "normal" : "efficient") +
                                     (std::get<1>(tested.param) ? "WithoutNulls" : "");
                          });
+} // namespace t2mi_common_plp_test

@@ -5,12 +5,12 @@
 
 #include <set>
 
+namespace t2mi_encapsulator_test
+{
 using namespace zqtest;
 using t2mi::t2mi_options;
 using testing::SizeIs;
 
-namespace
-{
 /// The T2-MI packets of a stream, gathered in the plainest way; each payload is checked to begin one at most.
 std::vector<Bytes> t2mi_packets(const Bytes& data)
 {
@@ -42,7 +42,6 @@ std::uint64_t number_at(const Bytes& bytes, std::size_t at, std::size_t size)
         number = number << 8 | bytes[at + byte];
     return number;
 }
-} // namespace
 
 TEST(Encapsulator, BeginsWithPATAndPMT)
 {
@@ -227,3 +226,4 @@ TEST(EncapsulatorOptions, AtTheirLimitsWork)
     EXPECT_EQ(recording.transport_stream(), mix.pushed[0]);
     EXPECT_THAT(recording.auxiliaries, SizeIs(1));
 }
+} // namespace t2mi_encapsulator_test

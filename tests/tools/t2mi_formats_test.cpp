@@ -7,13 +7,13 @@
 
 #include <gmock/gmock.h>
 
+namespace t2mi_formats_test
+{
 using namespace zqtest;
 using t2mi::t2mi_options;
 using testing::ElementsAre;
 using testing::SizeIs;
 
-namespace
-{
 /// The payloads of its T2-MI packets with this packet_type.
 std::vector<Bytes> payloads_of(unsigned packet_type, const Bytes& stream)
 {
@@ -46,7 +46,6 @@ Bytes first_frame(const t2mi_options& options, const Bytes& packet)
     mix.encapsulator.flush();
     return slice(payloads_of(0x00, mix.data).at(0), 3, 10 + 4826);
 }
-} // namespace
 
 TEST(EncapsulatorFormats, WriteTheHeadersOfBothModes)
 {
@@ -351,3 +350,4 @@ TEST(EncapsulatorFormats, AreRefusedWhereTheStandardHasNone)
     options.data_field_bytes_min = 190;
     EXPECT_EQ(t2mi::find_fault(options), "a data field must hold a whole packet, 191 bytes");
 }
+} // namespace t2mi_formats_test

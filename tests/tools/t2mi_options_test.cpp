@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+namespace t2mi_options_test
+{
 using t2mi::t2mi_options;
 
 TEST(EncapsulatorOptions, AreGoodAsTheyStand) { EXPECT_EQ(find_fault(t2mi_options{}), ""); }
@@ -30,3 +32,4 @@ TEST(EncapsulatorOptions, OutOfRangeAreTold)
     EXPECT_TRUE(faulty([](auto& o) { o.common_plp = 1; }));
     EXPECT_TRUE(faulty([](auto& o) { o.bitrate = 10'000'000'001; }));
 }
+} // namespace t2mi_options_test

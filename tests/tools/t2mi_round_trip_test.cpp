@@ -4,10 +4,10 @@
 
 #include <gmock/gmock.h>
 
+namespace t2mi_round_trip_test
+{
 using namespace zqtest;
 
-namespace
-{
 /// PLPs of different rates in random order, frame sizes from a random range.
 class RandomMix : public testing::TestWithParam<unsigned>
 {
@@ -35,7 +35,6 @@ protected:
     t2mi::t2mi_options options;
     std::vector<unsigned> plp_ids;
 };
-} // namespace
 
 TEST_P(RandomMix, ComesBackWholeAndInOrderInAnyPieces)
 {
@@ -145,3 +144,4 @@ TEST(Decapsulating, AllocatesNothingForAPacket)
     EXPECT_EQ(allocations(), before);
     EXPECT_GT(decapsulator.packets, 3900U);
 }
+} // namespace t2mi_round_trip_test

@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+namespace t2mi_timing_test
+{
 using namespace zqtest;
 using namespace std::chrono_literals;
 using t2mi::t2mi_options;
@@ -86,3 +88,4 @@ TEST(Encapsulator, TellsHowFarItRunsAhead)
     mix.encapsulator.advance(1s);
     EXPECT_EQ(mix.encapsulator.packets_sent(), 1000U);
 }
+} // namespace t2mi_timing_test

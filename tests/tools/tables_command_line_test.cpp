@@ -4,12 +4,12 @@
 
 #include <gmock/gmock.h>
 
+namespace tables_command_line_test
+{
 using testing::ElementsAre;
 using testing::HasSubstr;
 using tools::request;
 
-namespace
-{
 struct Parsed
 {
     explicit Parsed(const std::vector<std::string>& arguments)
@@ -20,7 +20,6 @@ struct Parsed
     std::string text;
     request result;
 };
-} // namespace
 
 TEST(TablesCommandLine, ReadsStandardInputUnlessAnInputIsNamed)
 {
@@ -129,3 +128,4 @@ TEST(UDPAddress, IsAGroupAndAPortAndPerhapsASource)
     for (const char* wrong : {"udp://", "udp://239.0.0.1", "udp://239.0.0.1:", "udp://a:b", "udp:/1:2", "239.0.0.1:5"})
         EXPECT_FALSE(tools::parse_udp_address(wrong)) << wrong;
 }
+} // namespace tables_command_line_test

@@ -10,6 +10,8 @@
 #include <atomic>
 #include <thread>
 
+namespace zq_t2mi_demux_test
+{
 using testing::HasSubstr;
 using testing::StartsWith;
 using zqtest::Bytes;
@@ -17,8 +19,6 @@ using zqtest::Feed;
 using zqtest::joined;
 using zqtest::operator+;
 
-namespace
-{
 /// The program as it is installed.
 class T2MIDemuxTool : public zqtest::Program
 {
@@ -45,7 +45,6 @@ Bytes stream_of(const Feed& feed)
 {
     return zqtest::tables({{0x06, zqtest::T2MI_PID, zqtest::T2MI_descriptor()}}) + zqtest::packed(feed.packets);
 }
-} // namespace
 
 TEST_F(T2MIDemuxTool, WritesSeveralPlpsInOnePass)
 {
@@ -188,3 +187,4 @@ TEST_F(T2MIDemuxTool, HasAHelpTextAndAManPageThatNameEachOption)
     }
     EXPECT_THAT(run("--version").text, StartsWith("zq-t2mi-demux "));
 }
+} // namespace zq_t2mi_demux_test

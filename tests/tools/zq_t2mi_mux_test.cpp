@@ -12,11 +12,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+namespace zq_t2mi_mux_test
+{
 using namespace zqtest;
 using testing::HasSubstr;
 
-namespace
-{
 namespace fs = std::filesystem;
 
 struct run_result
@@ -75,7 +75,6 @@ protected:
     fs::path folder;
     std::mt19937 random{3};
 };
-} // namespace
 
 TEST_F(Mux, WrapsSeveralFilesThatComeBackWhole)
 {
@@ -203,3 +202,4 @@ TEST_F(Mux, NeedsNoMoreMemoryForALongerInput)
     EXPECT_EQ(result.exit_code, 0) << "94 MB within 40 MB of address space";
     EXPECT_EQ(result.text, "");
 }
+} // namespace zq_t2mi_mux_test

@@ -12,11 +12,11 @@
 #include <sstream>
 #include <thread>
 
+namespace zq_tables_test
+{
 using testing::HasSubstr;
 using zqtest::Bytes;
 
-namespace
-{
 /// The program as it is installed.
 class Tables : public zqtest::Program
 {
@@ -53,7 +53,6 @@ Bytes spread(const Bytes& stream, std::size_t before, std::size_t behind)
 }
 
 constexpr auto line_count = [](const std::string& text) { return std::count(text.begin(), text.end(), '\n'); };
-} // namespace
 
 TEST_F(Tables, ShowsEachTableWhenItComesFirstAndWhenItChanged)
 {
@@ -345,3 +344,4 @@ TEST_F(Tables, ShowsNoProgressOfAPipe)
     EXPECT_EQ(result.text, "");
     EXPECT_EQ(result.exit_code, 0);
 }
+} // namespace zq_tables_test

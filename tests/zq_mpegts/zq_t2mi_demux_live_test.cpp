@@ -13,12 +13,12 @@
 #include <thread>
 #include <vector>
 
+namespace zq_t2mi_demux_live_test
+{
 using zqtest::Bytes;
 using zqtest::Feed;
 using zqtest::operator+;
 
-namespace
-{
 /// What stands in front, and how it takes the datagrams.
 struct Road
 {
@@ -66,7 +66,6 @@ std::vector<Bytes> datagrams_of(const Bytes& stream, const Road& road)
         std::swap(datagrams[at], datagrams[at + 1]);
     return datagrams;
 }
-} // namespace
 
 TEST_P(T2MIDemuxLive, GivesEveryPacketOfEachPlp)
 {
@@ -103,3 +102,4 @@ TEST_P(T2MIDemuxLive, GivesEveryPacketOfEachPlp)
 
 INSTANTIATE_TEST_SUITE_P(Behind, T2MIDemuxLive, testing::ValuesIn(roads),
                          [](const auto& tested) { return std::string(tested.param.name); });
+} // namespace zq_t2mi_demux_live_test

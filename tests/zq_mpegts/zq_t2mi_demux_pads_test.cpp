@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <fstream>
 
+namespace zq_t2mi_demux_pads_test
+{
 using support::demuxing;
 using testing::ElementsAre;
 using zqtest::Bytes;
@@ -17,8 +19,6 @@ using zqtest::packed;
 using zqtest::tables;
 using zqtest::operator+;
 
-namespace
-{
 Feed two_plps()
 {
     Feed feed({1, 2});
@@ -55,7 +55,6 @@ mpegcore::L1Current L1_of(const std::vector<std::uint8_t>& plp_ids)
     L1.measure();
     return L1;
 }
-} // namespace
 
 TEST(T2MIDemuxPads, BeginWithStreamStartCapsSegmentAndTheCollection)
 {
@@ -389,3 +388,4 @@ TEST(T2MIDemuxPads, WriteAFileInAPipeline)
     std::remove(in.c_str());
     std::remove(out.c_str());
 }
+} // namespace zq_t2mi_demux_pads_test

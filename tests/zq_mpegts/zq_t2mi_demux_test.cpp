@@ -8,6 +8,8 @@
 #include <atomic>
 #include <thread>
 
+namespace zq_t2mi_demux_test
+{
 using support::demuxing;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -19,8 +21,6 @@ using zqtest::T2MI_PID;
 using zqtest::tables;
 using zqtest::operator+;
 
-namespace
-{
 Feed two_plps()
 {
     Feed feed({1, 255});
@@ -31,7 +31,6 @@ Feed two_plps()
 }
 
 Bytes datagram(std::uint16_t number, const Bytes& payload) { return support::rtp_datagram(number, payload); }
-} // namespace
 
 TEST(T2MIDemux, GivesTheTransportStreamOfEachPlp)
 {
@@ -366,3 +365,4 @@ TEST(T2MIDemux, HasItsFiguresReadWhileDataFlow)
     support::set_state(to.element, GST_STATE_NULL);
     EXPECT_EQ(to.figure("transport-packets"), 30 * stream.size() / 188);
 }
+} // namespace zq_t2mi_demux_test

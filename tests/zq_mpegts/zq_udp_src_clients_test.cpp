@@ -11,10 +11,10 @@
 #include <cstdlib>
 #include <filesystem>
 
+namespace zq_udp_src_clients_test
+{
 using support::eventually;
 
-namespace
-{
 /// The first of `elements` that is not installed, or nothing.
 std::string missing(const std::vector<std::string>& elements)
 {
@@ -91,7 +91,6 @@ protected:
 
     std::uint16_t port = support::free_port();
 };
-} // namespace
 
 TEST_F(UdpSrcClients, DecodebinDecodesIt)
 {
@@ -208,3 +207,4 @@ TEST_F(UdpSrcClients, FfmpegSendsToIt)
         ::waitpid(ffmpeg, nullptr, 0);
     }
 }
+} // namespace zq_udp_src_clients_test

@@ -15,6 +15,8 @@
 #include <algorithm>
 #include <memory>
 
+namespace zq_udp_src_faults_test
+{
 using bytes = std::vector<unsigned char>;
 using playing = support::playing_udp_src;
 using support::eventually;
@@ -22,8 +24,6 @@ using support::joined;
 using support::pattern;
 using support::rtp_datagram;
 
-namespace
-{
 /// Keeps what leaves the source from going on until it is destroyed.
 struct held_up
 {
@@ -40,7 +40,6 @@ struct held_up
     zq_pad_pointer pad;
     gulong probe;
 };
-} // namespace
 
 TEST(UdpSrcFaults, LosesNothingInAStallOfHalfASecondAt100MbitOrSaysHowMuch)
 {
@@ -189,3 +188,4 @@ TEST(UdpSrcFaults, TellsAnSsrcOfSyncBytesFromPackets)
     EXPECT_EQ(to.figure("rtp-duplicates"), 2U);
     EXPECT_EQ(to.figure("resync-bytes"), 0U);
 }
+} // namespace zq_udp_src_faults_test

@@ -10,11 +10,11 @@
 #include <algorithm>
 #include <memory>
 
+namespace zq_udp_src_many_test
+{
 using support::eventually;
 using support::pattern;
 
-namespace
-{
 using bytes = std::vector<unsigned char>;
 
 /// Elements in one pipeline, each with a sink of its own and what it delivered.
@@ -65,7 +65,6 @@ std::string group(unsigned number, std::uint16_t port)
 {
     return "address=239.5.5." + std::to_string(number) + " interface=lo port=" + std::to_string(port);
 }
-} // namespace
 
 TEST(ManyUdpSrcs, OnFortyGroupsOfOnePortGetEachItsOwn)
 {
@@ -121,3 +120,4 @@ TEST(ManyDatagramSizes, AreDeliveredOrDroppedAsTheyDeserve)
     expected.insert(expected.end(), largest.begin(), largest.begin() + 348 * 188);
     EXPECT_TRUE(one.got(0, expected));
 }
+} // namespace zq_udp_src_many_test

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+namespace zq_udp_src_test
+{
 using bytes = std::vector<unsigned char>;
 using message = support::message;
 using playing = support::playing_udp_src;
@@ -18,8 +20,6 @@ using support::pattern;
 using support::rtp_datagram;
 using testing::HasSubstr;
 
-namespace
-{
 std::string error_of(const std::string& properties)
 {
     const support::watchdog guard;
@@ -39,7 +39,6 @@ std::string error_of(const std::string& properties)
     support::set_state(pipeline, GST_STATE_NULL);
     return text;
 }
-} // namespace
 
 TEST(UdpSrc, DeliversWhatItReceives)
 {
@@ -313,3 +312,4 @@ TEST(UdpSrcMulticast, TakesItsGroupAndNoOtherOnTheSamePort)
     EXPECT_EQ(second.bytes(), pattern(1316, 2));
     support::set_state(pipeline, GST_STATE_NULL);
 }
+} // namespace zq_udp_src_test

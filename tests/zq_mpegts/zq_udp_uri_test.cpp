@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace
+namespace zq_udp_uri_test
 {
 zq_udp_uri read(const std::string& text)
 {
@@ -19,7 +19,6 @@ std::string error_of(const std::string& text)
     EXPECT_FALSE(zq_udp_uri::read(text, error));
     return error;
 }
-} // namespace
 
 TEST(UdpUri, HasSourceAddressPortAndParameters)
 {
@@ -52,3 +51,4 @@ TEST(UdpUri, IsRefusedWithTheReason)
     EXPECT_EQ(error_of("udp://example.org:1"), "\"example.org\" is no IPv4 or IPv6 address");
     EXPECT_EQ(error_of("udp://nobody@239.1.1.1:1"), "\"nobody\" is no IPv4 or IPv6 address");
 }
+} // namespace zq_udp_uri_test

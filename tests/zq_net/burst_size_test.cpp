@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace
+namespace burst_size_test
 {
 /// Reads bursts of `count` datagrams and tells how many calls each took in the end.
 std::size_t calls_for(zq_net::burst_size& size, std::size_t count)
@@ -19,7 +19,6 @@ std::size_t calls_for(zq_net::burst_size& size, std::size_t count)
     }
     return calls;
 }
-} // namespace
 
 TEST(BurstSize, TakesABurstInOneCallOnceItKnowsItsLength)
 {
@@ -57,3 +56,4 @@ TEST(BurstSize, LearnsNothingFromSilence)
     size.note(4, 0);
     EXPECT_EQ(size.next(), 4U);
 }
+} // namespace burst_size_test

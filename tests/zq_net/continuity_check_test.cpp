@@ -5,7 +5,7 @@
 
 #include <vector>
 
-namespace
+namespace continuity_check_test
 {
 constexpr unsigned payload = 0x10, adaptation = 0x20;
 
@@ -31,7 +31,6 @@ struct stand
     }
     zq_net::continuity_check check;
 };
-} // namespace
 
 TEST(ContinuityCheck, FindsNoErrorInCountersThatFollowOverTheWrap)
 {
@@ -94,3 +93,4 @@ TEST(ContinuityCheck, LooksAtAllPacketsOfABlock)
     block.insert(block.end(), second.begin(), second.end());
     EXPECT_EQ(stand{}.errors_after({block}), 1U);
 }
+} // namespace continuity_check_test

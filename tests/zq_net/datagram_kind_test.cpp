@@ -6,18 +6,17 @@
 
 #include <gtest/gtest.h>
 
+namespace datagram_kind_test
+{
 using support::pattern;
 using support::rtp_datagram;
 using zq_net::datagram_kind;
 using zq_net::rtp_mode;
 
-namespace
-{
 bool is_rtp(datagram_kind& kind, const std::vector<unsigned char>& datagram)
 {
     return kind.look(datagram.data(), datagram.size()).has_value();
 }
-} // namespace
 
 TEST(DatagramKind, TellsRtpFromBarePacketsByItself)
 {
@@ -83,3 +82,4 @@ TEST(DatagramKind, TakesOtherVersionsForPiecesOfAStream)
         EXPECT_FALSE(is_rtp(kind, datagram));
     }
 }
+} // namespace datagram_kind_test

@@ -9,10 +9,10 @@
 
 #include <thread>
 
+namespace datagram_reader_test
+{
 using support::pattern;
 
-namespace
-{
 struct stand
 {
     stand()
@@ -36,7 +36,6 @@ struct stand
     zq_net::datagram_reader reader{4};
     std::vector<unsigned char> memory = std::vector<unsigned char>(4 * 1316);
 };
-} // namespace
 
 TEST(DatagramReader, PutsDatagramsSideBySide)
 {
@@ -127,3 +126,4 @@ TEST(DatagramReader, TellsAnErrorOfTheSocket)
     EXPECT_EQ(to.reader.read(-1, to.memory.data(), 1316, 4, true), -1);
     EXPECT_EQ(errno, EBADF);
 }
+} // namespace datagram_reader_test

@@ -12,10 +12,10 @@
 #include <cstdlib>
 #include <string>
 
+namespace follow_interface_test
+{
 using support::pattern;
 
-namespace
-{
 bool run(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()) == 0; }
 
 /// An interface "zq0" with the address 192.0.2.5, in a network of this process alone.
@@ -67,7 +67,6 @@ struct listening
     std::vector<unsigned char> received; // the first datagram of the last time
     std::vector<unsigned char> memory = std::vector<unsigned char>(2 * 1316);
 };
-} // namespace
 
 TEST(FollowInterface, JoinsAnewWhenTheInterfaceWasRemovedAndMadeAgain)
 {
@@ -118,3 +117,4 @@ TEST(FollowInterface, GetsNothingOfAGroupThatIsSentOnAnotherOne)
     to.receive(2);
     EXPECT_EQ(to.received, pattern(1316, 2));
 }
+} // namespace follow_interface_test

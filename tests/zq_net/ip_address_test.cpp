@@ -5,6 +5,8 @@
 
 #include <net/if.h>
 
+namespace ip_address_test
+{
 using zq_net::find_interface;
 using zq_net::ip_address;
 
@@ -59,3 +61,4 @@ TEST(FindInterface, FindsNoneOfAnUnknownNameOrAddress)
     EXPECT_FALSE(find_interface("eth77", AF_INET));
     EXPECT_FALSE(find_interface("192.0.2.1", AF_INET));
 }
+} // namespace ip_address_test

@@ -3,12 +3,11 @@
 
 #include <gtest/gtest.h>
 
+namespace piece_list_test
+{
 using zq_net::piece_list;
 
-namespace
-{
 const unsigned char memory[100] = {};
-}
 
 TEST(PieceList, JoinsNeighboursInMemoryUnderTheTimeOfTheFirst)
 {
@@ -62,3 +61,4 @@ TEST(PieceList, KeepsCopiesInPlaceHoweverManyFollow)
     for (unsigned value = 0; value < 200; ++value)
         EXPECT_EQ(*list[value].data, value);
 }
+} // namespace piece_list_test

@@ -9,12 +9,12 @@
 #include <random>
 #include <vector>
 
+namespace reorder_window_test
+{
 using testing::ElementsAre;
 using testing::IsEmpty;
 using verdict = zq_net::reorder_window::verdict;
 
-namespace
-{
 /// A window that begins at 1000 and takes payloads of one byte, the low byte of the number. What comes out is told as
 /// these bytes, with -1 in front of each that stands behind a gap.
 struct stand
@@ -46,7 +46,6 @@ struct stand
     zq_net::piece_list list;
     std::deque<unsigned char> payloads;
 };
-} // namespace
 
 TEST(ReorderWindow, PassesWhatIsDueAtOnceAndUncopied)
 {
@@ -178,3 +177,4 @@ TEST(ReorderWindow, PutsAnyShuffleWithinItsLimitInOrder)
     EXPECT_EQ(to.out(), expected);
     EXPECT_EQ(to.window.lost(), 0U);
 }
+} // namespace reorder_window_test

@@ -9,11 +9,11 @@
 #include <set>
 #include <vector>
 
+namespace rtp_merger_test
+{
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-namespace
-{
 constexpr std::uint64_t ms = 1'000'000;
 constexpr std::uint32_t A = 0xA, B = 0xB;
 
@@ -51,7 +51,6 @@ struct stand
     zq_net::piece_list list;
     std::deque<std::vector<unsigned char>> payloads;
 };
-} // namespace
 
 TEST(RtpMerger, PassesOneLegInOrderOverTheWrap)
 {
@@ -276,3 +275,4 @@ TEST(TwoLegs, AreNotLedAstrayByNumbersThatJumpOnOne)
     EXPECT_THAT(to.out(), ElementsAre(0, 1, 2, 3, 4, 5));
     EXPECT_EQ(to.merger.sender_changes(), 0U);
 }
+} // namespace rtp_merger_test

@@ -6,17 +6,16 @@
 #include <random>
 #include <vector>
 
+namespace rtp_packet_test
+{
 using zq_net::read_rtp;
 
-namespace
-{
 using bytes = std::vector<unsigned char>;
 
 /// Version 2, no padding, no extension, no CSRC; marker, payload type 33; then number, time, SSRC and two bytes.
 const bytes plain{0x80, 0xA1, 0x12, 0x34, 0x00, 0x00, 0x00, 0x01, 0xDE, 0xAD, 0xBE, 0xEF, 0x47, 0x11};
 
 auto read(const bytes& datagram) { return read_rtp(datagram.data(), datagram.size()); }
-} // namespace
 
 TEST(RtpPacket, HasTheFieldsOfItsHeader)
 {
@@ -136,3 +135,4 @@ TEST(RtpPacket, NeverReachesBeyondItsDatagram)
         }
     }
 }
+} // namespace rtp_packet_test

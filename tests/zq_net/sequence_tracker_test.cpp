@@ -6,13 +6,13 @@
 
 #include <vector>
 
+namespace sequence_tracker_test
+{
 using zq_net::extend_sequence;
 using zq_net::sequence_tracker;
 using step = sequence_tracker::step;
 using testing::ElementsAre;
 
-namespace
-{
 std::vector<step> steps(sequence_tracker& tracker, const std::vector<unsigned>& numbers)
 {
     std::vector<step> all;
@@ -20,7 +20,6 @@ std::vector<step> steps(sequence_tracker& tracker, const std::vector<unsigned>& 
         all.push_back(tracker.see(static_cast<std::uint16_t>(number)));
     return all;
 }
-} // namespace
 
 TEST(ExtendSequence, TakesTheNearestNumberOverTheWrap)
 {
@@ -104,3 +103,4 @@ TEST(SequenceTracker, StaysWithItsSenderWhenStrangePacketsComeOneByOne)
     EXPECT_THAT(steps(tracker, {100, 30000, 101, 30001, 102}),
                 ElementsAre(step::next, step::strange, step::next, step::strange, step::next));
 }
+} // namespace sequence_tracker_test

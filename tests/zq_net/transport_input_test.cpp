@@ -14,13 +14,13 @@
 #include <random>
 #include <thread>
 
+namespace transport_input_test
+{
 using support::pattern;
 using support::rtp_datagram;
 using zq_net::transport_input;
 using result = transport_input::result;
 
-namespace
-{
 using bytes = std::vector<unsigned char>;
 
 /// An input on free ports of the loopback, with a sender to each leg.
@@ -83,7 +83,6 @@ zq_net::input_settings with_rtp(zq_net::rtp_mode mode)
     settings.rtp = mode;
     return settings;
 }
-} // namespace
 
 TEST(TransportInput, LendsWhatItReceivedUncopied)
 {
@@ -442,3 +441,4 @@ TEST(TransportInputWithTwoLegs, GivesUpNothingThatLiesUnreadOnTheOtherOne)
     EXPECT_EQ(to.out, joined({pattern(188, 0), pattern(188, 1), pattern(188, 2)}));
     EXPECT_EQ(to.input.figures().rtp_lost, 0U);
 }
+} // namespace transport_input_test

@@ -7,11 +7,11 @@
 #include <random>
 #include <vector>
 
+namespace ts_aligner_test
+{
 using zq_net::ts_aligner;
 using verdict = ts_aligner::verdict;
 
-namespace
-{
 using bytes = std::vector<unsigned char>;
 
 /// Packets whose bytes behind the sync byte never are one.
@@ -49,7 +49,6 @@ bytes part(const bytes& all, std::size_t from, std::size_t to)
 {
     return {all.begin() + static_cast<std::ptrdiff_t>(from), all.begin() + static_cast<std::ptrdiff_t>(to)};
 }
-} // namespace
 
 TEST(TsAligner, PassesWholePacketsUncopied)
 {
@@ -179,3 +178,4 @@ TEST(TsAligner, GivesWholePacketsOnlyWhateverComes)
         ASSERT_TRUE(zq_net::has_sync_from(piece.data, piece.size));
     }
 }
+} // namespace ts_aligner_test

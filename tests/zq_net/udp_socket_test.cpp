@@ -12,11 +12,11 @@
 
 #include <cerrno>
 
+namespace udp_socket_test
+{
 using zq_net::udp_settings;
 using zq_net::udp_socket;
 
-namespace
-{
 std::string error_of(const udp_settings& settings)
 {
     udp_socket socket;
@@ -50,7 +50,6 @@ struct opened : udp_socket
         EXPECT_TRUE(open(settings, error)) << error;
     }
 };
-} // namespace
 
 TEST(UdpSocketErrors, NameWhatIsNoAddress)
 {
@@ -171,3 +170,4 @@ TEST(UdpSocket, DoesNotJoinAnewWhileItsInterfaceIsTheSame)
     opened socket{group("239.7.7.3", 0)};
     EXPECT_FALSE(socket.follow_interface());
 }
+} // namespace udp_socket_test

@@ -7,14 +7,14 @@
 
 #include <atomic>
 
+namespace blocked_pad_test
+{
 using support::eventually;
 using support::pattern;
 using support::receive_threads;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-namespace
-{
 /// Blocks everything that goes downstream through a pad, as an application does that wants to link something else.
 class blocking_probe
 {
@@ -50,7 +50,6 @@ struct blocked : support::playing
 /// With properties that let the socket be opened, and with an interface that no host has.
 class BlockedPad : public testing::TestWithParam<const char*>
 {};
-} // namespace
 
 TEST_P(BlockedPad, DoesNotHoldUpTheStart)
 {
@@ -123,3 +122,4 @@ TEST(BlockedPadUnblocked, DeliversWhatCameMeanwhile)
     EXPECT_THAT(stand.recorder.flow(), ElementsAre("stream-start", "caps", "segment", "buffer", "buffer"));
     EXPECT_EQ(stand.recorder.buffers()[1].bytes, pattern(1316, 2));
 }
+} // namespace blocked_pad_test

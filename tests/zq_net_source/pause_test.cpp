@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+namespace pause_test
+{
 using namespace std::chrono_literals;
 using support::eventually;
 using support::figure;
@@ -110,3 +112,4 @@ TEST(Element, MakesItsPipelinePauseWithoutPreroll)
               GST_STATE_CHANGE_NO_PREROLL);
     EXPECT_EQ(state, GST_STATE_PAUSED);
 }
+} // namespace pause_test

@@ -15,14 +15,14 @@
 #include <cstdlib>
 #include <mutex>
 
+namespace stop_test
+{
 using namespace std::chrono_literals;
 using support::eventually;
 using support::figure;
 using support::pattern;
 using support::receive_threads;
 
-namespace
-{
 /// Cycles of PLAYING, PAUSED, PLAYING, NULL; fewer where everything takes longer (sanitizers).
 int cycles()
 {
@@ -98,7 +98,6 @@ void cycle(const std::string& rest)
         ASSERT_EQ(receive_threads(), 0) << "a run was left behind in cycle " << i;
     }
 }
-} // namespace
 
 TEST(StopUnderTraffic, SurvivesCyclesIntoAFakeSink) { cycle("fakesink"); }
 
@@ -283,8 +282,6 @@ TEST(Stop, OnTheReceiveThreadItselfReturnsAndLeavesNoThread)
     EXPECT_EQ(receive_threads(), 0);
 }
 
-namespace
-{
 /// Lets an element go while it plays, which GStreamer rightly complains about.
 void drop_while_playing(support::element& source)
 {
@@ -292,7 +289,6 @@ void drop_while_playing(support::element& source)
     source.reset();
     g_log_set_default_handler(old, nullptr);
 }
-} // namespace
 
 TEST(Stop, HappensWhenAnElementIsDroppedWhilePlaying)
 {
@@ -318,3 +314,4 @@ TEST(Stop, HappensWhenAnElementIsDroppedWhileDownstreamHoldsItsPush)
     stand.closed.open();
     EXPECT_TRUE(eventually([] { return receive_threads() == 0; }));
 }
+} // namespace stop_test

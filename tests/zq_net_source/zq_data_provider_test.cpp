@@ -8,11 +8,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+namespace zq_data_provider_test
+{
 using support::pattern;
 using testing::ElementsAre;
 
-namespace
-{
 std::shared_ptr<GstBufferPool> active_pool(GstBufferPool* pool, guint size)
 {
     GstStructure* config = gst_buffer_pool_get_config(pool);
@@ -104,7 +104,6 @@ void readonly_pool_class_init(readonly_poolClass* pool_class)
         return GST_FLOW_OK;
     };
 }
-} // namespace
 
 TEST(DataProvider, WithoutAPoolDropsTheDataAndSaysSo)
 {
@@ -321,3 +320,4 @@ TEST(DataProvider, KeepsEveryByteOfDatagramsOfAnySize)
     ASSERT_GE(received.size(), sent.size());
     EXPECT_TRUE(std::equal(sent.begin(), sent.end(), received.begin()));
 }
+} // namespace zq_data_provider_test

@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace
+namespace zq_gst_net_source_test
 {
 GParamSpec* parameter(const char* name)
 {
@@ -22,7 +22,6 @@ void expect_texts(GParamSpec* param, const char* nick, const char* blurb)
     EXPECT_STREQ(g_param_spec_get_nick(param), nick);
     EXPECT_STREQ(g_param_spec_get_blurb(param), blurb);
 }
-} // namespace
 
 TEST(ElementClass, HasTheStatedMetadata)
 {
@@ -253,3 +252,4 @@ TEST(Registration, MayBeRepeated)
     EXPECT_STREQ(gst_debug_category_get_description(category), "Quillmark PRXXX ASI Capture Element");
     EXPECT_EQ(gst_debug_category_get_color(category), 0U);
 }
+} // namespace zq_gst_net_source_test

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace
+namespace zq_net_buffer_pool_test
 {
 struct configured
 {
@@ -54,7 +54,6 @@ private:
 public:
     zq_pad_pointer pad;
 };
-} // namespace
 
 TEST(OwnPoolLimits, WithoutWishesAre829440Bytes30And40)
 {
@@ -146,3 +145,4 @@ TEST(PoolNegotiation, MakesAnOwnPoolWhenDownstreamDoesNotAnswer)
     gst_pad_link(pad.get(), sink.pad());
     EXPECT_EQ(configuration_of(negotiate_buffer_pool(pad.get()).get()).size, 829440U);
 }
+} // namespace zq_net_buffer_pool_test

@@ -8,6 +8,8 @@
 
 #include <atomic>
 
+namespace zq_net_pad_test
+{
 using testing::ElementsAre;
 
 TEST(SourcePad, AnswersTheCapsQueryWithoutRegardToTheFilter)
@@ -85,3 +87,4 @@ TEST(SourcePad, UsesFixedCapsAndTheProxyFlag)
     EXPECT_FALSE(zq_net_pad::isConnect(nullptr));
     EXPECT_FALSE(zq_net_pad::isConnect(pad.get()));
 }
+} // namespace zq_net_pad_test

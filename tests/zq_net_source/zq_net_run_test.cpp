@@ -10,13 +10,13 @@
 
 #include <atomic>
 
+namespace zq_net_run_test
+{
 using support::eventually;
 using support::pattern;
 using support::printed_by;
 using testing::ElementsAre;
 
-namespace
-{
 /// What the element prints and sends between NULL, PLAYING and NULL when its socket cannot be opened.
 void expect_silent(const std::string& properties, const std::string& text)
 {
@@ -44,7 +44,6 @@ void expect_silent(const std::string& properties, const std::string& text)
     EXPECT_THAT(recorder.flow(), ElementsAre("stream-start", "caps"));
     EXPECT_EQ(allocation_queries, 0);
 }
-} // namespace
 
 TEST(SilentElement, OnABadInterfacePlaysSilentlyAndPrintsWhy)
 {
@@ -89,8 +88,6 @@ TEST(SilentElement, OnATakenPortAndUnlinkedSendsNothing)
     EXPECT_THAT(recorder.flow(), testing::IsEmpty());
 }
 
-namespace
-{
 struct pool_release
 {
     void operator()(GstBufferPool* pool) const
@@ -127,7 +124,6 @@ held_pool pool_after_a_run(GstBufferPool* offered)
     support::set_state(source, GST_STATE_NULL);
     return held_pool{seen};
 }
-} // namespace
 
 TEST(StoppedRun, LeavesItsOwnPoolActiveForWhoeverStillHoldsIt)
 {
@@ -144,3 +140,4 @@ TEST(StoppedRun, DeactivatesDownstreamsPoolWhoeverStillHoldsIt)
     EXPECT_FALSE(gst_buffer_pool_is_active(offered));
     gst_object_unref(offered);
 }
+} // namespace zq_net_run_test

@@ -19,6 +19,8 @@
 #include <iterator>
 #include <stdexcept>
 
+namespace zq_net_source_test
+{
 using namespace std::chrono_literals;
 using support::eventually;
 using support::figure;
@@ -308,3 +310,4 @@ TEST(Engine, MakesTheExceptionAtHandTheLastError)
     }
     EXPECT_EQ(figure(source, "Last error"), "no memory");
 }
+} // namespace zq_net_source_test

@@ -6,6 +6,8 @@
 
 #include <thread>
 
+namespace zq_net_statistics_test
+{
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::Pair;
@@ -65,3 +67,4 @@ TEST(Statistics, MayBeReadWhileAnotherThreadWrites)
     writer.join();
     EXPECT_EQ(statistics.get_items()[1].second, "5000");
 }
+} // namespace zq_net_statistics_test

@@ -17,12 +17,12 @@
 #include <iterator>
 #include <map>
 
+namespace zq_t2mi_provider_test
+{
 using support::eventually;
 using support::figure;
 using support::send_paced;
 
-namespace
-{
 using bytes = std::vector<unsigned char>;
 
 /// `count` transport packets of a PLP, no two of them alike.
@@ -99,7 +99,6 @@ bytes whole_groups(bytes packets)
     packets.resize(packets.size() / 1316 * 1316);
     return packets;
 }
-} // namespace
 
 TEST(T2miProvider, PassesOnNothingOfAPlpThatWasNotAskedFor)
 {
@@ -264,3 +263,4 @@ TEST(T2miElement, DeliversStreamsOfOtherMakersThanTheEncapsulator)
         EXPECT_EQ(receiver.recorder.bytes(), groups);
     }
 }
+} // namespace zq_t2mi_provider_test

@@ -17,14 +17,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+namespace zq_udp_socket_test
+{
 using support::descriptor_opened_by;
 using support::eventually;
 using support::pattern;
 using support::receiving;
 using support::udp_sender;
 
-namespace
-{
 sockaddr_in local_address(int socket)
 {
     sockaddr_in address{};
@@ -32,7 +32,6 @@ sockaddr_in local_address(int socket)
     ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length);
     return address;
 }
-} // namespace
 
 TEST(Multicast, ReachesFrom224To239Inclusive)
 {
@@ -237,3 +236,4 @@ TEST(UdpSocket, WorksWithDescriptorsBeyondTheReachOfSelect)
         ::close(descriptor);
     ::setrlimit(RLIMIT_NOFILE, &before);
 }
+} // namespace zq_udp_socket_test

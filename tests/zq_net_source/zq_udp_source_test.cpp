@@ -21,6 +21,8 @@
 #include <stdexcept>
 #include <thread>
 
+namespace zq_udp_source_test
+{
 using namespace std::chrono_literals;
 using support::descriptor_opened_by;
 using support::eventually;
@@ -190,8 +192,6 @@ TEST(UdpReceiver, ReadOfAClosedReceiverReturnsZero)
     EXPECT_EQ(receiver.source.read(&byte, 1), 0);
 }
 
-namespace
-{
 /// An open receiver whose own thread stays away from the socket, so that a test can read it.
 struct reading
 {
@@ -209,7 +209,6 @@ struct reading
     }
     bool opened = false;
 };
-} // namespace
 
 TEST(UdpReceiver, ReadsADatagram)
 {
@@ -331,3 +330,4 @@ TEST(UdpReceiver, AbandonedKeepsItsOwnerUntilItsThreadEnds)
     blocked.release.set_value();
     EXPECT_TRUE(eventually([&] { return alive.expired(); }));
 }
+} // namespace zq_udp_source_test

@@ -3,15 +3,14 @@
 
 #include <gtest/gtest.h>
 
+namespace ZQAlignMemory_test
+{
 using Memory = ZQSDK::ZQAlignMemory<unsigned char>;
 
-namespace
-{
 std::uintptr_t past_boundary(const Memory& memory, std::uintptr_t alignment)
 {
     return reinterpret_cast<std::uintptr_t>(memory.data()) % alignment;
 }
-} // namespace
 
 TEST(AlignedMemory, KeepsItsBufferForASmallerRequestOfTheSameAlignment)
 {
@@ -126,3 +125,4 @@ TEST(AlignedMemory, AssignmentKeepsALargeEnoughBufferOfTheSameAlignment)
     EXPECT_EQ(target.data(), nullptr);
     EXPECT_EQ(target.capacity(), 0U);
 }
+} // namespace ZQAlignMemory_test

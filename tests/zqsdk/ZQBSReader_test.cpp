@@ -12,10 +12,10 @@
 #include <type_traits>
 #include <utility>
 
+namespace ZQBSReader_test
+{
 using Reader = ZQSDK::ZQBSReaderT<unsigned char*>;
 
-namespace
-{
 struct alignas(8) aligned_bytes
 {
     std::array<unsigned char, 64> bytes{};
@@ -90,7 +90,6 @@ void compare_widths(unsigned char* data, std::size_t size, std::index_sequence<W
     for (unsigned skipped = 0; skipped < 8; ++skipped)
         (compare_width<Widths + 1>(data, size, skipped), ...);
 }
-} // namespace
 
 TEST(BitReader, OverOneByteDeliversItAndThenFails)
 {
@@ -378,3 +377,4 @@ TEST(BitReader, EqualsTheModelForMixedWidthsAndSkips)
         }
     });
 }
+} // namespace ZQBSReader_test

@@ -12,12 +12,12 @@
 #include <type_traits>
 #include <utility>
 
+namespace ZQBSWriter_test
+{
 using Writer = ZQSDK::ZQBSWriterT<unsigned char*>;
 using testing::Each;
 using testing::ElementsAre;
 
-namespace
-{
 std::uint64_t low_bits(std::uint64_t value, unsigned n) { return n == 0 ? 0 : value >> (64 - n); }
 
 /// `size` bytes that start `offset` bytes past an 8-byte boundary, and end with their heap block.
@@ -76,7 +76,6 @@ void compare_widths(std::size_t offset, std::size_t size, std::index_sequence<Wi
     for (unsigned first = 0; first < 8; ++first)
         (compare_width<Widths + 1>(offset, size, first), ...);
 }
-} // namespace
 
 TEST(BitWriter, DestroyedWith20BitsStoresThreeBytesTheLastFourBitsZero)
 {
@@ -269,3 +268,4 @@ TEST(BitWriter, EqualsTheModelForMixedWidthsAndFlushes)
         }
     });
 }
+} // namespace ZQBSWriter_test

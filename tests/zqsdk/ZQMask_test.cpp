@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+namespace ZQMask_test
+{
 TEST(Mask, HasAsManyLowBitsSetAsItsIndex)
 {
     ASSERT_EQ(ZQSDK::mask_impl.size(), 65U);
@@ -11,3 +13,4 @@ TEST(Mask, HasAsManyLowBitsSetAsItsIndex)
         EXPECT_EQ(ZQSDK::mask_impl[n], (std::uint64_t{1} << n) - 1);
     EXPECT_EQ(ZQSDK::mask_impl[64], ~std::uint64_t{0});
 }
+} // namespace ZQMask_test

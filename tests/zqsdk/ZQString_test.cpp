@@ -5,6 +5,8 @@
 
 #include <limits>
 
+namespace ZQString_test
+{
 using namespace std::chrono_literals;
 using ZQSDK::number_to_string;
 using ZQSDK::toString;
@@ -45,3 +47,4 @@ TEST(DurationToString, HoldsTheMostNegativeDuration)
     EXPECT_EQ(toString("hhh:mm:ss.ccc", std::chrono::nanoseconds{std::numeric_limits<std::int64_t>::min()}),
               "-256:47:16.854");
 }
+} // namespace ZQString_test

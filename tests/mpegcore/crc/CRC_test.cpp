@@ -13,10 +13,10 @@
 #include <thread>
 #include <vector>
 
+namespace CRC_test
+{
 using namespace mpegcore;
 
-namespace
-{
 constexpr std::array<unsigned char, 9> digits{'1', '2', '3', '4', '5', '6', '7', '8', '9'};
 
 std::vector<unsigned char> noise(std::size_t size)
@@ -56,7 +56,6 @@ std::uint32_t divided(const std::vector<unsigned char>& bytes, std::uint32_t crc
         }
     return crc;
 }
-} // namespace
 
 TEST(Crc32, OfTheNineDigitsIs0376E6E7) { EXPECT_EQ(crc32_mpeg2(digits.data(), digits.size()), 0x0376E6E7U); }
 
@@ -246,3 +245,4 @@ TEST(Crc8, GoesOnFromTheRegisterItIsGiven)
     const auto bytes = noise(9);
     EXPECT_EQ(crc8_dvb(bytes.data() + 4, 5, crc8_dvb(bytes.data(), 4)), crc8_dvb(bytes.data(), 9));
 }
+} // namespace CRC_test

@@ -18,7 +18,7 @@
 #include <tuple>
 #include <typeindex>
 
-namespace
+namespace all_descriptors_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -373,4 +373,4 @@ TEST(DescriptorRegistry, StandsInTheDocumentation)
     const std::string table = documented();
     EXPECT_EQ(page.substr(std::min(page.find("| Tag |"), page.size())), table) << "the table is to be\n" << table;
 }
-} // namespace
+} // namespace all_descriptors_test

@@ -2,7 +2,7 @@
 // Golden bytes of the descriptors of the application information table, ETSI TS 102 809, 5.3.
 #include "support/descriptor_loops.h"
 
-namespace
+namespace application_descriptors_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -174,4 +174,4 @@ TEST(SimpleApplicationBoundaryDescriptor, KeepsEachBeginning)
 }
 
 TEST(ApplicationDescriptors, StayRawOutsideTheirTable) { golden_standard<base_descriptor>({0x15, 0x02, 'a', 'b'}); }
-} // namespace
+} // namespace application_descriptors_test

@@ -2,7 +2,7 @@
 // Where bodies end, which is not always where their length says.
 #include "support/descriptor_loops.h"
 
-namespace
+namespace descriptor_oddities_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -196,4 +196,4 @@ TEST(Descriptor, PresetsTheTagsThatTwoClassesOrTwoTagsShare)
     EXPECT_EQ(teletext_descriptor().descriptor_tag, 0x56);
     EXPECT_EQ(logical_channel_descriptor().descriptor_tag, 0x83);
 }
-} // namespace
+} // namespace descriptor_oddities_test

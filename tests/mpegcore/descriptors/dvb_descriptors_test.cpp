@@ -2,7 +2,7 @@
 // Golden bytes of the descriptors of ETSI EN 300 468.
 #include "support/descriptor_loops.h"
 
-namespace
+namespace dvb_descriptors_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -237,4 +237,4 @@ TEST(LogicalChannelDescriptor, KeepsItsChannelsInOrder)
     EXPECT_EQ(d->entries[1].reserved, 0x15);
     EXPECT_EQ(d->entries[1].logical_channel_number, 0x3FF);
 }
-} // namespace
+} // namespace dvb_descriptors_test

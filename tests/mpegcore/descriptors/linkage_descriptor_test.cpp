@@ -2,7 +2,7 @@
 // Golden bytes of the linkage descriptor, ETSI EN 300 468, 6.2.19, by linkage_type.
 #include "support/descriptor_loops.h"
 
-namespace
+namespace linkage_descriptor_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -129,4 +129,4 @@ TEST(LinkageDescriptor, StaysRawWhenAnInnerLengthDoesNotFit)
 {
     golden_standard<base_descriptor>(Bytes{0x4A, 0x0B} + linked_service + Bytes{0x09, 0x05, 0x00, 0x15, 0x0A});
 }
-} // namespace
+} // namespace linkage_descriptor_test

@@ -2,7 +2,7 @@
 // Golden bytes of the descriptors of ISO/IEC 13818-1.
 #include "support/descriptor_loops.h"
 
-namespace
+namespace mpeg_descriptors_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -161,4 +161,4 @@ TEST(StdDescriptor, KeepsItsFields)
     EXPECT_EQ(d->reserved, 0x7E);
     EXPECT_EQ(d->leak_valid_flag, 1);
 }
-} // namespace
+} // namespace mpeg_descriptors_test

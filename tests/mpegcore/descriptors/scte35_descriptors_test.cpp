@@ -2,7 +2,7 @@
 // Golden bytes of the descriptors of ANSI/SCTE 35.
 #include "support/descriptor_loops.h"
 
-namespace
+namespace scte35_descriptors_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -184,4 +184,4 @@ TEST(Scte35Descriptors, StayRawInTheStatedDictionaryBeyondItsOwn)
 {
     golden_scte35<base_descriptor>(Bytes{0x04, 0x05} + "CUEI" + Bytes{0x0F});
 }
-} // namespace
+} // namespace scte35_descriptors_test

@@ -2,7 +2,7 @@
 // Golden bytes of the delivery systems and cells of ETSI EN 300 468 that only the standard dictionary has.
 #include "support/descriptor_loops.h"
 
-namespace
+namespace standard_delivery_systems_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -244,4 +244,4 @@ TEST(CellFrequencyLinkDescriptor, KeepsCellsAndTheirTransposers)
     EXPECT_EQ(d->cells[1].frequency, 52000001U);
     EXPECT_TRUE(d->cells[1].subcells.empty());
 }
-} // namespace
+} // namespace standard_delivery_systems_test

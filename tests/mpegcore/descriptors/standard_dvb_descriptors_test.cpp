@@ -3,7 +3,7 @@
 // standard dictionary has.
 #include "support/descriptor_loops.h"
 
-namespace
+namespace standard_dvb_descriptors_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -252,4 +252,4 @@ TEST(PartialTransportStreamDescriptor, KeepsItsRatesAndBuffer)
     EXPECT_EQ(d->DVB_reserved_future_use3, 3);
     EXPECT_EQ(d->maximum_overall_smoothing_buffer, 0x2000);
 }
-} // namespace
+} // namespace standard_dvb_descriptors_test

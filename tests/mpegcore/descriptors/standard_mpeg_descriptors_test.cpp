@@ -2,7 +2,7 @@
 // Golden bytes of the descriptors of ISO/IEC 13818-1 and 13818-6 that only the standard dictionary has.
 #include "support/descriptor_loops.h"
 
-namespace
+namespace standard_mpeg_descriptors_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -174,4 +174,4 @@ TEST(AvcTimingAndHrdDescriptor, HasNoFactorsAt90KilohertzAndNoTicksWithoutTiming
     EXPECT_EQ(untimed->picture_and_timing_info_present, 0);
     EXPECT_EQ(untimed->fixed_frame_rate_flag, 1);
 }
-} // namespace
+} // namespace standard_mpeg_descriptors_test

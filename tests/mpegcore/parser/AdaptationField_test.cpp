@@ -9,12 +9,12 @@
 #include <memory>
 #include <random>
 
+namespace AdaptationField_test
+{
 using mpegcore::adaptation_field_record;
 using mpegcore::transport_packet;
 using zqtest::Bytes;
 
-namespace
-{
 /// The 184 bytes behind a packet header, of which `field` are the first.
 class AdaptationField : public testing::Test
 {
@@ -41,7 +41,6 @@ protected:
     Bytes payload;
     transport_packet packet{};
 };
-} // namespace
 
 TEST_F(AdaptationField, OfLengthZeroIsAllZero)
 {
@@ -217,3 +216,4 @@ TEST_F(AdaptationField, OfEveryLengthAndEveryFlagIsReadWithinThePacket)
                 EXPECT_TRUE(good || length > 183 || (flags & 2U) != 0);
             }
 }
+} // namespace AdaptationField_test

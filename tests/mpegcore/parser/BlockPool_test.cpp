@@ -13,12 +13,12 @@
 #include <thread>
 #include <vector>
 
+namespace BlockPool_test
+{
 using mpegcore::BlockAllocator;
 using mpegcore::give_block;
 using mpegcore::take_block;
 
-namespace
-{
 class PoisonedBlocks : public testing::Test
 {
 protected:
@@ -32,7 +32,6 @@ protected:
 unsigned char* taken(std::size_t size) { return static_cast<unsigned char*>(take_block(size)); }
 
 int value_at(const volatile unsigned char* place) { return *place; }
-} // namespace
 
 TEST(BlockPool, HandsOutBlocksThatDoNotOverlap)
 {
@@ -150,3 +149,4 @@ TEST_F(PoisonedBlocks, OneThatIsTakenAgainIsUsable)
     EXPECT_EQ(value_at(block + 127), 1);
     give_block(block, 128);
 }
+} // namespace BlockPool_test

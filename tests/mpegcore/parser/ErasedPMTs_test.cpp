@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <functional>
 
+namespace ErasedPMTs_test
+{
 using testing::Contains;
 using testing::ElementsAre;
 using testing::Not;
@@ -15,8 +17,6 @@ using zqtest::Bytes;
 using zqtest::Journal;
 using zqtest::operator+;
 
-namespace
-{
 /// Does something in one kind of callback, once.
 class Meddler : public Journal
 {
@@ -114,7 +114,6 @@ protected:
 
     Meddler meddler{true};
 };
-} // namespace
 
 TEST_F(ErasedPMTs, HaveNoPacketsAnyMore)
 {
@@ -274,3 +273,4 @@ TEST_F(ErasedPMTs, LeaveTheirPartOfTheLimitToOthers)
     }
     EXPECT_EQ(seen, 1200U);
 }
+} // namespace ErasedPMTs_test

@@ -9,12 +9,12 @@
 #include <utility>
 #include <vector>
 
+namespace FreshRecords_test
+{
 using mpegcore::CBaseStreamTypeMap;
 using mpegcore::transport_packet;
 using zqtest::Bytes;
 
-namespace
-{
 /// The bytes of every record as the first callback gets it, without those that belong to nobody.
 class RecordsAtFirst : public mpegcore::CBaseMpegParser
 {
@@ -98,7 +98,6 @@ protected:
     RecordsAtFirst expected;
     Scribbler parser;
 };
-} // namespace
 
 TEST_P(FreshRecords, HoldNothingOfWhatCallbacksWroteIntoAdaptationFields)
 {
@@ -115,3 +114,4 @@ TEST_P(FreshRecords, HoldNothingOfWhatTheLastCallbackWroteAnywhere)
 }
 
 INSTANTIATE_TEST_SUITE_P(ByTheStandardOrNot, FreshRecords, testing::Bool());
+} // namespace FreshRecords_test

@@ -13,12 +13,12 @@
 #include <map>
 #include <random>
 
+namespace KnownTables_test
+{
 using mpegcore::SectionReading;
 using zqtest::Bytes;
 using zqtest::operator+;
 
-namespace
-{
 constexpr std::size_t plenty = std::size_t{1} << 30;
 
 class KnownTables : public testing::Test
@@ -45,7 +45,6 @@ protected:
     mpegcore::CPacketWrapper<mpegcore::CEIT> wrapper;
     mpegcore::KnownTables<mpegcore::CEIT> tables{wrapper, plenty};
 };
-} // namespace
 
 TEST_F(KnownTables, ReadASectionThatKeepsComingOnlySoManyTimes)
 {
@@ -432,3 +431,4 @@ TEST(KnownTablesOfAParser, HaveTheMarksOfTheirProgramsSetAgain)
     marker.Process(stream.data.data(), stream.data.size());
     EXPECT_EQ(marker.marks, std::vector<int>(10, 1));
 }
+} // namespace KnownTables_test

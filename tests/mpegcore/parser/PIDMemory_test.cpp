@@ -6,13 +6,13 @@
 
 #include <gmock/gmock.h>
 
+namespace PIDMemory_test
+{
 using mpegcore::CBaseMpegParser;
 using mpegcore::PIDMemory;
 using testing::Contains;
 using zqtest::Bytes;
 
-namespace
-{
 /// Between packets of which come null packets.
 class SilentPids : public zqtest::ParserTest
 {
@@ -45,7 +45,6 @@ protected:
 
     zqtest::Stream nulls;
 };
-} // namespace
 
 TEST_F(SilentPids, OfANoisyStreamDoNotAddUp)
 {
@@ -114,3 +113,4 @@ TEST_F(SilentPids, AreThoseWithoutAPacketInManyNotThoseWithFew)
     ASSERT_NE(journal.m_PIDs[0x104].collecting, nullptr);
     EXPECT_EQ(journal.m_PIDs[0x104].collecting->size, 5 * 184U);
 }
+} // namespace PIDMemory_test

@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+namespace ParserTables_test
+{
 using testing::ElementsAre;
 using testing::IsEmpty;
 using zqtest::Bytes;
@@ -13,8 +15,6 @@ using zqtest::section_of;
 using zqtest::Stream;
 using zqtest::operator+;
 
-namespace
-{
 class ParserTables : public zqtest::ParserTest
 {};
 
@@ -40,7 +40,6 @@ private:
         }
     }
 };
-} // namespace
 
 TEST_F(ParserTables, ReportsAPatAndItsPmt)
 {
@@ -222,3 +221,4 @@ TEST_F(ParserTables, SaysThatItSkipsAnEitPacketOfNoUnit)
     std::fflush(stdout);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "mpegcore: eit pkt skip\nmpegcore: eit pkt skip\n");
 }
+} // namespace ParserTables_test

@@ -7,13 +7,13 @@
 
 #include <array>
 
+namespace PayloadUnitBudget_test
+{
 using mpegcore::CBasePID;
 using mpegcore::PayloadUnitBudget;
 using mpegcore::PIDMemory;
 using zqtest::Bytes;
 
-namespace
-{
 class Budget : public testing::Test
 {
 protected:
@@ -45,7 +45,6 @@ protected:
     PIDMemory memory{PIDs.data(), PIDs.size(), 2 * 3 * first + 4 * first};
     PayloadUnitBudget& budget = memory.budget();
 };
-} // namespace
 
 TEST_F(Budget, IsTakenAndGivenBack)
 {
@@ -161,3 +160,4 @@ TEST_F(Budget, LeavesTheUnitsOfSilentPidsThatHoldNothingOfIt)
     EXPECT_EQ(PIDs[1].collecting->size, 5 * 184U);
     EXPECT_EQ(PIDs[1].started, 1);
 }
+} // namespace PayloadUnitBudget_test

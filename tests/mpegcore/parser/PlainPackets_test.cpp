@@ -8,6 +8,8 @@
 #include <memory>
 #include <random>
 
+namespace PlainPackets_test
+{
 using mpegcore::transport_packet;
 using testing::AllOf;
 using testing::Contains;
@@ -19,8 +21,6 @@ using zqtest::Bytes;
 using zqtest::Stream;
 using zqtest::operator+;
 
-namespace
-{
 class PlainPackets : public zqtest::ParserTest
 {};
 
@@ -81,7 +81,6 @@ void walk(P& parser, Bytes& data)
         parser.OnProcess(0, packet);
     }
 }
-} // namespace
 
 TEST_F(PlainPackets, GivesTheSameWhetherOrNotPacketsComeInRowsThatLookAlike)
 {
@@ -204,15 +203,12 @@ TEST_F(PlainPackets, ReportsNoStreamsOnceClearedUntilThereIsAPatAgain)
     EXPECT_THAT(feed(), IsEmpty());
 }
 
-namespace
-{
 class Frugal : public zqtest::Journal
 {
 public:
     explicit Frugal(bool frugal = true) : Journal(true) { collect_units(!frugal); }
     using zqtest::Journal::collect_units;
 };
-} // namespace
 
 TEST_F(PlainPackets, LeavesOutTheUnitsOfAProgramOnlyWhereToldTo)
 {
@@ -283,3 +279,4 @@ TEST_F(PlainPackets, BeginsEveryPacketWithAnEmptyAdaptationField)
         EXPECT_EQ(std::memcmp(&journal.last.adaptation_field, &zero, sizeof zero), 0) << flags;
     }
 }
+} // namespace PlainPackets_test

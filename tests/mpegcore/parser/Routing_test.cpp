@@ -11,13 +11,13 @@
 #include <random>
 #include <tuple>
 
+namespace Routing_test
+{
 using mpegcore::transport_packet;
 using zqtest::Bytes;
 using zqtest::Stream;
 using zqtest::operator+;
 
-namespace
-{
 /// Callback, packet index, PMT PID, program_number or size, stream entry.
 using call = std::tuple<std::string, long, unsigned, unsigned long, const void*>;
 
@@ -178,7 +178,6 @@ private:
 
     std::mt19937 m_random;
 };
-} // namespace
 
 TEST(Routing, GivesTheCallbacksOfAWalkOverAllTables)
 {
@@ -208,3 +207,4 @@ TEST(Routing, GivesTheSameAgainAfterClear)
     EXPECT_EQ(twice.seen, twice.expected);
     EXPECT_EQ(twice.seen.size(), once.seen.size());
 }
+} // namespace Routing_test

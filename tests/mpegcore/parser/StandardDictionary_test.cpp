@@ -3,6 +3,8 @@
 #include "support/StandardJournal.h"
 #include "support/empty_descriptors.h"
 
+namespace StandardDictionary_test
+{
 using mpegcore::ZQDescriptorType;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -12,8 +14,6 @@ using zqtest::Stream;
 using zqtest::operator+;
 using namespace zqtest::standard;
 
-namespace
-{
 /// Takes down every table as it is rendered again.
 class RenderedTables : public mpegcore::CBaseMpegParser
 {
@@ -101,7 +101,6 @@ Bytes NIT_with_T2_cells()
         0x40, Bytes{0x12, 0x34, 0xD5, 0, 0} + zqtest::length_field(0) + zqtest::length_field(stream.size()) + stream,
         0xF);
 }
-} // namespace
 
 TEST(StandardDictionary, ReadsANITWithT2CellsAndAnEmptyDescriptorAtTheEndWhole)
 {
@@ -235,3 +234,4 @@ TEST(StandardDictionary, LeavesTheChoiceOfACallerAloneWhereTheSwitchWasNeverTurn
     stream.section(0x10, NIT_with_T2_cells());
     EXPECT_THAT(parser.feed(stream), ElementsAre(NIT_with_T2_cells()));
 }
+} // namespace StandardDictionary_test

@@ -2,6 +2,8 @@
 // The parser with sections by the standard: programs and routes by all sections of a table.
 #include "support/StandardJournal.h"
 
+namespace StandardPrograms_test
+{
 using testing::ElementsAre;
 using testing::IsEmpty;
 using zqtest::Bytes;
@@ -205,3 +207,4 @@ TEST(StandardPrograms, FollowAPMTWhoseSectionStaysAndWhoseOtherSectionComesAndGo
         EXPECT_EQ(routes(parser, stream, {0x101, 0x102}).size(), 2U);
     }
 }
+} // namespace StandardPrograms_test

@@ -4,6 +4,8 @@
 
 #include <random>
 
+namespace StandardSections_test
+{
 using testing::ElementsAre;
 using testing::IsEmpty;
 using zqtest::Bytes;
@@ -327,3 +329,4 @@ TEST(StandardSections, ReadRandomStreamsWithAllKindsOfFaults)
     }
     EXPECT_GT(sections, 5000U);
 }
+} // namespace StandardSections_test

@@ -8,14 +8,14 @@
 #include <string>
 #include <vector>
 
+namespace TableResets_test
+{
 using mpegcore::CBaseMpegParser;
 using zqtest::Bytes;
 using zqtest::RecordingParser;
 using zqtest::Stream;
 using zqtest::operator+;
 
-namespace
-{
 struct section_on_PID
 {
     unsigned PID;
@@ -85,7 +85,6 @@ void expect_cleared(const Wrapper& wrapper, unsigned table_id)
         EXPECT_EQ(copy.calc_section_length(), fresh.calc_section_length()) << table_id;
     }
 }
-} // namespace
 
 TEST(TableResets, LeaveNothingOfSectionsThatFailedHalfWay)
 {
@@ -190,3 +189,4 @@ TEST_F(PmtLimit, OfPidsHoldsWhereACallbackAddedAStreamBeyondIt)
     editor.feed(stream); // AddressSanitizer would see a PID too many
     EXPECT_EQ(editor.m_PIDs[0x101].last_pcr, 10000000U);
 }
+} // namespace TableResets_test

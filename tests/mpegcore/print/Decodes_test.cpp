@@ -12,7 +12,7 @@
 
 #include <map>
 
-namespace
+namespace Decodes_test
 {
 using namespace zqtest;
 
@@ -329,4 +329,4 @@ TEST_P(Decodes, AgreeWithWhatIsPrintedValueByValue)
         std::cout << ' ' << name << ' ' << count;
     std::cout << '\n';
 }
-} // namespace
+} // namespace Decodes_test

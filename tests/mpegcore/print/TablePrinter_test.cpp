@@ -7,7 +7,7 @@
 
 #include <gmock/gmock.h>
 
-namespace
+namespace TablePrinter_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -268,4 +268,4 @@ TEST(TablePrinter, PrintsOnlyTheFieldsThatADescriptorHas)
     d.MPEG_1_only_flag = 1;
     EXPECT_THAT(to_json(d), Not(HasSubstr("chroma_format")));
 }
-} // namespace
+} // namespace TablePrinter_test

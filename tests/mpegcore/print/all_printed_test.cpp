@@ -8,7 +8,7 @@
 
 #include <random>
 
-namespace
+namespace all_printed_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -143,4 +143,4 @@ TYPED_TEST(EveryPrintedTable, AppendsToWhatIsThere)
     EXPECT_EQ(text.substr(0, 15), "[    table_id: ");
     EXPECT_EQ(text[text.find('\n') + 5], 's');
 }
-} // namespace
+} // namespace all_printed_test

@@ -13,10 +13,10 @@
 #include <set>
 #include <tuple>
 
+namespace ParserSectionsModel_test
+{
 using zqtest::Bytes;
 
-namespace
-{
 /// The packet that ended it, its PID, its bytes, whether its CRC_32 is good or not needed.
 using Reported = std::tuple<std::size_t, unsigned, Bytes, bool>;
 
@@ -118,7 +118,6 @@ std::vector<Bytes> multiplex(unsigned seed)
     }
     return packets;
 }
-} // namespace
 
 TEST(ParserSectionsModel, AgreesOverMultiplexesWithFaultsWholeAndInPieces)
 {
@@ -149,3 +148,4 @@ TEST(ParserSectionsModel, AgreesOverMultiplexesWithFaultsWholeAndInPieces)
     EXPECT_GT(failed[0x12], 3U);
     EXPECT_EQ(good.count(nobodys_PID), 0U);
 }
+} // namespace ParserSectionsModel_test

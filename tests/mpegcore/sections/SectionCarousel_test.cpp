@@ -9,6 +9,8 @@
 #include <map>
 #include <random>
 
+namespace SectionCarousel_test
+{
 using mpegcore::SectionCarousel;
 using mpegcore::SectionFill;
 using testing::ElementsAre;
@@ -17,8 +19,6 @@ using zqtest::Bytes;
 using zqtest::good_section;
 using namespace std::chrono_literals;
 
-namespace
-{
 constexpr std::uint64_t packet_a_millisecond = 1'504'000;
 
 const Bytes small = good_section(0x42, 20, 1);
@@ -35,7 +35,6 @@ std::vector<unsigned> places(SectionCarousel& carousel, std::size_t count)
     }
     return bytes;
 }
-} // namespace
 
 TEST(SectionCarousel, SendsEachSectionAtItsInterval)
 {
@@ -129,3 +128,4 @@ TEST(PacketTime, IsExactOverDays)
     EXPECT_EQ(mpegcore::packets_time(1, 10'000'000'000), 150ns);
     EXPECT_EQ(mpegcore::packets_time(3, 7), 644'571'428'571ns);
 }
+} // namespace SectionCarousel_test

@@ -6,6 +6,8 @@
 
 #include <random>
 
+namespace SectionGathererModel_test
+{
 using zqtest::Bytes;
 using zqtest::RandomSectionPackets;
 
@@ -55,3 +57,4 @@ TEST(SectionGathererModel, AgreesOverRandomBytes)
         ASSERT_EQ(zqtest::gathered(packets), zqtest::modelled(packets)) << round;
     }
 }
+} // namespace SectionGathererModel_test

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <initializer_list>
 
+namespace SectionGatherer_test
+{
 using mpegcore::SectionCheck;
 using mpegcore::SectionGatherer;
 using testing::ElementsAre;
@@ -19,8 +21,6 @@ using zqtest::ModelSection;
 using zqtest::packets_of;
 using zqtest::Stream;
 
-namespace
-{
 constexpr unsigned PID = 0x0123;
 
 /// A payload of 184 bytes: pointer_field, the parts, 0xFF up to its end.
@@ -47,7 +47,6 @@ std::vector<Bytes> two_packets(const Bytes& section) { return packets_of(Stream(
 const Bytes small = good_section(0x42, 30, 1);
 const Bytes other = good_section(0x46, 40, 2);
 const Bytes large = good_section(0x4E, 288, 3);
-} // namespace
 
 TEST(SectionGatherer, GivesASectionWithinOnePacketWhereItLies)
 {
@@ -331,3 +330,4 @@ TEST(SectionGatherer, MayBeResetByTheSink)
         });
     EXPECT_THAT(sections, ElementsAre(large, small));
 }
+} // namespace SectionGatherer_test

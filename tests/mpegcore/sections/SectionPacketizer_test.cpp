@@ -9,6 +9,8 @@
 #include <map>
 #include <random>
 
+namespace SectionPacketizer_test
+{
 using mpegcore::SectionFill;
 using mpegcore::SectionPacketizer;
 using testing::ElementsAre;
@@ -16,8 +18,6 @@ using testing::SizeIs;
 using zqtest::Bytes;
 using zqtest::good_section;
 
-namespace
-{
 /// The packets of the sections, and how many were not taken.
 std::vector<Bytes> packetized(const std::vector<Bytes>& sections, SectionFill fill, unsigned PID = 0x0123)
 {
@@ -55,7 +55,6 @@ Bytes part(const Bytes& bytes, std::size_t from, std::size_t to)
 
 const Bytes small = good_section(0x42, 20);  // 32 bytes
 const Bytes large = good_section(0x4E, 288); // 300 bytes
-} // namespace
 
 TEST(SectionPacketizer, BeginsEverySectionInAPacketOfItsOwnWithStuffingBehind)
 {
@@ -159,3 +158,4 @@ TEST(SectionPacketizer, GivesBackEverySectionOfTheSamples)
         }
     }
 }
+} // namespace SectionPacketizer_test

@@ -17,7 +17,7 @@
 #include <algorithm>
 #include <map>
 
-namespace
+namespace SectionRoundTrip_test
 {
 using namespace mpegcore;
 using zqtest::Bytes;
@@ -197,7 +197,6 @@ private:
             }
     }
 };
-} // namespace
 
 TEST(SectionRoundTrip, OfBuiltStreamsIsWhole)
 {
@@ -226,3 +225,4 @@ TEST(SectionRoundTrip, OfRecordedStreamsIsWhole)
         expect_round_trips(SectionTaker(Bytes(data.begin(), data.end())).sections);
     }
 }
+} // namespace SectionRoundTrip_test

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <random>
 
-namespace
+namespace SectionSamples_test
 {
 /// Takes down every section, and how often each was reported as a table.
 class SectionLister : public mpegcore::CBaseMpegParser
@@ -31,7 +31,6 @@ private:
 
 class SectionSamples : public testing::TestWithParam<std::size_t>
 {};
-} // namespace
 
 TEST_P(SectionSamples, GiveTheExpectedSections)
 {
@@ -57,3 +56,4 @@ INSTANTIATE_TEST_SUITE_P(InPieces, SectionSamples,
                          testing::Values(std::size_t{1} << 30, std::size_t{1}, std::size_t{0}), [](const auto& piece) {
                              return piece.param == 0 ? "OfRandomSizes" : piece.param == 1 ? "OfAByte" : "OfTheWhole";
                          });
+} // namespace SectionSamples_test

@@ -8,6 +8,8 @@
 #include <random>
 #include <set>
 
+namespace WholeTables_test
+{
 using mpegcore::TableIdentity;
 using mpegcore::TableNews;
 using mpegcore::WholeTable;
@@ -17,8 +19,6 @@ using testing::IsEmpty;
 using zqtest::Bytes;
 using zqtest::good_section;
 
-namespace
-{
 struct Seen
 {
     TableNews news;
@@ -96,7 +96,6 @@ Bytes EIT(unsigned number, unsigned last, unsigned segment_last, unsigned versio
 }
 
 const auto SDT_identity = identity(0x10, 0x42, 7);
-} // namespace
 
 TEST(WholeTables, SayWhetherASectionWouldBringNoNewsASecondTime)
 {
@@ -384,3 +383,4 @@ TEST(WholeTables, GiveOutOnlySectionsThatBelongTogether)
     }
     EXPECT_GT(news, 100U);
 }
+} // namespace WholeTables_test

@@ -5,7 +5,7 @@
 
 #include <functional>
 
-namespace
+namespace Syntax_test
 {
 using namespace mpegcore;
 using namespace zqtest;
@@ -327,4 +327,4 @@ TEST(Syntax, ReportsBytesThatHaveNoRoom)
                   Bytes(bytes.begin(), bytes.begin() + room));
     EXPECT_EQ(write_into(9, [&](SyntaxWriter& io) { return io.bytes(0, "bytes", bytes); }), bytes);
 }
-} // namespace
+} // namespace Syntax_test

@@ -8,6 +8,8 @@
 #include <memory>
 #include <optional>
 
+namespace CommonPLPMerger_test
+{
 using mpegcore::CommonPLPMerger;
 using mpegcore::L1Current;
 using testing::ElementsAre;
@@ -15,8 +17,6 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using zqtest::Bytes;
 
-namespace
-{
 constexpr unsigned common_id = 9;
 
 /// A group of PLP 9, the common one, with 1 and 2; PLP 5 is alone.
@@ -63,7 +63,6 @@ protected:
         gaps += is_behind_gap ? 1 : 0;
     }};
 };
-} // namespace
 
 TEST_F(Merging, IsOfTheGroupsThatHaveACommonPlp)
 {
@@ -195,3 +194,4 @@ TEST_F(Merging, NeverLosesOrTurnsRoundAPacketOfADataPlp)
         EXPECT_TRUE(zqtest::is_subsequence(sent, of(1)));
     }
 }
+} // namespace CommonPLPMerger_test

@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+namespace StreamAge_test
+{
 using namespace std::chrono_literals;
 using mpegcore::StreamAge;
 using mpegcore::T2MIDemultiplexer;
@@ -13,8 +15,6 @@ using testing::IsEmpty;
 using testing::Pair;
 using zqtest::Bytes;
 
-namespace
-{
 /// With an adaptation field and this PCR base.
 Bytes PCR_packet(unsigned PID, std::uint64_t base)
 {
@@ -42,7 +42,6 @@ Bytes plain_packet()
     packet[3] = 0x10;
     return packet;
 }
-} // namespace
 
 TEST(StreamAge, IsWhatThePcrsOfOnePidSay)
 {
@@ -93,3 +92,4 @@ TEST(T2MIDemultiplexer, MissesNothingOnceThereWasT2mi)
         out.demultiplexer->put_packet(PCR_packet(0x100, 3600 * frame).data());
     EXPECT_THAT(out.warnings, IsEmpty());
 }
+} // namespace StreamAge_test

@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+namespace T2MIDemultiplexer_test
+{
 using mpegcore::T2MIDemultiplexer;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -222,3 +224,4 @@ TEST(T2MIDemultiplexer, GivesTheRecordedStreamWhole)
         EXPECT_EQ(out.gaps, 0U);
     }
 }
+} // namespace T2MIDemultiplexer_test

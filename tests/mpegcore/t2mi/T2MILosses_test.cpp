@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+namespace T2MILosses_test
+{
 using mpegcore::T2MIDemultiplexer;
 using testing::ElementsAre;
 using testing::SizeIs;
@@ -78,14 +80,11 @@ TEST(T2MIDemultiplexer, DropsThePartThatWasBegunWherePacketCountJumps)
     EXPECT_EQ(out.gaps, 1U);
 }
 
-namespace
-{
 class EveryBasebandFormat : public testing::TestWithParam<zqtest::FormatCase>
 {
 protected:
     BasebandFormat format = zqtest::format_of(GetParam());
 };
-} // namespace
 
 TEST_P(EveryBasebandFormat, ComesOutAsItWentInForEachPlp)
 {
@@ -177,3 +176,4 @@ TEST(T2MIDemultiplexer, SurvivesAnyBytes)
         EXPECT_LE(out.packets.size(), 2U);
     }
 }
+} // namespace T2MILosses_test

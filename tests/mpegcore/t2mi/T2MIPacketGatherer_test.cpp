@@ -9,6 +9,8 @@
 #include <memory>
 #include <random>
 
+namespace T2MIPacketGatherer_test
+{
 using mpegcore::T2MIPacketGatherer;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -16,8 +18,6 @@ using zqtest::Bytes;
 using zqtest::Stream;
 using zqtest::operator+;
 
-namespace
-{
 constexpr unsigned PID = 0x40;
 
 /// The T2-MI packets that come out, over transport packets in blocks of exactly their size.
@@ -69,7 +69,6 @@ std::vector<Bytes> random_packets(std::mt19937& random, unsigned count)
         packets.push_back(t2mi(number, random() % 3 == 0 ? random() % 1200 : random() % 60));
     return packets;
 }
-} // namespace
 
 TEST(T2MIPacketGatherer, TakesThreePacketsThatStartInOneTransportPacket)
 {
@@ -274,3 +273,4 @@ TEST(T2MIPacketGatherer, SurvivesRandomPackets)
     }
     EXPECT_LE(gathering.gatherer.counters().packets, 20000U);
 }
+} // namespace T2MIPacketGatherer_test

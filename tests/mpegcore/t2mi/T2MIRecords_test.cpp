@@ -13,14 +13,14 @@
 #include <string_view>
 #include <vector>
 
+namespace T2MIRecords_test
+{
 using mpegcore::DVBT2Timestamp;
 using mpegcore::L1Current;
 using mpegcore::T2MIHeader;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-namespace
-{
 using Bytes = std::vector<unsigned char>;
 
 Bytes bytes_of(std::string_view hexadecimal)
@@ -71,7 +71,6 @@ L1Current with_all_loops()
     l1.measure();
     return l1;
 }
-} // namespace
 
 TEST(T2MIHeader, HasTheFieldsOfAPacketOnAir)
 {
@@ -297,3 +296,4 @@ TEST(T2MIPrinter, NamesTheFieldsOfTheStandardsAndWhatTheyMean)
                                                       testing::HasSubstr(R"("PLP_NUM_BLOCKS":20)")));
     EXPECT_THAT(mpegcore::to_text(l1, 2), testing::HasSubstr("    PLP_COD: 1 3/5\n"));
 }
+} // namespace T2MIRecords_test

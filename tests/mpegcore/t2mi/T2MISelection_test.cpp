@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+namespace T2MISelection_test
+{
 using mpegcore::T2MIDemultiplexer;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -250,3 +252,4 @@ TEST(T2MIDemultiplexer, UnderstandsTwoStreamsThatAreCountedTogether)
     EXPECT_GE(out.packets.at(3).size() + 4, first.sent[3].size());
     EXPECT_TRUE(zqtest::is_subsequence(out.packets.at(3), first.sent[3]));
 }
+} // namespace T2MISelection_test

@@ -9,6 +9,8 @@
 #include <string>
 #include <tuple>
 
+namespace UserPacketReader_test
+{
 using mpegcore::UserPacket;
 using mpegcore::UserPacketReader;
 using testing::ElementsAre;
@@ -18,8 +20,6 @@ using testing::SizeIs;
 using zqtest::BasebandFormat;
 using zqtest::BasebandSender;
 
-namespace
-{
 using Bytes = std::vector<unsigned char>;
 
 /// A packet that differs from all others in every part.
@@ -71,7 +71,6 @@ Bytes header(std::initializer_list<unsigned char> bytes, std::size_t data_bytes,
     frame.resize(frame.size() + data_bytes, fill);
     return frame;
 }
-} // namespace
 
 TEST(UserPacketReader, TakesTheHeadersOfAFullFrameInEitherMode)
 {
@@ -145,14 +144,11 @@ TEST(UserPacketReader, GivesNothingOfFormatsThatAreNoTransportStream)
     EXPECT_EQ(reading.reader.counters().other_formats, 3U);
 }
 
-namespace
-{
 class EveryFormat : public testing::TestWithParam<zqtest::FormatCase>
 {
 protected:
     BasebandFormat format = zqtest::format_of(GetParam());
 };
-} // namespace
 
 TEST_P(EveryFormat, ComesOutAsItWentInWhereverTheFramesCut)
 {
@@ -332,3 +328,4 @@ TEST(UserPacketReader, BeginsAnewWhenTheFormatChanges)
     EXPECT_THAT(reading.packets, ElementsAre(packet(0), packet(10), packet(11), packet(12)));
     EXPECT_EQ(reading.reader.counters().dropped_parts, 1U);
 }
+} // namespace UserPacketReader_test

@@ -7,6 +7,8 @@
 
 #include <random>
 
+namespace DVBTextEncoder_test
+{
 using namespace mpegcore;
 using zqtest::Bytes;
 using zqtest::bytes_of;
@@ -101,3 +103,4 @@ TEST(DVBTextEncoder, GivesBackRandomTextsInEveryTable)
                   text.size() + 1 + 2 * static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
     }
 }
+} // namespace DVBTextEncoder_test

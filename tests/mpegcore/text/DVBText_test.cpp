@@ -6,12 +6,12 @@
 
 #include <random>
 
+namespace DVBText_test
+{
 using namespace mpegcore;
 using zqtest::Bytes;
 using zqtest::bytes_of;
 
-namespace
-{
 struct Example
 {
     Bytes bytes;
@@ -25,7 +25,6 @@ void expect_all(const std::vector<Example>& examples)
 }
 
 const std::string unknown = "\uFFFD";
-} // namespace
 
 TEST(DVBText, WithoutASelectionIsIso6937)
 {
@@ -332,3 +331,4 @@ TEST(DVBText, HasItsTablesByName)
     EXPECT_EQ(text_table_of_name("ISO-8859-1x"), std::nullopt);
     EXPECT_EQ(text_table_of_name(""), std::nullopt);
 }
+} // namespace DVBText_test

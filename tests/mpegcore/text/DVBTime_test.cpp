@@ -7,11 +7,11 @@
 #include <array>
 #include <ctime>
 
+namespace DVBTime_test
+{
 using namespace mpegcore;
 using namespace std::chrono_literals;
 
-namespace
-{
 /// The ISO 8601 form, "-" when there is none.
 std::string utc(std::uint64_t MJD_and_BCD)
 {
@@ -37,7 +37,6 @@ void add_region(local_time_offset_descriptor& descriptor, unsigned region, bool 
     entry->next_time_offset = next;
     descriptor.entries.push_back(entry);
 }
-} // namespace
 
 TEST(DVBTime, IsADateAndATimeOfDay)
 {
@@ -140,3 +139,4 @@ TEST(DVBTime, OffsetStaysWhereTheChangeIsUndefined)
     descriptor.entries.insert(descriptor.entries.begin(), nullptr);
     EXPECT_EQ(local_time_offset(descriptor, "PRT", 0, *utc_of(0)), 120min);
 }
+} // namespace DVBTime_test

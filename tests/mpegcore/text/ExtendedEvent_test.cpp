@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
+namespace ExtendedEvent_test
+{
 using namespace mpegcore;
 using zqtest::Bytes;
 using zqtest::bytes_of;
 
-namespace
-{
 using Language = std::array<unsigned char, 3>;
 constexpr Language english{'e', 'n', 'g'};
 constexpr Language welsh{'w', 'e', 'l'};
@@ -32,7 +32,6 @@ void add_item(extended_event_descriptor& descriptor, const Bytes& description, c
     item.item_char = text;
     descriptor.items.push_back(item);
 }
-} // namespace
 
 TEST(ExtendedEvent, JoinsTheTextsOfALanguageByTheirNumbers)
 {
@@ -115,3 +114,4 @@ TEST(ExtendedEvent, IsNoneWithoutItsDescriptor)
     list.append(std::make_shared<short_event_descriptor>());
     EXPECT_TRUE(join_extended_events(list).empty());
 }
+} // namespace ExtendedEvent_test

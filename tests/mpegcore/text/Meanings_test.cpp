@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+namespace Meanings_test
+{
 using namespace mpegcore;
 
 TEST(Meanings, OfTheL1SignallingOfDvbT2)
@@ -157,3 +159,4 @@ TEST(Meanings, StandInTablesThatAscendAndDoNotOverlap)
     });
     EXPECT_GT(tables, 80);
 }
+} // namespace Meanings_test

@@ -6,12 +6,12 @@
 
 #include <map>
 
+namespace SingleByteTables_test
+{
 using namespace mpegcore;
 using zqtest::by_iconv;
 using zqtest::Bytes;
 
-namespace
-{
 std::string name_of_part(int part) { return "ISO-8859-" + std::to_string(part); }
 
 /// A byte of the upper half by the table under test, without what comes out as unknown.
@@ -20,7 +20,6 @@ std::string by_table(TextTable table, Bytes bytes)
     const std::string text = to_utf8(bytes, table);
     return text.find("\uFFFD") == std::string::npos ? text : std::string();
 }
-} // namespace
 
 class PartOfIso8859 : public testing::TestWithParam<int>
 {};
@@ -84,3 +83,4 @@ TEST(Iso6937, HasAComposedFormForEachLetterThatItLists)
             EXPECT_TRUE(carries_mark(letter)) << int{mark.byte} << ' ' << static_cast<int>(letter);
     }
 }
+} // namespace SingleByteTables_test
