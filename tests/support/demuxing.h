@@ -2,6 +2,7 @@
 #pragma once
 #include "support/T2MIFeed.h"
 #include "support/element.h"
+#include "support/message.h"
 #include "support/watchdog.h"
 
 #include <gtest/gtest.h>
@@ -15,12 +16,6 @@
 
 namespace support
 {
-struct message_release
-{
-    void operator()(GstMessage* message) const { gst_message_unref(message); }
-};
-using message = std::unique_ptr<GstMessage, message_release>;
-
 /// A `zqt2midemux` alone, fed from the test's thread; every pad that it brings is linked to a sink that records.
 class demuxing
 {

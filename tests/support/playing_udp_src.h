@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "support/element.h"
+#include "support/message.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
 
@@ -20,12 +21,6 @@ inline std::vector<unsigned char> joined(const std::vector<std::vector<unsigned 
         all.insert(all.end(), part.begin(), part.end());
     return all;
 }
-
-struct message_release
-{
-    void operator()(GstMessage* message) const { gst_message_unref(message); }
-};
-using message = std::unique_ptr<GstMessage, message_release>;
 
 /// `zqudpsrc` on a free port of the loopback, into a sink that takes everything at once.
 struct playing_udp_src

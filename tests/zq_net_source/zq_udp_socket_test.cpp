@@ -176,6 +176,7 @@ TEST(UdpSocket, PrintsTheFailedJoinOnAnUnknownInterfaceWithoutNewline)
 TEST(UdpSocket, PrintsThatThereIsNoSocketWhenNoDescriptorIsLeft)
 {
     receiving receiver;
+    receiver.source.close(); // which UBSan looks at by means of a descriptor
     support::captured_stdout output;
     rlimit before{};
     ::getrlimit(RLIMIT_NOFILE, &before);
