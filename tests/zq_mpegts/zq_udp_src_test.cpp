@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/RTP.h"
+#include "support/kernel_stamps.h"
 #include "support/net_sandbox.h"
 #include "support/playing_udp_src.h"
 
@@ -114,6 +115,7 @@ TEST(UdpSrc, ReceivesWhatIsSentRightBehindTheStateChangeThatStartsIt)
 
 TEST(UdpSrc, DropsWhatComesWhileItDoesNotPlay)
 {
+    const support::kernel_stamps stamps;
     playing to;
     for (const GstState state : {GST_STATE_PAUSED, GST_STATE_READY}) {
         support::set_state(to.pipeline, state);
