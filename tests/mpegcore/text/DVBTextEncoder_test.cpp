@@ -2,6 +2,7 @@
 #include "mpegcore/text/DVBText.h"
 #include "mpegcore/text/UTF8.h"
 #include "support/Texts.h"
+#include "support/sanitizers.h"
 
 #include <gmock/gmock.h>
 
@@ -77,7 +78,9 @@ TEST(DVBTextEncoder, JoinsALetterAndTheMarkBehindIt)
 
 TEST(DVBTextEncoder, GivesBackEveryCharacterThatIsNoControlCode)
 {
-    for (char32_t code = 0x20; code < 0x10800; ++code) {
+    // With all of them AddressSanitizer would take minutes; without it none is left out.
+    constexpr char32_t step = zqtest::address_sanitizer ? 13 : 1;
+    for (char32_t code = 0x20; code < 0x10800; code += step) {
         const bool control = (code >= 0x7F && code < 0xA0) || (code >= 0xE080 && code <= 0xE09F);
         const bool surrogate = code >= 0xD800 && code < 0xE000;
         if (control || surrogate)
