@@ -44,7 +44,7 @@ bool transport_input::open(const input_settings& settings)
     m_continuity = {};
     m_senders = {};
     m_not_ts = m_interval_start = m_bit_rate = m_begun_from = 0;
-    m_sees_rtp = false;
+    m_sees_rtp = m_flowing = false;
     {
         const std::lock_guard lock{m_mutex};
         m_legs.clear();
@@ -132,6 +132,7 @@ void transport_input::begin_anew()
     m_merger.forget();
     m_continuity.forget();
     m_anew = true;
+    m_flowing = false;
 }
 
 /// From now on what comes on `leg` is taken.

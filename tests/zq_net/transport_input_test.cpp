@@ -335,6 +335,24 @@ TEST(TransportInput, SaysWhenNothingCame)
     EXPECT_EQ(to.input.figures().bit_rate, 0U);
 }
 
+TEST(TransportInput, ForgetsTheBatchTimeOfItsLastFlowWhenItIsOpenedAnew)
+{
+    zq_net::input_settings settings;
+    settings.batch_time = 10;
+    stand to{settings};
+    to.send(pattern(1316, 1));
+    to.send(pattern(1316, 2));
+    to.memory.resize(8 * 1316);
+    EXPECT_EQ(to.input.receive(to.memory.data(), 8, 1316), result::data);
+    settings.batch_time = 0;
+    settings.legs.push_back({"127.0.0.1", to.input.address().port(), "", {}, 0});
+    to.input.close();
+    ASSERT_TRUE(to.input.open(settings)) << to.input.error();
+    to.send(pattern(1316, 3));
+    to.receive_until(1316);
+    EXPECT_EQ(to.out, pattern(1316, 3));
+}
+
 TEST(TransportInput, WaitsForMoreBehindADatagram)
 {
     zq_net::input_settings settings;
