@@ -76,18 +76,20 @@ void datagram_reader::make_room(std::size_t count)
     }
 }
 
-int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_size, std::size_t count, bool wait)
+int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_size, std::size_t count, bool wait,
+                          std::size_t kept)
 {
-    count = std::min(count, most());
+    count = std::min(count, most() - std::min(kept, most()));
     slot_size = std::min(slot_size, m_largest);
     if (count > m_messages.size())
         make_room(count);
+    unsigned char* const whole = m_long.get() + kept * m_largest;
     for (std::size_t i = 0; i < count; ++i) {
         msghdr& header = m_messages[i].msg_hdr;
         header.msg_namelen = m_details == details::all ? sizeof(sockaddr_storage) : 0;
         header.msg_controllen = m_details == details::all ? sizeof(control) : 0;
         m_parts[i][0] = {memory + i * slot_size, slot_size};
-        m_parts[i][1] = {m_long.get() + i * m_largest + slot_size, m_largest - slot_size};
+        m_parts[i][1] = {whole + i * m_largest + slot_size, m_largest - slot_size};
     }
     const int received = ::recvmmsg(socket, m_messages.data(), static_cast<unsigned>(count),
                                     wait ? MSG_WAITFORONE : MSG_DONTWAIT, nullptr);
@@ -97,19 +99,19 @@ int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_si
         // A socket that was shut down gives empty messages from nobody.
         if (m_details == details::all && m_messages[i].msg_hdr.msg_namelen == 0)
             return static_cast<int>(i);
-        take(i, memory + i * slot_size, slot_size);
+        take(i, memory + i * slot_size, slot_size, whole + i * m_largest);
     }
     return received;
 }
 
-void datagram_reader::take(std::size_t index, unsigned char* slot, std::size_t slot_size)
+void datagram_reader::take(std::size_t index, unsigned char* slot, std::size_t slot_size, unsigned char* whole)
 {
     msghdr& header = m_messages[index].msg_hdr;
     datagram& taken = m_datagrams[index];
     taken.size = m_messages[index].msg_len;
     taken.data = slot;
     if (taken.size > slot_size) {
-        taken.data = m_long.get() + index * m_largest;
+        taken.data = whole;
         std::memcpy(taken.data, slot, slot_size);
     }
     taken.truncated = (header.msg_flags & MSG_TRUNC) != 0;

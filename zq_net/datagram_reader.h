@@ -41,12 +41,14 @@ public:
     explicit datagram_reader(std::size_t most, std::size_t largest = largest_datagram, details wanted = details::all);
 
     /// Reads up to `count` datagrams, at most as many as one call may, the n-th to `memory` + n * `slot_size`; one
-    /// that is longer goes to memory of the reader's, whole. With `wait` waits for the first one. The number of
+    /// that is longer goes to memory of the reader's, whole. With `wait` waits for the first one. The `kept` datagrams
+    /// that reads before gave together stay where they are, and count for what one call may. The number of
     /// datagrams; 0 when there was none or the wait was ended (with errno, unless the socket was shut down); -1 with
     /// errno when receiving failed.
-    [[nodiscard]] int read(int socket, unsigned char* memory, std::size_t slot_size, std::size_t count, bool wait);
+    [[nodiscard]] int read(int socket, unsigned char* memory, std::size_t slot_size, std::size_t count, bool wait,
+                           std::size_t kept = 0);
 
-    /// Valid until the next read().
+    /// Of the last read(), valid until the next one.
     [[nodiscard]] const datagram& operator[](std::size_t index) const { return m_datagrams[index]; }
     [[nodiscard]] std::size_t most() const { return m_most; }
 
@@ -62,7 +64,7 @@ private:
     };
 
     void make_room(std::size_t count);
-    void take(std::size_t index, unsigned char* slot, std::size_t slot_size);
+    void take(std::size_t index, unsigned char* slot, std::size_t slot_size, unsigned char* whole);
 
     std::size_t m_most;
     std::size_t m_largest;

@@ -82,7 +82,8 @@ private:
     void wait_for_any();
     unsigned wait_limit(const input_leg& leg) const;
     bool wait_for_more();
-    int read_leg(std::size_t leg, unsigned char* memory, std::size_t slots, std::size_t slot_size, bool wait);
+    int read_leg(std::size_t leg, unsigned char* memory, std::size_t used, std::size_t slots, std::size_t slot_size,
+                 bool wait);
     void begin_anew();
     void take_from(input_leg& leg, std::uint64_t fresh_from);
     bool is_stale(input_leg& leg, std::uint64_t arrival);

@@ -56,7 +56,7 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
     const auto read_all = [&](bool wait) {
         for (std::size_t leg = 0; leg < m_legs.size(); ++leg) {
             const std::size_t used = m_legs.size() == 1 ? m_read : 0;
-            const int count = read_leg(leg, memory + (leg * share + used) * slot_size, share - used, slot_size, wait);
+            const int count = read_leg(leg, memory + leg * share * slot_size, used, share, slot_size, wait);
             if (count < 0)
                 return false;
             longest = std::max(longest, used + static_cast<std::size_t>(count));
@@ -106,13 +106,15 @@ bool transport_input::wait_for_more()
     return !m_interrupt_changed.wait_until(lock, until, [this] { return m_interrupted.load(); });
 }
 
-int transport_input::read_leg(std::size_t leg, unsigned char* memory, std::size_t slots, std::size_t slot_size,
-                              bool wait)
+/// Into what is left of `slots` behind the `used` ones.
+int transport_input::read_leg(std::size_t leg, unsigned char* memory, std::size_t used, std::size_t slots,
+                              std::size_t slot_size, bool wait)
 {
     input_leg& from = m_legs[leg];
     const std::uint64_t fresh_from = m_fresh_from;
     const std::uint64_t before = wait ? 0 : real_time();
-    int count = from.reader.read(from.socket.descriptor(), memory, slot_size, slots, wait);
+    int count =
+        from.reader.read(from.socket.descriptor(), memory + used * slot_size, slot_size, slots - used, wait, used);
     if (count < 0 && passes_by_itself(errno))
         count = 0;
     if (count < 0) {
@@ -122,7 +124,7 @@ int transport_input::read_leg(std::size_t leg, unsigned char* memory, std::size_
     m_read += static_cast<std::size_t>(count);
     for (int i = 0; i < count; ++i)
         take(leg, from.reader[static_cast<std::size_t>(i)]);
-    if (static_cast<std::size_t>(count) < slots) {
+    if (used + static_cast<std::size_t>(count) < slots) {
         // All that was there has been read.
         from.read_up_to = wait ? from.figures.last_arrival : before;
         if (fresh_from != reorder_window::never && from.fresh_from != fresh_from)

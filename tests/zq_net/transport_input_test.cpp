@@ -368,6 +368,29 @@ TEST(TransportInput, WaitsForMoreBehindADatagram)
     EXPECT_EQ(to.out, joined({pattern(1316, 1), pattern(1316, 2)}));
 }
 
+TEST(TransportInput, KeepsWhatOfADatagramIsLongerThanItsSlotWhileItWaitsForMore)
+{
+    const std::vector<bytes> sizes[] = {{pattern(21 * 188, 1), pattern(21 * 188, 2)},
+                                        {rtp_datagram(1, pattern(1316, 1)), rtp_datagram(2, pattern(1316, 2))}};
+    for (const auto& datagrams : sizes) {
+        zq_net::input_settings settings;
+        settings.batch_time = 300;
+        stand to{settings};
+        std::thread sending{[&] {
+            for (const bytes& datagram : datagrams) {
+                std::this_thread::sleep_for(std::chrono::milliseconds{20});
+                to.send(datagram);
+            }
+        }};
+        const std::size_t header = datagrams[0].size() % 188;
+        const auto payload = [&](std::size_t i) { return bytes{datagrams[i].begin() + header, datagrams[i].end()}; };
+        const bytes all = joined({payload(0), payload(1)});
+        to.receive_until(all.size());
+        sending.join();
+        EXPECT_EQ(to.out, all);
+    }
+}
+
 TEST(TransportInput, TellsWhyItCouldNotBeOpened)
 {
     const support::taken_port port;
