@@ -33,6 +33,7 @@ void rtp_merger::put(std::size_t leg, const rtp_packet& packet, std::uint64_t ar
     }
     from.last_arrival = arrival;
     const piece payload{packet.payload, packet.payload_size, arrival};
+    const std::uint16_t highest = from.tracker.highest();
     const auto step = from.tracker.see(packet.sequence_number);
     from.counters.lost = from.lost_before + from.tracker.lost();
     if (step != sequence_tracker::step::restarted && !from.suspect.empty()) {
@@ -46,8 +47,13 @@ void rtp_merger::put(std::size_t leg, const rtp_packet& packet, std::uint64_t ar
         from.suspect_arrival = arrival;
         return;
     case sequence_tracker::step::restarted:
+        // One that was away for long may come back with a number that only seems lower.
+        from.aside = static_cast<std::int16_t>(packet.sequence_number - highest) < 0 &&
+                     within(arrival, from.last_counted, silence);
+        from.last_counted = arrival;
         return restart(from, packet, arrival, out);
     case sequence_tracker::step::repeated:
+        from.last_counted = arrival;
         ++from.counters.received;
         ++from.counters.repeated;
         return;
@@ -59,7 +65,10 @@ void rtp_merger::put(std::size_t leg, const rtp_packet& packet, std::uint64_t ar
         break;
     }
     ++from.counters.received;
-    from.carries = fits(packet.sequence_number);
+    from.last_counted = arrival;
+    const bool fitting = fits(packet.sequence_number);
+    from.aside = from.aside && !(fitting && is_due(packet.sequence_number));
+    from.carries = fitting && !from.aside;
     if (from.carries)
         pass(from, packet.sequence_number, payload, out);
     else if (!carried_elsewhere(from, arrival))
@@ -71,8 +80,7 @@ void rtp_merger::put(std::size_t leg, const rtp_packet& packet, std::uint64_t ar
 void rtp_merger::forget()
 {
     for (leg_state& leg : m_legs) {
-        leg.lost_before += leg.tracker.lost();
-        leg.tracker = {};
+        forget_count(leg);
         leg.suspect.clear();
         leg.carries = false;
     }
@@ -81,12 +89,18 @@ void rtp_merger::forget()
     m_anew = true;
 }
 
+void rtp_merger::forget_count(leg_state& leg)
+{
+    leg.lost_before += leg.tracker.lost();
+    leg.tracker = {};
+    leg.aside = false;
+}
+
 bool rtp_merger::is_of_the_stream(leg_state& from, const rtp_packet& packet, std::uint64_t arrival, piece_list& out)
 {
     if (m_started && packet.SSRC == m_SSRC) {
         if (from.SSRC != packet.SSRC) {
-            from.lost_before += from.tracker.lost();
-            from.tracker = {};
+            forget_count(from);
             from.SSRC = packet.SSRC;
         }
         m_last_arrival = arrival;
@@ -106,8 +120,7 @@ bool rtp_merger::is_of_the_stream(leg_state& from, const rtp_packet& packet, std
     m_SSRC = packet.SSRC;
     for (leg_state& leg : m_legs)
         leg.carries = false;
-    from.lost_before += from.tracker.lost();
-    from.tracker = {};
+    forget_count(from);
     from.SSRC = packet.SSRC;
     m_last_arrival = arrival;
     begin(from, packet, out);
@@ -127,6 +140,8 @@ void rtp_merger::begin(leg_state& from, const rtp_packet& packet, piece_list& ou
     m_window.flush(out);
     m_window.begin(extend_sequence(first_number, packet.sequence_number));
     m_started = true;
+    for (leg_state& leg : m_legs)
+        leg.aside = false;
     from.carries = true;
 }
 
@@ -136,7 +151,7 @@ void rtp_merger::restart(leg_state& from, const rtp_packet& packet, std::uint64_
     const auto suspect = std::exchange(from.suspect, {});
     const auto first = static_cast<std::uint16_t>(packet.sequence_number - (suspect.empty() ? 0 : 1));
     from.counters.received += suspect.empty() ? 0 : 2;
-    if (!fits(first)) {
+    if (!fits(first) || from.aside) {
         if (carried_elsewhere(from, arrival)) {
             from.carries = false;
             from.counters.foreign += suspect.empty() ? 1 : 2;
@@ -161,8 +176,13 @@ void rtp_merger::restart(leg_state& from, const rtp_packet& packet, std::uint64_
 bool rtp_merger::fits(std::uint16_t sequence_number) const
 {
     const std::uint64_t number = extend_sequence(m_window.next(), sequence_number);
-    return number >= m_window.next() ? number - m_window.next() <= std::max(m_history, longest_dropout)
-                                     : m_window.next() - number <= m_history;
+    return is_due(sequence_number) ? number - m_window.next() <= longest_dropout
+                                   : m_window.next() - number <= m_history;
+}
+
+bool rtp_merger::is_due(std::uint16_t sequence_number) const
+{
+    return extend_sequence(m_window.next(), sequence_number) >= m_window.next();
 }
 
 void rtp_merger::pass(leg_state& from, std::uint16_t sequence_number, const piece& payload, piece_list& out)

@@ -14,7 +14,8 @@ namespace zq_net
 /// the first copy of a number counts, so nothing is missing unless both legs lost it.
 ///
 /// Another SSRC or a far sequence number is taken for a sender that began anew. With two legs it is so only when no
-/// other leg still carries the old one. The old sender, should it send on, is then ignored as long as the new one does.
+/// other leg still carries the old one; until then what the leg brings of the new one is foreign. The old sender, should it send on, is then ignored as long as the new one
+/// does.
 class rtp_merger
 {
 public:
@@ -57,7 +58,9 @@ private:
         std::uint64_t lost_before = 0; // by trackers of earlier senders
         std::uint32_t SSRC = 0;
         std::uint64_t last_arrival = 0;
-        bool carries = false; // the stream, as far as is known
+        std::uint64_t last_counted = 0; // arrival of the last one that was not strange
+        bool carries = false;           // the stream, as far as is known
+        bool aside = false;             // counts anew from a lower number, which the stream does not follow yet
         std::vector<unsigned char> suspect;
         std::uint64_t suspect_arrival = 0;
     };
@@ -67,7 +70,9 @@ private:
     void begin(leg_state& from, const rtp_packet& packet, piece_list& out);
     void pass(leg_state& from, std::uint16_t sequence_number, const piece& payload, piece_list& out);
     void restart(leg_state& from, const rtp_packet& packet, std::uint64_t arrival, piece_list& out);
+    void forget_count(leg_state& leg);
     bool fits(std::uint16_t sequence_number) const;
+    bool is_due(std::uint16_t sequence_number) const;
 
     reorder_window m_window;
     std::uint64_t m_history;

@@ -29,6 +29,8 @@ public:
 
     step see(std::uint16_t sequence_number);
 
+    /// The number that the next one is measured by.
+    [[nodiscard]] std::uint16_t highest() const { return m_highest; }
     /// Packets seen, without repeated and strange ones.
     [[nodiscard]] std::uint64_t received() const { return m_received; }
     /// Numbers left out so far. Falls when one comes late.

@@ -137,6 +137,22 @@ TEST(RtpMerger, FollowsASenderThatBeginsItsNumbersAnewWithoutLosingItsFirstPacke
     EXPECT_EQ(to.merger.sender_changes(), 1U);
 }
 
+TEST(RtpMerger, FollowsASenderThatGoesBackNoFurtherThanDuplicatesAreKnown)
+{
+    stand to{1};
+    std::vector<int> expected;
+    for (unsigned number = 0; number < 300; ++number) {
+        to.put(number);
+        expected.push_back(static_cast<int>(number));
+    }
+    for (const unsigned number : {0U, 1U, 2U})
+        to.put(number);
+    expected.insert(expected.end(), {-1, 0, 1, 2});
+    EXPECT_EQ(to.out(), expected);
+    EXPECT_EQ(to.merger.sender_changes(), 1U);
+    EXPECT_EQ(to.merger.lost(), 0U);
+}
+
 TEST(RtpMerger, DropsALoneStrangePacket)
 {
     stand to{1};
@@ -274,5 +290,68 @@ TEST(TwoLegs, AreNotLedAstrayByNumbersThatJumpOnOne)
     }
     EXPECT_THAT(to.out(), ElementsAre(0, 1, 2, 3, 4, 5));
     EXPECT_EQ(to.merger.sender_changes(), 0U);
+}
+
+/// Both legs bring `from` and two more, then `to_number` and three more; the second leg `behind` packets later.
+void expect_both_follow(unsigned from, unsigned to_number, unsigned behind)
+{
+    stand to{2};
+    std::vector<unsigned> numbers;
+    for (unsigned i = 0; i < 10; ++i)
+        numbers.push_back(from + i);
+    for (unsigned i = 0; i < 30; ++i)
+        numbers.push_back(to_number + i);
+    for (unsigned i = 0; i < numbers.size() + behind; ++i) {
+        if (i < numbers.size())
+            to.put(numbers[i], 0, i * ms);
+        if (i >= behind)
+            to.put(numbers[i - behind], 1, i * ms);
+        to.merger.advance(i * ms, to.list);
+    }
+    std::vector<int> expected{numbers.begin(), numbers.end()};
+    expected.insert(expected.begin() + 10, -1);
+    EXPECT_EQ(to.out(), expected) << from << " to " << to_number << ", " << behind << " behind";
+    EXPECT_EQ(to.merger.lost(), 0U);
+    EXPECT_EQ(to.merger.sender_changes(), 1U);
+}
+
+TEST(TwoLegs, FollowASenderThatCountsAnewOnBoth)
+{
+    for (const unsigned behind : {0U, 1U, 5U}) {
+        expect_both_follow(20000, 10000, behind);
+        expect_both_follow(20000, 30000, behind);
+        expect_both_follow(20000, 19000, behind);
+        expect_both_follow(20000, 45000, behind);
+    }
+}
+
+TEST(TwoLegs, FollowTheOneThatCountsAnewWhenTheOtherIsSilent)
+{
+    stand to{2};
+    for (unsigned i = 0; i < 3; ++i) {
+        to.put(500 + i, 0);
+        to.put(500 + i, 1);
+    }
+    for (unsigned i = 0; i < 4; ++i)
+        to.put(i, 0, i * 400 * ms);
+    EXPECT_THAT(to.out(), ElementsAre(500, 501, 502, -1, 3));
+    EXPECT_EQ(to.merger.counters(0).foreign, 3U);
+}
+
+TEST(TwoLegs, TakeBackOneThatMissedMoreThanHalfOfAllNumbers)
+{
+    stand to{2};
+    to.put(0, 0);
+    for (unsigned number = 0; number < 40000; ++number)
+        to.put(number, 1, number * ms);
+    to.out();
+    // It runs ten packets behind the other one.
+    for (unsigned number = 40000; number < 40020; ++number) {
+        to.put(number, 1, number * ms);
+        to.put(number - 10, 0, number * ms);
+    }
+    EXPECT_EQ(to.out().size(), 20U);
+    EXPECT_EQ(to.merger.counters(0).second, 20U);
+    EXPECT_EQ(to.merger.counters(0).foreign, 0U);
 }
 } // namespace rtp_merger_test
