@@ -105,6 +105,11 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
     if (m_shut) {
         if (!open_sockets())
             return result::failed;
+        if (m_interrupted) {
+            // What interrupted it knew the sockets before these.
+            m_shut = true;
+            return result::interrupted;
+        }
         begin_anew();
     }
     const auto read = wait_and_read(memory, slots, slot_size);

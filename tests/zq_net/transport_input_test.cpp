@@ -13,6 +13,7 @@
 #include <memory>
 #include <random>
 #include <thread>
+#include <tuple>
 
 namespace transport_input_test
 {
@@ -270,6 +271,32 @@ TEST(TransportInput, IsInterruptedWhileItWaitsAndUntilItIsResumed)
     to.receive_until(1316);
     done = true;
     sending.join();
+}
+
+TEST(TransportInput, IsInterruptedWhileItOpensItsSocketsAgain)
+{
+    stand to;
+    std::atomic<bool> done{false};
+    std::thread reading{[&] {
+        // Holds up whoever opens or interrupts.
+        while (!done)
+            std::ignore = to.input.figures();
+    }};
+    for (int i = 0; i < 2000; ++i) {
+        to.input.interrupt();
+        to.input.resume();
+        std::atomic<bool> begins{false};
+        auto received = std::async(std::launch::async, [&] {
+            begins = true;
+            return to.receive();
+        });
+        while (!begins)
+            std::this_thread::yield();
+        to.input.interrupt();
+        EXPECT_EQ(received.get(), result::interrupted);
+    }
+    done = true;
+    reading.join();
 }
 
 TEST(TransportInput, IsInterruptedInAnyOfItsWaits)
