@@ -46,7 +46,7 @@ public:
     void add_copy(const piece& added)
     {
         auto& copy = m_copies.emplace_back(added.data, added.data + added.size);
-        add({copy.data(), copy.size(), added.arrival, added.gap});
+        add({copy.data(), copy.size(), added.arrival, added.gap, added.anew});
     }
 
     /// Keeps `bytes` until clear().

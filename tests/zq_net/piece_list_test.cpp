@@ -61,4 +61,14 @@ TEST(PieceList, KeepsCopiesInPlaceHoweverManyFollow)
     for (unsigned value = 0; value < 200; ++value)
         EXPECT_EQ(*list[value].data, value);
 }
+
+TEST(PieceList, KeepsOfACopyWhatWasSaidOfTheBytes)
+{
+    piece_list list;
+    list.add_copy({memory, 1, 5, true, true});
+    ASSERT_EQ(list.size(), 1U);
+    EXPECT_EQ(list[0].arrival, 5U);
+    EXPECT_TRUE(list[0].gap);
+    EXPECT_TRUE(list[0].anew);
+}
 } // namespace piece_list_test

@@ -253,6 +253,23 @@ TEST(TransportInput, CountsNoContinuityErrorWhereAnotherSenderBegins)
     EXPECT_EQ(to.gaps, 1);
 }
 
+TEST(TransportInput, CountsNoContinuityErrorWhereASenderCountsAnew)
+{
+    stand to;
+    const auto packet = [](unsigned char continuity_counter) {
+        bytes made = pattern(188);
+        made[1] = 1;
+        made[3] = static_cast<unsigned char>(0x10 | continuity_counter);
+        return made;
+    };
+    to.send(rtp_datagram(20000, packet(0)));
+    to.send(rtp_datagram(7, packet(5)));
+    to.send(rtp_datagram(8, packet(6)));
+    to.receive_until(3 * 188);
+    EXPECT_EQ(to.input.figures().continuity_errors, 0U);
+    EXPECT_EQ(to.input.figures().sender_changes, 1U);
+}
+
 TEST(TransportInput, IsInterruptedWhileItWaitsAndUntilItIsResumed)
 {
     stand to;
