@@ -47,7 +47,8 @@ void input_leg::note_drops()
     if (!socket.is_open())
         return;
     const std::uint32_t drops = socket.kernel_drops();
-    figures.kernel_drops += static_cast<std::uint32_t>(drops - m_drops_seen); // over the wrap
+    if (!idle)
+        figures.kernel_drops += static_cast<std::uint32_t>(drops - m_drops_seen); // over the wrap
     m_drops_seen = drops;
 }
 } // namespace zq_net

@@ -31,7 +31,7 @@ public:
 
     [[nodiscard]] bool open(std::string& error);
     void close();
-    /// Takes over how many datagrams the kernel dropped so far.
+    /// Takes over how many datagrams the kernel dropped so far; what it dropped while idle does not count.
     void note_drops();
 
 private:
@@ -42,6 +42,7 @@ public:
     udp_socket socket;
     datagram_reader reader;
     leg_figures figures;
+    bool idle = false;
     std::uint64_t read_up_to = 0;  ///< real_time() up to which all that came has been read
     std::uint64_t fresh_from = 0;  ///< what came before is dropped; the last such time that took effect
     std::uint64_t last_follow = 0; ///< when the interface was last looked at

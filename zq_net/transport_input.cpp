@@ -49,7 +49,7 @@ bool transport_input::open(const input_settings& settings)
         const std::lock_guard lock{m_mutex};
         m_legs.clear();
         for (const udp_settings& leg : settings.legs)
-            m_legs.emplace_back(leg, most_slots);
+            m_legs.emplace_back(leg, most_slots).idle = m_fresh_from == reorder_window::never;
         m_figures = {};
     }
     return open_sockets();
@@ -129,7 +129,15 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
     return m_pieces.empty() ? result::nothing : result::data;
 }
 
-void transport_input::set_idle(bool idle) { m_fresh_from = idle ? reorder_window::never : real_time(); }
+void transport_input::set_idle(bool idle)
+{
+    const std::lock_guard lock{m_mutex};
+    for (input_leg& leg : m_legs) {
+        leg.note_drops();
+        leg.idle = idle;
+    }
+    m_fresh_from = idle ? reorder_window::never : real_time();
+}
 
 /// What follows continues nothing that was.
 void transport_input::begin_anew()

@@ -460,6 +460,32 @@ TEST(TransportInput, CountsWhatTheKernelDropped)
     EXPECT_EQ(to.input.figures().legs[0].kernel_drops, dropped);
 }
 
+TEST(TransportInput, LeavesOutWhatTheKernelDroppedWhileItWasIdle)
+{
+    stand to;
+    const int enough = to.input.figures().legs[0].buffer_got / 500 + 1000;
+    const auto overflow = [&] {
+        for (int i = 0; i < enough; ++i)
+            to.send(pattern(1316));
+    };
+    overflow();
+    const auto drops = [&] { return to.input.figures().legs[0].kernel_drops; };
+    // Not read before: what was dropped up to the pause counts all the same.
+    to.input.set_idle(true);
+    overflow();
+    const auto before = drops();
+    EXPECT_GT(before, 0U);
+    EXPECT_LT(before, static_cast<std::uint64_t>(enough));
+    to.input.set_idle(false);
+    EXPECT_EQ(drops(), before);
+    overflow();
+    EXPECT_EQ(drops(), before + static_cast<std::uint64_t>(enough));
+    to.input.set_idle(true);
+    overflow();
+    to.input.close();
+    EXPECT_EQ(drops(), before + static_cast<std::uint64_t>(enough));
+}
+
 TEST(TransportInputWithTwoLegs, MissesNothingThatOneOfThemBrings)
 {
     stand to{{}, 2};
