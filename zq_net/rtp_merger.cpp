@@ -107,6 +107,8 @@ bool rtp_merger::is_of_the_stream(leg_state& from, const rtp_packet& packet, std
         return true;
     }
     if (m_started) {
+        if (packet.payload_size == 0)
+            return false;
         const bool former = m_has_former && packet.SSRC == m_former_SSRC;
         if ((former && within(arrival, m_last_arrival, silence)) || carried_elsewhere(from, arrival)) {
             from.carries = from.carries && former;

@@ -14,8 +14,8 @@ namespace zq_net
 /// the first copy of a number counts, so nothing is missing unless both legs lost it.
 ///
 /// Another SSRC or a far sequence number is taken for a sender that began anew. With two legs it is so only when no
-/// other leg still carries the old one; until then what the leg brings of the new one is foreign. The old sender, should it send on, is then ignored as long as the new one
-/// does.
+/// other leg still carries the old one; until then what the leg brings of the new one is foreign. The old
+/// sender, should it send on, is then ignored as long as the new one does. A packet without payload begins no other.
 class rtp_merger
 {
 public:

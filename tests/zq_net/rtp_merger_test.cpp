@@ -95,6 +95,19 @@ TEST(RtpMerger, FollowsANewSenderAtOnceAndCountsNoLoss)
     EXPECT_EQ(to.merger.lost(), 0U);
 }
 
+TEST(RtpMerger, IsLedAstrayByNoPacketOfAnotherSenderWithoutPayload)
+{
+    stand to{1};
+    to.put(10);
+    zq_net::rtp_packet stray;
+    stray.SSRC = B;
+    to.merger.put(0, stray, 0, to.list);
+    to.put(11);
+    EXPECT_THAT(to.out(), ElementsAre(10, 11));
+    EXPECT_EQ(to.merger.sender_changes(), 0U);
+    EXPECT_EQ(to.merger.counters(0).foreign, 1U);
+}
+
 TEST(RtpMerger, PassesWhatItKeptOfTheFormerSenderFirst)
 {
     stand to{1};
