@@ -58,9 +58,12 @@ void take_signals()
 {
     struct sigaction action = {};
     action.sa_handler = ask_to_end;
+    // The second one ends a program that cannot end by itself, because nobody reads its output.
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
     action.sa_handler = SIG_IGN;
+    action.sa_flags = 0;
     sigaction(SIGPIPE, &action, nullptr);
 }
 

@@ -42,7 +42,8 @@ private:
     const char* m_name;
 };
 
-/// From here on SIGINT and SIGTERM only ask to end, and a reader that went away is noticed when writing.
+/// From here on the first SIGINT and the first SIGTERM only ask to end, the next ends the process, and a reader that
+/// went away is noticed when writing.
 void take_signals();
 [[nodiscard]] bool is_asked_to_end();
 } // namespace tools
