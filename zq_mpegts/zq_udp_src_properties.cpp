@@ -83,11 +83,14 @@ bool zq_udp_src_set_uri(GObject* object, const gchar* text, std::string& error)
     zq_udp_src_instance& data = zq_udp_src_instance::of(object);
     {
         const std::lock_guard lock{data.mutex};
-        data.rtp_scheme = read->rtp;
         data.settings.address = read->address;
         data.settings.port = read->port;
-        data.settings.source_filter = read->source;
-        data.settings.rtp = read->rtp ? zq_net::rtp_mode::on : zq_net::rtp_mode::automatic;
+        if (!read->source.empty())
+            data.settings.source_filter = read->source;
+        // What the scheme does not say stays as it was set.
+        if (read->rtp || data.rtp_scheme)
+            data.settings.rtp = read->rtp ? zq_net::rtp_mode::on : zq_net::rtp_mode::automatic;
+        data.rtp_scheme = read->rtp;
     }
     for (const auto& [name, value] : read->parameters) {
         if (is_parameter(name))

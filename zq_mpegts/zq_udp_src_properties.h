@@ -36,5 +36,5 @@ void zq_udp_src_get_property(GObject* object, guint id, GValue* value, GParamSpe
 
 /// The address as a URI, without parameters.
 [[nodiscard]] std::string zq_udp_src_uri(zq_udp_src_instance& data);
-/// Sets what the URI says. False with a sentence in `error`; nothing is changed then.
+/// Sets what the URI says; what it leaves out stays. False with a sentence in `error`; nothing is changed then.
 [[nodiscard]] bool zq_udp_src_set_uri(GObject* object, const gchar* text, std::string& error);

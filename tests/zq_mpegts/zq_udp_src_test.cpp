@@ -279,6 +279,24 @@ TEST(UdpSrcUri, SetsAndTellsTheAddress)
     g_free(uri);
 }
 
+TEST(UdpSrcUri, LeavesWhatItDoesNotSay)
+{
+    const auto source = support::parse("zqudpsrc source-filter=192.0.2.1,192.0.2.2 rtp=off");
+    const auto expect = [&](const char* uri, const char* filter, gint rtp) {
+        ASSERT_TRUE(gst_uri_handler_set_uri(GST_URI_HANDLER(source.get()), uri, nullptr));
+        gchar* source_filter = nullptr;
+        gint rtp_now = -1;
+        g_object_get(source.get(), "source-filter", &source_filter, "rtp", &rtp_now, nullptr);
+        EXPECT_STREQ(source_filter, filter) << uri;
+        EXPECT_EQ(rtp_now, rtp) << uri;
+        g_free(source_filter);
+    };
+    constexpr gint automatic = 0, off = 1, on = 2;
+    expect("udp://232.1.2.3:6000", "192.0.2.1,192.0.2.2", off);
+    expect("rtp://192.0.2.9@232.1.2.3:6000", "192.0.2.9", on);
+    expect("udp://232.1.2.3:6000", "192.0.2.9", automatic);
+}
+
 TEST(UdpSrcUri, IsRefusedForAHostNameAndWhilePlaying)
 {
     playing to;
