@@ -27,6 +27,11 @@ std::vector<std::string> parts_of(const std::string& list)
     return parts;
 }
 
+bool tells_of_silence(const zq_udp_src_settings& settings)
+{
+    return settings.timeout != 0 && settings.timeout != GST_CLOCK_TIME_NONE;
+}
+
 zq_net::input_settings input_settings_of(const zq_udp_src_settings& settings)
 {
     const auto sources = parts_of(settings.source_filter);
@@ -40,7 +45,8 @@ zq_net::input_settings input_settings_of(const zq_udp_src_settings& settings)
     input.rtp = settings.rtp;
     input.align = settings.align;
     input.batch_time = settings.batch_time;
-    input.longest_wait = static_cast<unsigned>(std::min<guint64>((settings.timeout + ms - 1) / ms, 3600'000));
+    if (tells_of_silence(settings))
+        input.longest_wait = static_cast<unsigned>(std::min<guint64>((settings.timeout - 1) / ms + 1, 3600'000));
     return input;
 }
 } // namespace
@@ -48,7 +54,7 @@ zq_net::input_settings input_settings_of(const zq_udp_src_settings& settings)
 bool zq_udp_src::start(const zq_udp_src_settings& settings)
 {
     m_settings = settings;
-    m_last_time = 0;
+    m_last_time = m_last_data = 0;
     m_discont = true;
     m_told_silence = false;
     m_input.set_idle(true);
@@ -80,6 +86,18 @@ void zq_udp_src::stop()
 {
     m_input.close();
     drop_memory();
+}
+
+void zq_udp_src::play()
+{
+    m_playing_since = zq_net::real_time();
+    m_input.set_idle(false);
+}
+
+void zq_udp_src::pause()
+{
+    m_playing_since = not_playing;
+    m_input.set_idle(true);
 }
 
 bool zq_udp_src::have_memory()
@@ -248,9 +266,13 @@ void zq_udp_src::update_latency()
 void zq_udp_src::note_silence()
 {
     const std::uint64_t now = zq_net::real_time();
+    // A pause is no silence.
+    const std::uint64_t quiet_since = std::max(m_quiet_since, m_playing_since.load());
+    if (quiet_since == not_playing || !tells_of_silence(m_settings))
+        return;
     if (m_last_data == 0)
-        m_last_data = m_quiet_since;
-    if (m_settings.timeout == 0 || now < m_quiet_since + m_settings.timeout)
+        m_last_data = quiet_since;
+    if (now < quiet_since || now - quiet_since < m_settings.timeout)
         return;
     m_quiet_since = now;
     m_told_silence = true;

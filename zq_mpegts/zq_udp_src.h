@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <limits>
 #include <string>
 
 /// What an application sets on a `zqudpsrc`; taken over at the next start.
@@ -16,7 +17,7 @@ struct zq_udp_src_settings
     std::string interface;
     std::string source_filter; ///< addresses with commas between them
     guint buffer_size = 0;     ///< bytes
-    guint64 timeout = 0;       ///< nanoseconds; 0: no messages
+    guint64 timeout = 0;       ///< nanoseconds; 0 and GST_CLOCK_TIME_NONE: no messages
     zq_net::rtp_mode rtp = zq_net::rtp_mode::automatic;
     bool align = true;
     guint batch_time = 0; ///< milliseconds
@@ -36,8 +37,8 @@ public:
     [[nodiscard]] bool start(const zq_udp_src_settings& settings);
     void stop();
     /// From start() until playing, and in each pause, what comes is dropped.
-    void play() { m_input.set_idle(false); }
-    void pause() { m_input.set_idle(true); }
+    void play();
+    void pause();
     void unlock() { m_input.interrupt(); }
     void unlock_stop() { m_input.resume(); }
 
@@ -69,6 +70,8 @@ private:
     void note_data();
     void warn_of_small_buffer();
 
+    static constexpr std::uint64_t not_playing = std::numeric_limits<std::uint64_t>::max();
+
     GstBaseSrc* m_element;
     zq_net::transport_input m_input;
     zq_udp_src_settings m_settings;
@@ -76,7 +79,8 @@ private:
     GstClockTime m_last_time = 0;
     bool m_discont = true;
     std::atomic<std::uint64_t> m_latency{0};
-    std::uint64_t m_quiet_since = 0; // real time
+    std::atomic<std::uint64_t> m_playing_since{not_playing}; // real time
+    std::uint64_t m_quiet_since = 0;                         // real time
     std::uint64_t m_last_data = 0;
     bool m_told_silence = false;
 };

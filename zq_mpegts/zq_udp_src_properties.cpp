@@ -211,8 +211,8 @@ void zq_udp_src_install_properties(GObjectClass* object_class)
     add(buffer_size,
         g_param_spec_uint("buffer-size", "Buffer size",
                           "Bytes that the kernel may keep; never lowers its own; 0: 8 MiB", 0, G_MAXINT, 0, plain));
-    add(timeout, g_param_spec_uint64("timeout", "Timeout", "Nanoseconds of silence to tell of; 0: never", 0,
-                                     G_MAXUINT64, 0, plain));
+    add(timeout, g_param_spec_uint64("timeout", "Timeout", "Nanoseconds of silence to tell of; 0 and all ones: never",
+                                     0, G_MAXUINT64, 0, plain));
     add(rtp, g_param_spec_enum("rtp", "RTP", "What is RTP", rtp_mode_type(),
                                static_cast<gint>(zq_net::rtp_mode::automatic), plain));
     add(align, g_param_spec_boolean("align", "Align", "Find 188-byte packets across datagrams", TRUE, plain));

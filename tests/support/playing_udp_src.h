@@ -48,6 +48,14 @@ struct playing_udp_src
         gst_structure_free(stats);
         return value;
     }
+    /// Null when there is none yet.
+    message message_now(GstMessageType type) const
+    {
+        GstBus* const bus = gst_element_get_bus(pipeline.get());
+        message found{gst_bus_pop_filtered(bus, type)};
+        gst_object_unref(bus);
+        return found;
+    }
     message next_message(GstMessageType type) const
     {
         GstBus* const bus = gst_element_get_bus(pipeline.get());

@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
+#include <thread>
 
 namespace zq_udp_src_test
 {
@@ -218,6 +220,31 @@ TEST(UdpSrc, TellsOfSilenceAndOfItsEnd)
         if (gst_structure_has_name(gst_message_get_structure(next.get()), "ZqUdpSrcResumed"))
             break;
     }
+}
+
+TEST(UdpSrc, TakesNoPauseForSilence)
+{
+    playing to{"timeout=1000000000"};
+    support::set_state(to.pipeline, GST_STATE_PAUSED);
+    // More than one call reads, so that one of them gives nothing once it plays.
+    for (unsigned i = 0; i < 100; ++i)
+        to.sender.send(pattern(1316, 1));
+    std::this_thread::sleep_for(std::chrono::milliseconds{1100});
+    support::set_state(to.pipeline, GST_STATE_PLAYING);
+    to.sender.send(pattern(1316, 2));
+    ASSERT_TRUE(to.got(pattern(1316, 2)));
+    EXPECT_FALSE(to.message_now(GST_MESSAGE_ELEMENT));
+}
+
+TEST(UdpSrc, TellsOfNoSilenceWithTheLongestTimeout)
+{
+    playing to{"timeout=18446744073709551615"};
+    for (unsigned i = 0; i < 3; ++i)
+        to.sender.send(bytes(1000, 0x11));
+    ASSERT_TRUE(eventually([&] { return to.figure("not-ts") == 3; }));
+    to.sender.send(pattern(1316));
+    ASSERT_TRUE(to.got(pattern(1316)));
+    EXPECT_FALSE(to.message_now(GST_MESSAGE_ELEMENT));
 }
 
 TEST(UdpSrc, ReportsItsLatency)
