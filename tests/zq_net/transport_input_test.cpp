@@ -299,7 +299,7 @@ TEST(TransportInput, IsInterruptedWhileItOpensItsSocketsAgain)
         while (!done)
             std::ignore = to.input.figures();
     }};
-    for (int i = 0; i < 2000; ++i) {
+    for (int i = 0; i < 300; ++i) {
         to.input.interrupt();
         to.input.resume();
         std::atomic<bool> begins{false};
