@@ -54,7 +54,8 @@ zq_net::input_settings input_settings_of(const zq_udp_src_settings& settings)
 bool zq_udp_src::start(const zq_udp_src_settings& settings)
 {
     m_settings = settings;
-    m_last_time = m_last_data = 0;
+    m_last_time = 0;
+    m_last_data = 0;
     m_discont = true;
     m_told_silence = false;
     m_input.set_idle(true);
@@ -98,6 +99,13 @@ void zq_udp_src::pause()
 {
     m_playing_since = not_playing;
     m_input.set_idle(true);
+}
+
+void zq_udp_src::unlock_stop()
+{
+    // A flush may have set the running time back.
+    m_last_time = 0;
+    m_input.resume();
 }
 
 bool zq_udp_src::have_memory()
@@ -235,7 +243,7 @@ GstClockTime zq_udp_src::time_of(std::uint64_t arrival)
     // The age is all that is taken from the system's clock, which may be set.
     const std::uint64_t age = real_now > arrival ? real_now - arrival : 0;
     const GstClockTime time = now > base + age ? now - base - age : 0;
-    return m_last_time = std::max(m_last_time, time);
+    return m_last_time = std::max(m_last_time.load(), time);
 }
 
 void zq_udp_src::note_data()

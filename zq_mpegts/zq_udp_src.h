@@ -40,7 +40,7 @@ public:
     void play();
     void pause();
     void unlock() { m_input.interrupt(); }
-    void unlock_stop() { m_input.resume(); }
+    void unlock_stop();
 
     /// Waits for data. One buffer comes back in `buffer`; several are handed to the base class as a list.
     [[nodiscard]] GstFlowReturn create(GstBuffer*& buffer);
@@ -76,7 +76,7 @@ private:
     zq_net::transport_input m_input;
     zq_udp_src_settings m_settings;
     memory m_memory; // to receive into
-    GstClockTime m_last_time = 0;
+    std::atomic<GstClockTime> m_last_time{0};
     bool m_discont = true;
     std::atomic<std::uint64_t> m_latency{0};
     std::atomic<std::uint64_t> m_playing_since{not_playing}; // real time

@@ -115,6 +115,21 @@ TEST(UdpSrc, ReceivesWhatIsSentRightBehindTheStateChangeThatStartsIt)
     }
 }
 
+TEST(UdpSrc, BeginsItsTimesAnewBehindAFlushThatResetsThem)
+{
+    playing to;
+    std::this_thread::sleep_for(std::chrono::milliseconds{300});
+    to.sender.send(pattern(1316));
+    ASSERT_TRUE(to.got(pattern(1316)));
+    gst_element_send_event(to.source.get(), gst_event_new_flush_start());
+    gst_element_send_event(to.source.get(), gst_event_new_flush_stop(TRUE));
+    ASSERT_TRUE(eventually([&] {
+        to.sender.send(pattern(1316));
+        return to.recorder.count() > 1;
+    }));
+    EXPECT_LE(to.recorder.buffers().back().pts, gst_element_get_current_running_time(to.source.get()));
+}
+
 TEST(UdpSrc, DropsWhatComesWhileItDoesNotPlay)
 {
     const support::kernel_stamps stamps;
