@@ -206,7 +206,8 @@ void transport_input::deliver()
 
 void transport_input::take_bytes(piece bytes)
 {
-    bytes.gap = std::exchange(m_anew, false) || bytes.gap;
+    if (bytes.size > 0)
+        bytes.gap = std::exchange(m_anew, false) || bytes.gap;
     if (!m_settings.align)
         return m_pieces.add(bytes);
     m_not_ts += m_aligner.put(bytes, m_pieces) == ts_aligner::verdict::not_ts ? 1 : 0;

@@ -353,6 +353,21 @@ TEST(TransportInput, DropsWhatCameWhileItWasIdle)
     EXPECT_EQ(figures.rtp_lost, 0U) << "was not listened to";
 }
 
+TEST(TransportInput, MarksTheGapOfAPauseBehindAnEmptyDatagramToo)
+{
+    zq_net::input_settings settings;
+    settings.align = false;
+    stand to{settings};
+    to.send(pattern(1316, 1));
+    to.receive();
+    to.input.set_idle(true);
+    to.input.set_idle(false);
+    to.send({});
+    to.send(pattern(1316, 2));
+    to.receive_until(2 * 1316);
+    EXPECT_EQ(to.gaps, 1);
+}
+
 TEST(TransportInput, IsIdleFromTheStartWhenToldBefore)
 {
     stand to;
