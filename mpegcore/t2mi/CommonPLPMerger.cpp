@@ -76,6 +76,9 @@ void CommonPLPMerger::put_data(std::uint8_t plp_id, Data& data, const UserPacket
     const PacketPlace place = data.clock.next(packet, is_behind_gap, &group.period);
     const bool may_change = place.is_known && has_null_PID(packet.data);
     if (data.waiting.empty() && !may_change) {
+        // Or one whose place was lost would seem to lie ahead once ISCR has come round.
+        if (place.is_known && group.period.is_known())
+            static_cast<void>(pass(group, data, place));
         m_sink(plp_id, packet, is_behind_gap);
         return;
     }
@@ -112,21 +115,29 @@ CommonPLPMerger::Choice CommonPLPMerger::choose(const Group& group, Data& data, 
         return waits_no_more ? Choice::as_it_is : Choice::wait;
     const std::uint32_t time = first.place.time(group.period);
     const auto half_period = static_cast<std::int32_t>(group.period.get() / 2);
-    data.next = std::max(data.next, group.first);
-    for (; data.next - group.first < group.common.size(); ++data.next) {
-        const Packet& packet = group.common[static_cast<std::size_t>(data.next - group.first)];
-        const std::int32_t ahead = ISCR_difference(packet.place.time(group.period), time);
-        if (ahead > half_period)
-            return Choice::as_it_is;
-        if (ahead >= -half_period)
-            return Choice::common_packet;
-    }
+    if (const auto ahead = pass(group, data, first.place))
+        return *ahead > half_period ? Choice::as_it_is : Choice::common_packet;
     const PacketPlace& last = data.waiting.back().place;
     const bool is_common_there =
         group.newest.is_known && ISCR_difference(group.newest.time(group.period), time) > half_period;
     const bool waited_long =
         last.is_known && ISCR_difference(last.time(group.period), time) > longest_wait - half_period;
     return is_common_there || waited_long || waits_no_more ? Choice::as_it_is : Choice::wait;
+}
+
+/// Passes the packets of the common PLP that stand before `place`. How far the next is ahead, if there is one.
+std::optional<std::int32_t> CommonPLPMerger::pass(const Group& group, Data& data, const PacketPlace& place)
+{
+    const std::uint32_t time = place.time(group.period);
+    const auto half_period = static_cast<std::int32_t>(group.period.get() / 2);
+    data.next = std::max(data.next, group.first);
+    for (; data.next - group.first < group.common.size(); ++data.next) {
+        const Packet& packet = group.common[static_cast<std::size_t>(data.next - group.first)];
+        const std::int32_t ahead = ISCR_difference(packet.place.time(group.period), time);
+        if (ahead >= -half_period)
+            return ahead;
+    }
+    return std::nullopt;
 }
 
 void CommonPLPMerger::flush()

@@ -11,6 +11,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <optional>
 #include <vector>
 
 namespace mpegcore
@@ -94,6 +95,7 @@ private:
     void put_data(std::uint8_t plp_id, Data& data, const UserPacket& packet, bool is_behind_gap);
     void give(std::uint8_t plp_id, Data& data, bool all);
     Choice choose(const Group& group, Data& data, bool all) const;
+    static std::optional<std::int32_t> pass(const Group& group, Data& data, const PacketPlace& place);
     static Packet copy_of(const UserPacket& packet, const PacketPlace& place, bool is_behind_gap);
     void hand_out(std::uint8_t plp_id, const Packet& packet, bool is_behind_gap) const;
 

@@ -30,6 +30,7 @@ void T2MIDemultiplexer::set_stream_id(int t2mi_stream_id)
     m_probe.set_stream_id(t2mi_stream_id);
     if (t2mi_stream_id != any && t2mi_stream_id != stream_id()) {
         m_stream_id = t2mi_stream_id;
+        m_PLPs.flush();
         m_PLPs.note_gap();
     }
 }
@@ -147,6 +148,7 @@ void T2MIDemultiplexer::leave()
     m_was_listed = m_told_scrambled = false;
     m_gatherer.reset();
     m_packet_counts.reset();
+    m_PLPs.flush();
     m_PLPs.note_gap();
 }
 

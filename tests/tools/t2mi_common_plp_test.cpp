@@ -146,6 +146,24 @@ TEST_P(CommonPlp, GivesNoPacketInAWrongPlaceWhateverIsLost)
     }
 }
 
+TEST_P(CommonPlp, GivesWhatWaitsOnceTheStreamIsAnother)
+{
+    const Bytes stream = encapsulated();
+    std::size_t most_waited = 0;
+    for (std::size_t end = 800; end < 1200; end += 7) {
+        Demultiplexed out;
+        out.demultiplexer->set_merge_common_PLPs(true);
+        out.feed(Bytes(stream.begin(), stream.begin() + static_cast<std::ptrdiff_t>(188 * end)));
+        const std::size_t before = out.packets[1].size();
+        out.demultiplexer->set_stream_id(5);
+        const std::size_t after = out.packets[1].size();
+        out.demultiplexer->finish();
+        EXPECT_EQ(out.packets[1].size(), after);
+        most_waited = std::max(most_waited, after - before);
+    }
+    EXPECT_GT(most_waited, 0U);
+}
+
 INSTANTIATE_TEST_SUITE_P(InEveryForm, CommonPlp, testing::Combine(testing::Bool(), testing::Bool()),
                          [](const auto& tested) {
                              return std::string(std::get<0>(tested.param) ? "normal" : "efficient") +

@@ -176,6 +176,19 @@ TEST_F(Merging, TakesNoPlaceForKnownBehindAGap)
     EXPECT_EQ(of(1).back(), zqtest::numbered_packet(51));
 }
 
+TEST_F(Merging, GoesOnBehindACommonPacketWhosePlaceIsNotThere)
+{
+    // Of 1525 slots ISCR comes round once: at slot 1445 what stood in 20 would lie 100 slots ahead.
+    put_slot(common_id, 20, zqtest::numbered_packet(50));
+    for (unsigned slot = 0; slot < 1445; ++slot)
+        put_slot(1, slot, zqtest::numbered_packet(slot));
+    put_slot(common_id, 1445, zqtest::numbered_packet(51));
+    put_slot(1, 1445, null);
+    ASSERT_THAT(of(1), SizeIs(1446));
+    EXPECT_EQ(of(1).back(), zqtest::numbered_packet(51));
+    EXPECT_EQ(merger.merged(), 1U);
+}
+
 TEST_F(Merging, NeverLosesOrTurnsRoundAPacketOfADataPlp)
 {
     std::mt19937 random(21);
