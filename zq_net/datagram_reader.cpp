@@ -13,20 +13,12 @@
 
 namespace zq_net
 {
-static std::uint64_t nanoseconds(const timespec& time)
+namespace
+{
+std::uint64_t in_nanoseconds(const timespec& time)
 {
     return static_cast<std::uint64_t>(time.tv_sec) * second + static_cast<std::uint64_t>(time.tv_nsec);
 }
-
-std::uint64_t real_time()
-{
-    timespec now{};
-    ::clock_gettime(CLOCK_REALTIME, &now);
-    return nanoseconds(now);
-}
-
-namespace
-{
 
 /// The kernel's stamp, or the time now without one.
 std::uint64_t stamp_of(msghdr& header)
@@ -35,7 +27,7 @@ std::uint64_t stamp_of(msghdr& header)
         if (part->cmsg_level == SOL_SOCKET && part->cmsg_type == SCM_TIMESTAMPNS) {
             timespec time{};
             std::memcpy(&time, CMSG_DATA(part), sizeof(time));
-            return nanoseconds(time);
+            return in_nanoseconds(time);
         }
     return real_time();
 }
@@ -49,6 +41,13 @@ unsigned char* map(std::size_t size)
     return static_cast<unsigned char*>(memory);
 }
 } // namespace
+
+std::uint64_t real_time()
+{
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    return in_nanoseconds(now);
+}
 
 void datagram_reader::unmap::operator()(unsigned char* memory) const { ::munmap(memory, size); }
 

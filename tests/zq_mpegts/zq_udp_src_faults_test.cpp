@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/RTP.h"
+#include "support/many_descriptors.h"
 #include "support/open_descriptors.h"
 #include "support/playing_udp_src.h"
 
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <netinet/in.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace zq_udp_src_faults_test
 {
@@ -113,26 +112,14 @@ TEST(UdpSrcFaults, GoesOnBehindErrorsThatOthersCauseOnItsSocket)
 
 TEST(UdpSrcFaults, WorksWithDescriptorsBeyondTheReachOfSelect)
 {
-    rlimit limit{};
-    ::getrlimit(RLIMIT_NOFILE, &limit);
-    const rlimit before = limit;
-    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 2048);
-    ::setrlimit(RLIMIT_NOFILE, &limit);
-    std::vector<int> held;
-    while (held.size() < 1100)
-        held.push_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-    ASSERT_GE(*std::max_element(held.begin(), held.end()), FD_SETSIZE);
-    {
-        const auto port2 = std::to_string(support::free_port());
-        for (const auto& properties : {std::string{}, "port2=" + port2}) {
-            playing to{properties};
-            to.sender.send(rtp_datagram(1, pattern(1316)));
-            EXPECT_TRUE(to.got(pattern(1316)));
-        }
+    const support::many_descriptors held;
+    ASSERT_TRUE(held.reach_beyond_select());
+    const auto port2 = std::to_string(support::free_port());
+    for (const auto& properties : {std::string{}, "port2=" + port2}) {
+        playing to{properties};
+        to.sender.send(rtp_datagram(1, pattern(1316)));
+        EXPECT_TRUE(to.got(pattern(1316)));
     }
-    for (const int descriptor : held)
-        ::close(descriptor);
-    ::setrlimit(RLIMIT_NOFILE, &before);
 }
 
 TEST(UdpSrcFaults, DropsRtpOfOtherVersionsAndWithPaddingLongerThanItself)

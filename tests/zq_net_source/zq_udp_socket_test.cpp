@@ -2,6 +2,7 @@
 #include "zq_net_source/zq_udp_source.h"
 
 #include "support/element.h"
+#include "support/many_descriptors.h"
 #include "support/net_sandbox.h"
 #include "support/open_descriptors.h"
 #include "support/receiving.h"
@@ -217,24 +218,12 @@ TEST(UdpSocket, CanBeOpenedAgainAndThenGetsOnlyTheNewPort)
 
 TEST(UdpSocket, WorksWithDescriptorsBeyondTheReachOfSelect)
 {
-    rlimit limit{};
-    ::getrlimit(RLIMIT_NOFILE, &limit);
-    const rlimit before = limit;
-    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 2048);
-    ::setrlimit(RLIMIT_NOFILE, &limit);
-    std::vector<int> held;
-    while (held.size() < 1100)
-        held.push_back(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-    ASSERT_GE(*std::max_element(held.begin(), held.end()), FD_SETSIZE);
-
+    const support::many_descriptors held;
+    ASSERT_TRUE(held.reach_beyond_select());
     receiving receiver;
     const auto port = support::free_port();
     ASSERT_TRUE(receiver.source.open("", port, ""));
     udp_sender{"127.0.0.1", port}.send(pattern(188));
     EXPECT_TRUE(eventually([&] { return receiver.count() == 1; }));
-    receiver.source.close();
-    for (const int descriptor : held)
-        ::close(descriptor);
-    ::setrlimit(RLIMIT_NOFILE, &before);
 }
 } // namespace zq_udp_socket_test
