@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/zqdescriptorlist.h"
 
+#include "mpegcore/parser/BlockPool.h"
+
 #include <algorithm>
 #include <array>
+#include <cstring>
+#include <mutex>
+#include <new>
 
 namespace mpegcore
 {
@@ -12,6 +17,8 @@ constexpr std::size_t usual_loop = 8;
 constexpr unsigned char private_data_specifier_tag = 0x5F;
 constexpr unsigned char first_private_tag = 0x80;
 constexpr std::uint32_t splice_identifier = 0x43554549; // "CUEI"
+/// Bytes of the largest objects that an empty descriptor becomes, with its share of the list.
+constexpr std::size_t largest_descriptor = 512;
 
 bool is_by_the_standards(ZQDescriptorType type)
 {
@@ -35,6 +42,16 @@ struct ZQDescriptorList::descriptor_start
     /// The first byte of the body, and its first four; of no meaning when the body is shorter.
     unsigned char extension = 0;
     std::uint32_t first_word = 0;
+};
+
+/// A loop whose lengths are right, as it was read; its bytes follow.
+struct ZQDescriptorList::unread_loop
+{
+    std::size_t bytes;
+    std::size_t count; ///< of descriptors
+    ZQDescriptorType type;
+
+    unsigned char* data() { return reinterpret_cast<unsigned char*>(this + 1); }
 };
 
 /// What reads a descriptor: by its tag, behind the tag 0x7F by its extension, and behind a private tag by its owner.
@@ -186,6 +203,51 @@ bool ZQDescriptorList::readStandard(ZQSDK::ZQBSReaderT<unsigned char*>& reader, 
 {
     if (!is_by_the_standards(type))
         return false;
+    return (empty() && keep_unread(reader, type)) || read_by_the_standards(reader, type);
+}
+
+/// Takes the whole loop, or nothing of it where a length is wrong or there is no descriptor.
+bool ZQDescriptorList::keep_unread(ZQSDK::ZQBSReaderT<unsigned char*>& reader, ZQDescriptorType type)
+{
+    if (reader.bitsLeft() % 8 != 0)
+        return false;
+    const unsigned char* const data = reader.position();
+    const std::size_t size = reader.availableBytes();
+    std::size_t bytes = 0, count = 0;
+    for (; size - bytes >= 2; ++count) {
+        bytes += 2U + data[bytes + 1];
+        if (bytes > size)
+            return false;
+    }
+    if (count == 0)
+        return false;
+    auto* const loop = ::new (take_block(sizeof(unread_loop) + bytes)) unread_loop{bytes, count, type};
+    std::memcpy(loop->data(), data, bytes);
+    expect_block_bytes(count * largest_descriptor);
+    m_unread.store(loop, std::memory_order_release);
+    return reader.skipBytes(bytes);
+}
+
+void ZQDescriptorList::give_back(unread_loop* loop) { give_block(loop, sizeof(unread_loop) + loop->bytes); }
+
+void ZQDescriptorList::read_now() const
+{
+    // One for all lists: it is held for microseconds, and hardly ever by two.
+    static std::mutex reading;
+    const std::lock_guard<std::mutex> lock(reading);
+    unread_loop* const loop = m_unread.load(std::memory_order_acquire);
+    if (loop == nullptr)
+        return;
+    ZQDescriptorList list(m_type);
+    ZQSDK::ZQBSReaderT<unsigned char*> reader(loop->data(), loop->bytes);
+    static_cast<void>(list.read_by_the_standards(reader, loop->type));
+    m_descriptors.swap(list.m_descriptors);
+    m_unread.store(nullptr, std::memory_order_release);
+    give_back(loop);
+}
+
+bool ZQDescriptorList::read_by_the_standards(ZQSDK::ZQBSReaderT<unsigned char*>& reader, ZQDescriptorType type)
+{
     const dictionary& known = dictionary_of(type);
     std::uint32_t specifier = 0;
     while (reader.availableBytes() >= 2) {
@@ -241,6 +303,8 @@ void ZQDescriptorList::append(std::shared_ptr<base_descriptor> descriptor)
 {
     if (!descriptor)
         return;
+    if (has_unread())
+        read_now();
     if (m_descriptors.capacity() == 0)
         m_descriptors.reserve(usual_loop);
     m_descriptors.push_back(std::move(descriptor));
@@ -248,21 +312,21 @@ void ZQDescriptorList::append(std::shared_ptr<base_descriptor> descriptor)
 
 std::shared_ptr<base_descriptor> ZQDescriptorList::find(unsigned char tag) const
 {
-    const auto found = std::find_if(m_descriptors.begin(), m_descriptors.end(),
-                                    [tag](const auto& descriptor) { return descriptor->descriptor_tag == tag; });
-    return found == m_descriptors.end() ? nullptr : *found;
+    const auto found =
+        std::find_if(begin(), end(), [tag](const auto& descriptor) { return descriptor->descriptor_tag == tag; });
+    return found == end() ? nullptr : *found;
 }
 
 void ZQDescriptorList::write(ZQSDK::ZQBSWriterT<unsigned char*>& writer) const
 {
-    for (const auto& descriptor : m_descriptors)
+    for (const auto& descriptor : *this)
         static_cast<void>(descriptor->write(writer));
 }
 
 std::uint32_t ZQDescriptorList::getSize() const
 {
     std::uint32_t size = 0;
-    for (const auto& descriptor : m_descriptors)
+    for (const auto& descriptor : *this)
         size += 2U + descriptor->descriptor_length;
     return size;
 }
@@ -271,7 +335,7 @@ void ZQDescriptorList::copyTo(ZQDescriptorList& target) const
 {
     if (&target == this)
         return;
-    for (const auto& descriptor : m_descriptors) {
+    for (const auto& descriptor : *this) {
         auto copy = descriptor->create();
         descriptor->copyTo(copy.get());
         target.append(std::move(copy));

@@ -6,6 +6,7 @@
 #include "zqsdk/ZQBSReader.h"
 #include "zqsdk/ZQBSWriter.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -14,14 +15,15 @@
 namespace mpegcore
 {
 /// A descriptor loop: typed descriptors in stream order, those with an unknown tag as generic ones. The list shares
-/// ownership of its descriptors with whoever found or appended them.
+/// ownership of its descriptors with whoever found or appended them. What was read by the standards, where no
+/// descriptor can be refused, becomes objects when it is first looked at; several threads may do so at once.
 class ZQDescriptorList
 {
 public:
     using container = std::vector<std::shared_ptr<base_descriptor>, BlockAllocator<std::shared_ptr<base_descriptor>>>;
 
     explicit ZQDescriptorList(ZQDescriptorType type = ZQDescriptorType::TS) : m_type(type) {}
-    virtual ~ZQDescriptorList() = default;
+    virtual ~ZQDescriptorList() { drop_unread(); }
     ZQDescriptorList(const ZQDescriptorList&) = delete;
     ZQDescriptorList& operator=(const ZQDescriptorList&) = delete;
 
@@ -57,7 +59,7 @@ public:
     template <class T>
     std::shared_ptr<T> find() const
     {
-        for (const auto& descriptor : m_descriptors)
+        for (const auto& descriptor : descriptors())
             if (auto found = std::dynamic_pointer_cast<T>(descriptor))
                 return found;
         return nullptr;
@@ -69,27 +71,50 @@ public:
     std::uint32_t getSize() const;
     /// Appends copies that share nothing with this list; `target` keeps its type. Onto itself it does nothing.
     void copyTo(ZQDescriptorList& target) const;
-    void clear() { m_descriptors.clear(); }
+    void clear()
+    {
+        drop_unread();
+        m_descriptors.clear();
+    }
 
     ZQDescriptorType type() const { return m_type; }
-    std::size_t size() const { return m_descriptors.size(); }
-    bool empty() const { return m_descriptors.empty(); }
-    container::const_iterator begin() const { return m_descriptors.begin(); }
-    container::const_iterator end() const { return m_descriptors.end(); }
+    std::size_t size() const { return descriptors().size(); }
+    bool empty() const { return !has_unread() && m_descriptors.empty(); }
+    container::const_iterator begin() const { return descriptors().begin(); }
+    container::const_iterator end() const { return descriptors().end(); }
 
 private:
     using read_one = bool (ZQDescriptorList::*)(ZQSDK::ZQBSReaderT<unsigned char*>&);
     class dictionary;
 
     struct descriptor_start;
+    struct unread_loop;
 
     static const dictionary& dictionary_of(ZQDescriptorType type);
     bool read_with(const dictionary& tags, ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     bool add_generic(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     bool add_extension(ZQSDK::ZQBSReaderT<unsigned char*>& reader);
     bool add_whole(read_one read_class, ZQSDK::ZQBSReaderT<unsigned char*>& whole);
+    bool read_by_the_standards(ZQSDK::ZQBSReaderT<unsigned char*>& reader, ZQDescriptorType type);
+    bool keep_unread(ZQSDK::ZQBSReaderT<unsigned char*>& reader, ZQDescriptorType type);
 
-    container m_descriptors;
+    bool has_unread() const { return m_unread.load(std::memory_order_acquire) != nullptr; }
+    void read_now() const;
+    void drop_unread()
+    {
+        if (has_unread())
+            give_back(m_unread.exchange(nullptr));
+    }
+    static void give_back(unread_loop* loop);
+    const container& descriptors() const
+    {
+        if (has_unread())
+            read_now();
+        return m_descriptors;
+    }
+
+    mutable container m_descriptors;                     ///< empty while there is something unread
+    mutable std::atomic<unread_loop*> m_unread{nullptr}; ///< owned
     const ZQDescriptorType m_type;
 };
 } // namespace mpegcore

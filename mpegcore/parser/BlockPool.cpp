@@ -87,4 +87,6 @@ void give_block(void* block, std::size_t size) noexcept
 }
 
 std::size_t block_bytes() noexcept { return of_thread.bytes_taken; }
+
+void expect_block_bytes(std::size_t bytes) noexcept { of_thread.bytes_taken += bytes; }
 } // namespace mpegcore

@@ -6,6 +6,8 @@
 
 namespace mpegcore
 {
-/// Bytes taken by take_block on this thread less those given back on it; only differences mean something.
+/// Bytes taken by take_block on this thread, or expected, less those given back on it; only differences mean something.
 std::size_t block_bytes() noexcept;
+/// Counts blocks that what was read may take later.
+void expect_block_bytes(std::size_t bytes) noexcept;
 } // namespace mpegcore

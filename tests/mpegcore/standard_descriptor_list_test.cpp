@@ -203,6 +203,43 @@ TEST(StandardDescriptorList, ReadsByTheStandardIntoAListOfAnotherDictionary)
     EXPECT_EQ(list.type(), ZQDescriptorType::TS);
 }
 
+TEST(StandardDescriptorList, KeepsTheOrderOfWhatIsAddedBehindLoopsThatNobodyLookedAt)
+{
+    ZQDescriptorList list(ZQDescriptorType::Standard);
+    ASSERT_TRUE(read_into(list, identifier));
+    ASSERT_TRUE(read_into(list, {0x52, 0x01, 0x2B}));
+    auto last = std::make_shared<stream_identifier_descriptor>();
+    last->descriptor_length = 1;
+    last->component_tag = 0x2C;
+    list.append(last);
+    EXPECT_EQ(written(list), (Bytes{0x52, 0x01, 0x2A, 0x52, 0x01, 0x2B, 0x52, 0x01, 0x2C}));
+
+    ZQDescriptorList short_one(ZQDescriptorType::Standard);
+    ASSERT_TRUE(read_into(short_one, identifier));
+    short_one.append(last);
+    EXPECT_EQ(written(short_one), (Bytes{0x52, 0x01, 0x2A, 0x52, 0x01, 0x2C}));
+}
+
+TEST(StandardDescriptorList, IsEmptyOnceItIsClearedThoughNobodyLookedAtIt)
+{
+    ZQDescriptorList list(ZQDescriptorType::Standard);
+    ASSERT_TRUE(read_into(list, identifier));
+    EXPECT_FALSE(list.empty());
+    list.clear();
+    EXPECT_TRUE(list.empty());
+    EXPECT_EQ(list.begin(), list.end());
+}
+
+TEST(StandardDescriptorList, NeedsTheBytesNoMoreThatItWasReadFrom)
+{
+    ZQDescriptorList list(ZQDescriptorType::Standard);
+    Bytes bytes = identifier;
+    ZQSDK::ZQBSReaderT<unsigned char*> reader(bytes.data(), bytes.size());
+    ASSERT_TRUE(list.read(reader));
+    bytes.assign(bytes.size(), 0xFF);
+    EXPECT_EQ(written(list), identifier);
+}
+
 TEST(StandardDescriptorList, ReadsByTheStandardWithNoOtherDictionary)
 {
     for (const int type : {0, 1, 2, 0xFF, 0x103}) {
