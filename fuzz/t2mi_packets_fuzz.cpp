@@ -47,10 +47,7 @@ public:
         require(m_is_there[plp_id]);
         m_is_there.reset(plp_id);
     }
-    void on_L1_changed(const mpegcore::L1Current& L1) override
-    {
-        require(L1.L1CONF.PLPs.size() == L1.L1CONF.NUM_PLP);
-    }
+    void on_L1_changed(const mpegcore::L1Current& L1) override { require(L1.L1CONF.PLPs.size() == L1.L1CONF.NUM_PLP); }
     void on_T2MI_packet(const mpegcore::T2MIHeader& header, const unsigned char* payload, std::size_t size) override
     {
         require(size == (header.payload_len + std::size_t{7}) / 8);
@@ -79,8 +76,8 @@ enum fault : std::uint8_t
     raw_BBHEADER = 0x80,
 };
 
-/// Makes the data field fill the packet and the CRC-8 good. The mode, which is added to it, is the last bit of the byte in
-/// its place.
+/// Makes the data field fill the packet and the CRC-8 good. The mode, which is added to it, is the last bit of the byte
+/// in its place.
 void repair_frame(std::vector<unsigned char>& packet)
 {
     unsigned char* const header = packet.data() + t2mi::t2mi_header_size + t2mi::baseband_prefix_size;
