@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/base_descriptor.h"
 
+#include "mpegcore/syntax/Syntax.h"
+
 #include <algorithm>
 
 namespace mpegcore

@@ -2,13 +2,17 @@
 #pragma once
 #include "mpegcore/BlockAllocator.h"
 #include "mpegcore/descriptors/DescriptorPlace.h"
-#include "mpegcore/syntax/Syntax.h"
+#include "mpegcore/syntax/FieldPrinter.h"
 #include "zqsdk/ZQAlignMemory.h"
 #include "zqsdk/ZQBSReader.h"
 #include "zqsdk/ZQBSWriter.h"
 
+// What the fields of descriptors are made of, too.
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace mpegcore
 {
@@ -56,6 +60,7 @@ protected:
 };
 
 /// What every typed class shares: the virtual operations, made from `Self::syntax` and the copy operations of Self.
+/// Those of the library's classes are in the library; for a class of one's own include mpegcore/typed_descriptor.h.
 template <class Self, std::uint8_t Tag>
 class typed_descriptor : public base_descriptor
 {
@@ -75,47 +80,11 @@ public:
         return *this;
     }
 
-    std::shared_ptr<base_descriptor> create() const override
-    {
-        return std::allocate_shared<Self>(BlockAllocator<Self>());
-    }
-
-    void copyTo(base_descriptor* target) const override
-    {
-        auto* const same = dynamic_cast<Self*>(target);
-        if (same != nullptr && same != this)
-            *same = static_cast<const Self&>(*this);
-    }
-
-    bool write(ZQSDK::ZQBSWriterT<unsigned char*>& writer) const override
-    {
-        SyntaxWriter io(writer);
-        if (!tag_and_length(*this, io))
-            return false;
-        io.open_body(descriptor_length);
-        return Self::syntax(static_cast<const Self&>(*this), io) && io.bytes(payload.size(), "payload", payload);
-    }
-
-    bool read(ZQSDK::ZQBSReaderT<unsigned char*>& reader) override
-    {
-        if (!base_descriptor::read(reader))
-            return false;
-        if (payload.data() != nullptr)
-            payload = {};
-        SyntaxReader io(reader);
-        io.open_body(descriptor_length);
-        return Self::syntax(static_cast<Self&>(*this), io);
-    }
-
-    void print(FieldPrinter& printer) const override
-    {
-        SyntaxPrinter io(printer);
-        if (!tag_and_length(*this, io))
-            return;
-        io.open_body(descriptor_length);
-        static_cast<void>(Self::syntax(static_cast<const Self&>(*this), io) &&
-                          (payload.size() == 0 || io.bytes(payload.size(), "payload", payload)));
-    }
+    std::shared_ptr<base_descriptor> create() const override;
+    void copyTo(base_descriptor* target) const override;
+    bool write(ZQSDK::ZQBSWriterT<unsigned char*>& writer) const override;
+    bool read(ZQSDK::ZQBSReaderT<unsigned char*>& reader) override;
+    void print(FieldPrinter& printer) const override;
 };
 
 /// A class that only the dictionary Standard has, beside the stated ones.

@@ -2,6 +2,7 @@
 #include "mpegcore/zqdescriptorlist.h"
 
 #include "mpegcore/parser/BlockPool.h"
+#include "mpegcore/typed_descriptor.h"
 
 #include <algorithm>
 #include <array>

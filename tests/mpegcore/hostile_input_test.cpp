@@ -35,10 +35,45 @@ protected:
 
     void feed(RecordingParser& parser, const Bytes& bytes)
     {
-        const std::unique_ptr<unsigned char[]> block(new unsigned char[bytes.size()]);
-        std::copy(bytes.begin(), bytes.end(), block.get());
-        parser.Process(block.get(), bytes.size());
+        process(parser, bytes.data(), bytes.size());
         EXPECT_EQ(parser.count["callbacks/OnPreProcess"], parser.count["callbacks/OnProcess"]);
+    }
+
+    /// From a block of exactly this size.
+    void process(mpegcore::CBaseMpegParser& parser, const unsigned char* data, std::size_t size)
+    {
+        const std::unique_ptr<unsigned char[]> block(new unsigned char[size]);
+        std::copy_n(data, size, block.get());
+        parser.Process(block.get(), size);
+    }
+};
+
+/// Renders each table, so that whatever was read is looked at; six times as fast as a RecordingParser.
+class RenderingParser : public mpegcore::CBaseMpegParser
+{
+public:
+    using CBaseMpegParser::CBaseMpegParser;
+
+    void OnPreProcess(unsigned int, const mpegcore::transport_packet&) override { ++begun; }
+    void OnProcess(unsigned int, mpegcore::transport_packet&) override { ++ended; }
+    void OnPAT(mpegcore::CPAT* table) override { render(*table); }
+    void OnPMT(mpegcore::CBaseMpegProgram*, mpegcore::CPMT* table) override { render(*table); }
+    void OnCAT(mpegcore::CCAT* table) override { render(*table); }
+    void OnTSDT(mpegcore::CTSDT* table) override { render(*table); }
+    void OnSDT(mpegcore::CSDT* table) override { render(*table); }
+    void OnEIT(mpegcore::CEIT* table) override { render(*table); }
+    void OnNIT(mpegcore::CNIT* table) override { render(*table); }
+    void OnTDT(mpegcore::CTDT* table) override { render(*table); }
+    void OnTOT(mpegcore::CTOT* table) override { render(*table); }
+    void OnBAT(mpegcore::CBAT* table) override { render(*table); }
+
+    unsigned long begun = 0, ended = 0, rendered = 0;
+
+private:
+    template <class Table>
+    void render(Table& table)
+    {
+        rendered += table.RenderTable() ? 1 : 0;
     }
 };
 
@@ -232,17 +267,17 @@ TEST_F(HostileInput, OfAStreamOfTablesWithAnyBitFlippedIsRead)
         data.resize(std::min<std::size_t>(data.size(), 2000 * 188));
         // A window around the flipped bit, from a unit start on, meets the same code as the whole stream does.
         constexpr std::size_t window = 24 * 188;
-        RecordingParser parser(true);
+        RenderingParser parser(true);
         for (std::size_t bit = 0; bit < 8 * data.size(); bit += step) {
             const std::size_t first = bit / 8 / 188 * 188;
             const std::size_t size = std::min(window, data.size() - first);
             data[bit / 8] ^= static_cast<unsigned char>(0x80 >> bit % 8);
-            feed(parser, Bytes(data.begin() + static_cast<std::ptrdiff_t>(first),
-                               data.begin() + static_cast<std::ptrdiff_t>(first + size)));
+            process(parser, data.data() + first, size);
+            ASSERT_EQ(parser.begun, parser.ended);
             data[bit / 8] ^= static_cast<unsigned char>(0x80 >> bit % 8);
-            parser.lines.clear();
         }
-        EXPECT_GT(parser.count["callbacks/OnPreProcess"], 0);
+        EXPECT_GT(parser.begun, 0U);
+        EXPECT_GT(parser.rendered, 0U);
     }
 }
 } // namespace hostile_input_test

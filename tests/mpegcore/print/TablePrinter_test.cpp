@@ -3,6 +3,7 @@
 
 #include "mpegcore/SDT.h"
 #include "mpegcore/descriptors/DescriptorRegistry.h"
+#include "support/OwnDescriptors.h"
 #include "support/Tables.h"
 
 #include <gmock/gmock.h>
@@ -39,50 +40,6 @@ network_name_descriptor network_name(const Bytes& name)
     d.descriptor_length = static_cast<std::uint8_t>(name.size());
     return d;
 }
-
-class Wide : public typed_descriptor<Wide, 0xF7>
-{
-public:
-    template <class Self, class Io>
-    static bool syntax(Self& d, Io& io)
-    {
-        return io.bits(64, "wide", d.wide);
-    }
-    std::uint64_t wide = 0xFFFFFFFFFFFFFFFE;
-};
-
-class Repeating : public typed_descriptor<Repeating, 0xF7>
-{
-public:
-    template <class Self, class Io>
-    static bool syntax(Self& d, Io& io)
-    {
-        return io.bits(4, "reserved2", d.field) && io.bits(4, "reserved", d.field) && io.bits(8, "reserved", d.field) &&
-               io.bits(8, "reserved", d.field);
-    }
-    std::uint8_t field = 1;
-};
-
-class Nesting : public typed_descriptor<Nesting, 0xF7>
-{
-public:
-    struct inner
-    {
-        template <class Self, class Io>
-        static bool syntax(Self& i, Io& io)
-        {
-            return io.reserved(4) && io.bits(4, "field", i.field);
-        }
-        std::uint8_t field = 7;
-    };
-    template <class Self, class Io>
-    static bool syntax(Self& d, Io& io)
-    {
-        return io.entry("inner", d.record) && io.bits(8, "field", d.field);
-    }
-    inner record;
-    std::uint8_t field = 8;
-};
 
 TEST(TablePrinter, PrintsAPATAsJson)
 {
