@@ -52,6 +52,11 @@ public:
 
     /// From one packet to the next: 188, 192 or 204; 0 while there is none.
     [[nodiscard]] std::size_t packet_distance() const { return m_distance; }
+    /// Bytes up to where the next packet should begin; 0 where one should, or while no distance is known.
+    [[nodiscard]] std::size_t awaited() const
+    {
+        return m_distance == 0 ? 0 : m_rest.empty() ? m_gap : m_distance - m_rest.size();
+    }
     /// Bytes that belong to no packet.
     [[nodiscard]] std::uint64_t skipped_bytes() const { return m_skipped; }
 

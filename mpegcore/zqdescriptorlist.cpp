@@ -21,6 +21,25 @@ constexpr std::uint32_t splice_identifier = 0x43554549; // "CUEI"
 /// Bytes of the largest objects that an empty descriptor becomes, with its share of the list.
 constexpr std::size_t largest_descriptor = 512;
 
+/// Bytes that the entries of a descriptor may take in memory beside its object, from its header on.
+std::size_t entries_may_take(const unsigned char* descriptor)
+{
+    constexpr unsigned char short_event = 0x4D, extended_event = 0x4E, component = 0x50, parental_rating = 0x55;
+    constexpr std::size_t per_byte = 80;       // an entry of one byte, in a vector that grows
+    constexpr std::size_t per_item_byte = 264; // two texts for two bytes
+    const std::size_t length = descriptor[1];
+    switch (descriptor[0]) {
+    case short_event:
+    case component:
+    case parental_rating:
+        return 0;
+    case extended_event:
+        return length < 5 ? 0 : per_item_byte * std::min<std::size_t>(descriptor[6], length - 5);
+    default:
+        return per_byte * length;
+    }
+}
+
 bool is_by_the_standards(ZQDescriptorType type)
 {
     return type == ZQDescriptorType::Standard || type == ZQDescriptorType::StandardSCTE35 ||
@@ -214,17 +233,19 @@ bool ZQDescriptorList::keep_unread(ZQSDK::ZQBSReaderT<unsigned char*>& reader, Z
         return false;
     const unsigned char* const data = reader.position();
     const std::size_t size = reader.availableBytes();
-    std::size_t bytes = 0, count = 0;
+    std::size_t bytes = 0, count = 0, later = 0;
     for (; size - bytes >= 2; ++count) {
-        bytes += 2U + data[bytes + 1];
+        const unsigned char* const descriptor = data + bytes;
+        bytes += 2U + descriptor[1];
         if (bytes > size)
             return false;
+        later += largest_descriptor + entries_may_take(descriptor);
     }
     if (count == 0)
         return false;
     auto* const loop = ::new (take_block(sizeof(unread_loop) + bytes)) unread_loop{bytes, count, type};
     std::memcpy(loop->data(), data, bytes);
-    expect_block_bytes(count * largest_descriptor);
+    expect_block_bytes(later);
     m_unread.store(loop, std::memory_order_release);
     return reader.skipBytes(bytes);
 }
@@ -249,6 +270,8 @@ void ZQDescriptorList::read_now() const
 
 bool ZQDescriptorList::read_by_the_standards(ZQSDK::ZQBSReaderT<unsigned char*>& reader, ZQDescriptorType type)
 {
+    if (has_unread())
+        read_now();
     const dictionary& known = dictionary_of(type);
     std::uint32_t specifier = 0;
     while (reader.availableBytes() >= 2) {

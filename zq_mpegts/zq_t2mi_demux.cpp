@@ -42,14 +42,24 @@ zq_t2mi_demux::~zq_t2mi_demux() { gst_flow_combiner_free(m_flows); }
 void zq_t2mi_demux::set_caps(const GstCaps* caps)
 {
     const GstStructure* const structure = gst_caps_get_structure(caps, 0);
-    const bool is_rtp = gst_structure_has_name(structure, "application/x-rtp");
-    m_kind = zq_net::datagram_kind{is_rtp ? zq_net::rtp_mode::on : zq_net::rtp_mode::automatic};
+    m_has_rtp_caps = gst_structure_has_name(structure, "application/x-rtp");
+    look_for_rtp();
+}
+
+/// A stream of bytes, such as a file, has no datagrams: a piece of it may look like RTP by chance.
+void zq_t2mi_demux::look_for_rtp()
+{
+    using zq_net::rtp_mode;
+    m_kind = zq_net::datagram_kind{m_has_rtp_caps                         ? rtp_mode::on
+                                   : m_segment.format == GST_FORMAT_BYTES ? rtp_mode::off
+                                                                          : rtp_mode::automatic};
 }
 
 void zq_t2mi_demux::set_segment(GstEvent* event)
 {
     gst_event_copy_segment(event, &m_segment);
     m_has_segment = true;
+    look_for_rtp();
     for (const auto& pad : m_pads)
         pad.second->set_segment(m_segment, gst_event_get_seqnum(event));
 }
@@ -72,7 +82,7 @@ void zq_t2mi_demux::put(GstBuffer* buffer)
     take_time(buffer);
     if (GST_BUFFER_IS_DISCONT(buffer))
         m_demultiplexer.reset();
-    if (const auto packet = m_kind.look(map.data, map.size)) {
+    if (const auto packet = m_kind.look(map.data, map.size, m_demultiplexer.awaited())) {
         using step = zq_net::sequence_tracker::step;
         const step found = m_sequence.see(packet->sequence_number);
         m_rtp_packets = m_sequence.received();
@@ -90,7 +100,7 @@ void zq_t2mi_demux::take_time(GstBuffer* buffer)
 {
     m_pts = GST_BUFFER_PTS(buffer);
     m_dts = GST_BUFFER_DTS(buffer);
-    if (m_had_pads || m_told_missing || !GST_CLOCK_TIME_IS_VALID(m_pts))
+    if (m_had_PLPs || m_told_missing || !GST_CLOCK_TIME_IS_VALID(m_pts))
         return;
     if (!GST_CLOCK_TIME_IS_VALID(m_first_pts))
         m_first_pts = m_pts;
@@ -131,13 +141,14 @@ std::string zq_t2mi_demux::finish()
 {
     m_demultiplexer.finish();
     static_cast<void>(push());
-    if (m_had_pads)
+    if (m_had_pads) {
         tell_no_more_pads();
-    if (m_had_pads)
         return {};
-    return has_T2MI() && m_plp >= 0 ? "The stream has no PLP " + std::to_string(m_plp) + "."
-           : has_T2MI()             ? "The stream has no PLP."
-                                    : "The stream has no T2-MI.";
+    }
+    return m_had_PLPs                 ? "No PLP gave a transport packet."
+           : has_T2MI() && m_plp >= 0 ? "The stream has no PLP " + std::to_string(m_plp) + "."
+           : has_T2MI()               ? "The stream has no PLP."
+                                      : "The stream has no T2-MI.";
 }
 
 void zq_t2mi_demux::tell_no_more_pads()
@@ -158,7 +169,7 @@ void zq_t2mi_demux::remove_pads()
 
 void zq_t2mi_demux::on_packet(std::uint8_t plp_id, const mpegcore::UserPacket& packet, bool is_behind_gap)
 {
-    zq_t2mi_pad& pad = *m_pad_of[plp_id];
+    zq_t2mi_pad& pad = m_pad_of[plp_id] != nullptr ? *m_pad_of[plp_id] : add_pad(plp_id);
     pad.add(packet.data, is_behind_gap, m_pts, m_dts);
     // Null packets that are put back make much of few bytes.
     if (pad.has_much_data())
@@ -177,7 +188,10 @@ bool zq_t2mi_demux::has_all_pads() const
            });
 }
 
-void zq_t2mi_demux::on_PLP_appeared(std::uint8_t plp_id)
+void zq_t2mi_demux::on_PLP_appeared(std::uint8_t /*plp_id*/) { m_had_PLPs = true; }
+
+/// With the first packet: a sink behind a pad that gives none would keep the pipeline from starting.
+zq_t2mi_pad& zq_t2mi_demux::add_pad(std::uint8_t plp_id)
 {
     if (!m_had_pads)
         m_group = group_of(m_sink);
@@ -194,6 +208,7 @@ void zq_t2mi_demux::on_PLP_appeared(std::uint8_t plp_id)
     tell_streams();
     if (has_all_pads())
         tell_no_more_pads();
+    return *m_pad_of[plp_id];
 }
 
 void zq_t2mi_demux::on_PLP_gone(std::uint8_t plp_id)
@@ -203,6 +218,7 @@ void zq_t2mi_demux::on_PLP_gone(std::uint8_t plp_id)
         return;
     const auto pad = std::move(found->second);
     m_pads.erase(found);
+    m_pad_of[plp_id] = nullptr;
     static_cast<void>(pad->push());
     gst_pad_push_event(pad->pad(), gst_event_new_eos());
     gst_flow_combiner_remove_pad(m_flows, pad->pad());

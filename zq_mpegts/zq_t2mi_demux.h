@@ -65,6 +65,8 @@ private:
     [[nodiscard]] bool has_T2MI() const { return m_demultiplexer.gatherer_counters().packets != 0; }
     void hand_on(zq_t2mi_pad& pad);
     [[nodiscard]] bool has_all_pads() const;
+    zq_t2mi_pad& add_pad(std::uint8_t plp_id);
+    void look_for_rtp();
     void tell_no_more_pads();
     void tell_streams();
     void tell_tags(zq_t2mi_pad& pad);
@@ -77,13 +79,15 @@ private:
     std::atomic<std::uint64_t> m_rtp_lost{0};
     mpegcore::T2MIDemultiplexer m_demultiplexer;
     std::map<std::uint8_t, std::unique_ptr<zq_t2mi_pad>> m_pads; ///< by PLP
-    std::array<zq_t2mi_pad*, 256> m_pad_of{};                    ///< the same, of those that have been there
+    std::array<zq_t2mi_pad*, 256> m_pad_of{};                    ///< the same, null without
     const gint m_plp;                                            ///< the only one that gets a pad, or -1
     GstFlowCombiner* m_flows;
     GstFlowReturn m_flow = GST_FLOW_OK; ///< what all pads said together
     GstSegment m_segment;
     bool m_has_segment = false;
     guint m_group = 0;
+    bool m_has_rtp_caps = false;
+    bool m_had_PLPs = false;
     bool m_had_pads = false;
     GstClockTime m_pts = GST_CLOCK_TIME_NONE; ///< of the buffer at hand
     GstClockTime m_dts = GST_CLOCK_TIME_NONE;

@@ -70,6 +70,8 @@ public:
     void put(const unsigned char* data, std::size_t size);
     /// Takes one transport packet of 188 bytes, for callers who know where packets are; instead of put().
     void put_packet(const unsigned char* packet);
+    /// Bytes of put() up to where the next packet should begin; 0 where one should, or nobody knows yet.
+    [[nodiscard]] std::size_t awaited() const { return m_finder.awaited(); }
     /// No more bytes will come: gives what put() still held back to be sure where packets are.
     void finish();
     /// What comes next does not follow what came before. PID, PLPs and L1 stay, and so do the counters.

@@ -57,16 +57,21 @@ public:
         std::size_t size = payload.size;
         if (payload.payload_unit_start_indicator) {
             if (size == 0 || data[0] > size - 1) {
-                lose_step();
                 ++m_counters.pointer_errors;
-                lost();
-                return;
+                if (size == 0 || !m_in_step) {
+                    lose_step();
+                    lost();
+                    return;
+                }
+                // Lengths and CRC-32s know better.
+                append(data + 1, size - 1);
+            } else {
+                const std::size_t pointer_field = *data++;
+                --size;
+                append(data, size);
+                if (!reach(m_end - size + pointer_field, sink))
+                    lost();
             }
-            const std::size_t pointer_field = *data++;
-            --size;
-            append(data, size);
-            if (!reach(m_end - size + pointer_field, sink))
-                lost();
         } else {
             append(data, size);
         }

@@ -219,7 +219,7 @@ void add_delivery_meanings(MeaningIndex& index)
     index.add("modulation", cable_modulations);
     index.add("bandwidth", bandwidths);
     index.add("priority", priorities, "terrestrial_delivery_system_descriptor");
-    index.add("time_slicing_indicator", used_when_zero);
+    index.add("Time_Slicing_indicator", used_when_zero);
     index.add("MPE-FEC_indicator", used_when_zero);
     index.add("constellation", constellations);
     index.add("hierarchy_information", hierarchies);

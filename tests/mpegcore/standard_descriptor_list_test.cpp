@@ -220,6 +220,15 @@ TEST(StandardDescriptorList, KeepsTheOrderOfWhatIsAddedBehindLoopsThatNobodyLook
     EXPECT_EQ(written(short_one), (Bytes{0x52, 0x01, 0x2A, 0x52, 0x01, 0x2C}));
 }
 
+TEST(StandardDescriptorList, LosesNothingThatNobodyLookedAtWhenADescriptorBehindIsKeptRaw)
+{
+    ZQDescriptorList list(ZQDescriptorType::Standard);
+    ASSERT_TRUE(read_into(list, identifier + identifier));
+    const Bytes too_long = Bytes{0x09, 199, 6, 4, 0xE1, 0} + Bytes(195, 7);
+    ASSERT_TRUE(read_into(list, too_long));
+    EXPECT_EQ(written(list), identifier + identifier + too_long);
+}
+
 TEST(StandardDescriptorList, IsEmptyOnceItIsClearedThoughNobodyLookedAtIt)
 {
     ZQDescriptorList list(ZQDescriptorType::Standard);

@@ -315,22 +315,39 @@ TEST(KnownTablesOfHostileSections, StayWithinTheirLimit)
 TEST(KnownTablesOfHostileSections, StayWithinTheirLimitWhenTheyAreLookedAtLater)
 {
     constexpr std::size_t limit = 4 << 20;
-    mpegcore::CPacketWrapper<mpegcore::CEIT> wrapper;
-    mpegcore::KnownTables<mpegcore::CEIT> tables(wrapper, limit);
-    tables.set_up(mpegcore::ZQDescriptorType::Standard, 1);
-    Bytes names;
+    Bytes names, identifiers, items;
     for (int count = 0; count < 1000; ++count)
         names.insert(names.end(), {0x40, 0});
-    const Bytes event{0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0x87, 0xD0};
-    const std::size_t before = mallinfo2().uordblks;
-    for (unsigned char service = 0; service < 200; ++service) {
-        Bytes section = zqtest::section_of(0x50, Bytes{0, service, 0xC1, 0, 0, 0, 1, 0, 1, 0, 0x50} + event + names);
-        for (int time = 0; time < 3; ++time) {
-            ASSERT_NE(tables.read(section.data(), section.size()), SectionReading::failed);
-            ASSERT_EQ(wrapper.current->events.at(0)->descriptors.size(), 1000U);
-        }
+    for (int count = 0; count < 15; ++count) {
+        identifiers = identifiers + Bytes{0x76, 0xFF} + Bytes(255, 0xFF);
+        items = items + Bytes{0x4E, 0xFF, 0, 'e', 'n', 'g', 249} + Bytes(250, 0);
     }
-    EXPECT_LT(mallinfo2().uordblks - before, limit + (2 << 20)) << "with the table on loan and the pool of blocks";
+    for (const Bytes& loop : {names, identifiers, items}) {
+        mpegcore::CPacketWrapper<mpegcore::CEIT> wrapper;
+        mpegcore::KnownTables<mpegcore::CEIT> tables(wrapper, limit);
+        tables.set_up(mpegcore::ZQDescriptorType::Standard, 1);
+        const Bytes event{0,
+                          1,
+                          0,
+                          0,
+                          0,
+                          0,
+                          0,
+                          0,
+                          0,
+                          0,
+                          static_cast<unsigned char>(0x80 | loop.size() >> 8),
+                          static_cast<unsigned char>(loop.size())};
+        const std::size_t before = mallinfo2().uordblks;
+        for (unsigned char service = 0; service < 200; ++service) {
+            Bytes section = zqtest::section_of(0x50, Bytes{0, service, 0xC1, 0, 0, 0, 1, 0, 1, 0, 0x50} + event + loop);
+            for (int time = 0; time < 3; ++time) {
+                ASSERT_NE(tables.read(section.data(), section.size()), SectionReading::failed);
+                ASSERT_GE(wrapper.current->events.at(0)->descriptors.size(), 15U);
+            }
+        }
+        EXPECT_LT(mallinfo2().uordblks - before, limit + (3 << 20)) << "with the table on loan and the pool of blocks";
+    }
 }
 
 TEST(KnownTablesOfHostileSections, LeaveNothingBehindWhenTheyChange)
