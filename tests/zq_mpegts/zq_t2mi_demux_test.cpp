@@ -256,6 +256,9 @@ TEST(T2MIDemux, WarnsOnceOfAPlpThatIsNoTransportStream)
     demuxing to;
     to.push(tables() + packed(packets));
     EXPECT_THAT(to.warnings(), ElementsAre("PLP 7 carries no transport stream."));
+    EXPECT_THAT(to.pads_added, IsEmpty()) << "no sink is to wait for it";
+    to.push(gst_event_new_eos());
+    EXPECT_THAT(to.errors(), ElementsAre("No PLP gave a transport packet."));
 }
 
 TEST(T2MIDemux, WarnsOnceWhenFiveSecondsHadNoT2mi)
@@ -295,6 +298,38 @@ TEST(T2MIDemux, WarnsByThePcrWhereBuffersHaveNoTimes)
         to.push(zqtest::Stream().null().null().null().null().null().null().data);
     }
     EXPECT_THAT(to.warnings(), ElementsAre("No T2-MI was found in 5 seconds of the stream."));
+}
+
+TEST(T2MIDemux, TakesNoPieceForRtpThatBeginsWithinAPacket)
+{
+    // Version 2 stands where a buffer begins, 12 bytes before a packet.
+    Feed feed = two_plps();
+    const Bytes begin = tables() + packed(feed.packets);
+    const Bytes other = zqtest::Stream().packet(0x300, zqtest::Stream::goes_on, Bytes(184, 0x80)).data;
+    const std::size_t cut = begin.size() / 188 / 2 * 188;
+    const Bytes stream = zqtest::slice(begin, 0, cut) + other + zqtest::slice(begin, cut, begin.size() - cut);
+    for (const GstFormat format : {GST_FORMAT_TIME, GST_FORMAT_BYTES}) {
+        demuxing to({}, "video/mpegts", format);
+        to.push(zqtest::slice(stream, 0, cut + 176));
+        to.push(zqtest::slice(stream, cut + 176, stream.size() - cut - 176));
+        to.push(gst_event_new_eos());
+        EXPECT_EQ(to.bytes(1), joined(feed.sent[1]));
+        EXPECT_EQ(to.bytes(255), joined(feed.sent[255]));
+        EXPECT_EQ(to.figure("rtp-packets"), 0U);
+    }
+}
+
+TEST(T2MIDemux, LooksForNoRtpInAFile)
+{
+    // The file begins within a packet, with what might be the head of RTP.
+    Feed feed = two_plps();
+    const Bytes other = zqtest::Stream().packet(0x300, zqtest::Stream::goes_on, Bytes(184, 0x80)).data;
+    const Bytes stream = zqtest::slice(other, 176, 12) + tables() + packed(feed.packets);
+    demuxing to({}, "video/mpegts", GST_FORMAT_BYTES);
+    to.push_cut(stream, 4096);
+    to.push(gst_event_new_eos());
+    EXPECT_EQ(to.bytes(255), joined(feed.sent[255]));
+    EXPECT_EQ(to.figure("rtp-packets"), 0U);
 }
 
 TEST(T2MIDemux, TellsAMissingPlpFromAStreamWithoutT2mi)

@@ -36,6 +36,8 @@ TEST(Meanings, AreFoundByTheFieldsNameAndTheValue)
     EXPECT_EQ(meaning_of("data_broadcast_id", 0x0123), "HbbTV carousel");
     EXPECT_EQ(meaning_of("teletext_type", 2), "teletext subtitle page");
     EXPECT_EQ(meaning_of("FEC_inner", 0xF), "none");
+    EXPECT_EQ(meaning_of("Time_Slicing_indicator", 1), meaning_of("MPE-FEC_indicator", 1));
+    EXPECT_EQ(meaning_of("Time_Slicing_indicator", 0), "used");
     EXPECT_EQ(meaning_of("polarization", 1), "linear, vertical");
     EXPECT_EQ(meaning_of("rating", 0x0F), "minimum age 18 years");
     EXPECT_EQ(meaning_of("CA_system_id", 0x0B02), "Conax");
