@@ -6,7 +6,7 @@
 namespace mpegcore
 {
 /// Follows packet_count over the T2-MI packets of one PID. Several streams there may count together or each for itself;
-/// until the former is sure, the latter is taken to be so.
+/// until one is sure, what fits either is taken to follow.
 class T2MIPacketCounts
 {
 public:
@@ -30,6 +30,7 @@ private:
     std::array<int, 8> m_own; ///< that should come next, by t2mi_stream_id
     int m_shared = none;      ///< the same, were there one counter for the PID
     int m_last_stream_id = none;
-    unsigned m_proofs = 0; ///< changes of the stream where only one counter for the PID explains what came
+    unsigned m_proofs = 0;        ///< changes of the stream where only one counter for the PID explains what came
+    unsigned m_proofs_of_own = 0; ///< where only one for each stream does
 };
 } // namespace mpegcore
