@@ -165,6 +165,7 @@ void zq_t2mi_demux::remove_pads()
         gst_element_remove_pad(m_element, pad.second->pad());
     }
     m_pads.clear();
+    m_pad_of.fill(nullptr);
 }
 
 void zq_t2mi_demux::on_packet(std::uint8_t plp_id, const mpegcore::UserPacket& packet, bool is_behind_gap)
