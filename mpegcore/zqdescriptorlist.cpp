@@ -18,8 +18,14 @@ constexpr std::size_t usual_loop = 8;
 constexpr unsigned char private_data_specifier_tag = 0x5F;
 constexpr unsigned char first_private_tag = 0x80;
 constexpr std::uint32_t splice_identifier = 0x43554549; // "CUEI"
-/// Bytes of the largest objects that an empty descriptor becomes, with its share of the list.
-constexpr std::size_t largest_descriptor = 512;
+
+template <class... Class>
+struct LargestOf
+{
+    static constexpr std::size_t size = std::max({sizeof(Class)...});
+};
+/// Bytes of the largest object that a few bytes become, with what its block is rounded up to and its share of the list.
+constexpr std::size_t largest_descriptor = descriptor_classes<LargestOf>::size + 128;
 
 /// Bytes that the entries of a descriptor may take in memory beside its object, from its header on.
 std::size_t entries_may_take(const unsigned char* descriptor)
@@ -68,7 +74,6 @@ struct ZQDescriptorList::descriptor_start
 struct ZQDescriptorList::unread_loop
 {
     std::size_t bytes;
-    std::size_t count; ///< of descriptors
     ZQDescriptorType type;
 
     unsigned char* data() { return reinterpret_cast<unsigned char*>(this + 1); }
@@ -233,17 +238,17 @@ bool ZQDescriptorList::keep_unread(ZQSDK::ZQBSReaderT<unsigned char*>& reader, Z
         return false;
     const unsigned char* const data = reader.position();
     const std::size_t size = reader.availableBytes();
-    std::size_t bytes = 0, count = 0, later = 0;
-    for (; size - bytes >= 2; ++count) {
+    std::size_t bytes = 0, later = 0;
+    while (size - bytes >= 2) {
         const unsigned char* const descriptor = data + bytes;
         bytes += 2U + descriptor[1];
         if (bytes > size)
             return false;
         later += largest_descriptor + entries_may_take(descriptor);
     }
-    if (count == 0)
+    if (bytes == 0)
         return false;
-    auto* const loop = ::new (take_block(sizeof(unread_loop) + bytes)) unread_loop{bytes, count, type};
+    auto* const loop = ::new (take_block(sizeof(unread_loop) + bytes)) unread_loop{bytes, type};
     std::memcpy(loop->data(), data, bytes);
     expect_block_bytes(later);
     m_unread.store(loop, std::memory_order_release);
