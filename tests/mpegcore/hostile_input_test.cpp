@@ -48,7 +48,7 @@ protected:
     }
 };
 
-/// Renders each table, so that whatever was read is looked at; six times as fast as a RecordingParser.
+/// Renders each table, so that whatever was read is looked at, in a fraction of the time that a RecordingParser takes.
 class RenderingParser : public mpegcore::CBaseMpegParser
 {
 public:

@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Lists that read by the standards: each descriptor takes its descriptor_length, and nothing is lost.
+#include "mpegcore/parser/BlockPool.h"
 #include "mpegcore/zqdescriptorlist.h"
 #include "support/descriptor_loops.h"
+#include "support/rounds.h"
+#include "support/sanitizers.h"
 
 #include <gmock/gmock.h>
+#include <malloc.h>
 
 #include <random>
+#include <thread>
 
 namespace standard_descriptor_list_test
 {
@@ -264,7 +269,7 @@ TEST(StandardDescriptorList, WritesBackEveryLoopOfRandomDescriptors)
 {
     std::mt19937 random(11);
     for (const auto type : all_standard)
-        for (int round = 0; round < 20000; ++round) {
+        for (unsigned round = 0; round < zqtest::rounds(20000); ++round) {
             Bytes bytes;
             for (unsigned left = random() % 6; left != 0; --left) {
                 const unsigned char body = static_cast<unsigned char>(random() % 40);
@@ -283,7 +288,7 @@ TEST(StandardDescriptorList, SurvivesRandomContentInExactBlocks)
 {
     std::mt19937 random(12);
     for (const auto type : all_standard)
-        for (int round = 0; round < 20000; ++round) {
+        for (unsigned round = 0; round < zqtest::rounds(20000); ++round) {
             Bytes bytes(random() % 120);
             for (unsigned char& byte : bytes)
                 byte = static_cast<unsigned char>(random() % (round % 2 == 0 ? 256 : 12));
@@ -293,5 +298,45 @@ TEST(StandardDescriptorList, SurvivesRandomContentInExactBlocks)
             ASSERT_EQ(back, Bytes(bytes.begin(), bytes.begin() + back.size()));
             ASSERT_TRUE(!whole || bytes.size() - back.size() <= 1);
         }
+}
+
+/// Many descriptors of this tag; their bodies begin with `first`.
+Bytes loop_of_one_kind(unsigned tag, unsigned char length, unsigned char first, unsigned char rest)
+{
+    Bytes bytes;
+    while (bytes.size() + 2 + length <= 600) {
+        bytes = bytes + Bytes{static_cast<unsigned char>(tag), length, first} + Bytes(length - 1U, rest);
+    }
+    return bytes;
+}
+
+/// What a list and its descriptors take, and what was counted for that before anybody looked at them.
+void expect_foreseen(const Bytes& bytes)
+{
+    constexpr std::size_t counted_per_byte = 8; // by those who keep tables
+    Bytes own = bytes;
+    const std::size_t before = mallinfo2().uordblks, blocks_before = block_bytes();
+    ZQDescriptorList list(ZQDescriptorType::Standard);
+    ZQSDK::ZQBSReaderT<unsigned char*> reader(own.data(), own.size());
+    ASSERT_TRUE(list.read(reader));
+    const std::size_t counted = block_bytes() - blocks_before + counted_per_byte * bytes.size();
+    EXPECT_FALSE(list.find(0xFF));
+    EXPECT_LE(mallinfo2().uordblks - before, counted)
+        << "tag " << unsigned{bytes[0]} << ", length " << unsigned{bytes[1]} << ", " << unsigned{bytes[2]} << ' '
+        << unsigned{bytes[3]};
+}
+
+// A thread has a pool of its own, in which nothing lies that would not be counted.
+TEST(StandardDescriptorList, TakesNoMoreMemoryThanWasForeseenWhenItIsLookedAt)
+{
+    if (zqtest::address_sanitizer)
+        GTEST_SKIP() << "mallinfo2 tells nothing";
+    for (unsigned tag = 0; tag < 0xFF; ++tag)
+        for (unsigned first = 0; first < 256; first += tag == 0x7F ? 1 : 85)
+            for (const unsigned char length : {5, 255})
+                for (const unsigned char rest : {0x00, 0xFF})
+                    std::thread([&] {
+                        expect_foreseen(loop_of_one_kind(tag, length, static_cast<unsigned char>(first), rest));
+                    }).join();
 }
 } // namespace standard_descriptor_list_test

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/AllocationCounter.h"
 #include "support/Encapsulated.h"
+#include "support/rounds.h"
 
 #include <gmock/gmock.h>
 
@@ -85,7 +86,7 @@ TEST(RoundTrip, SurvivesACutAtEveryByte)
     options.data_field_bytes_max = 500;
     Encapsulated mix(options, {1, 2});
     std::mt19937 random(5);
-    for (unsigned packet = 0; packet < 20; ++packet)
+    for (unsigned packet = 0; packet < 4 + zqtest::rounds(16); ++packet)
         mix.push(1 + packet % 2, random_packet(random));
     mix.encapsulator.flush();
     for (std::size_t cut = 0; cut <= mix.data.size(); ++cut) {

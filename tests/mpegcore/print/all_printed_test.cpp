@@ -5,6 +5,7 @@
 #include "support/StrictJson.h"
 #include "support/Tables.h"
 #include "support/WritingPrinter.h"
+#include "support/rounds.h"
 
 #include <random>
 
@@ -67,7 +68,7 @@ TEST_P(EveryPrintedDescriptor, IsTextOfWholeLinesWithoutControlCharacters)
 TEST_P(EveryPrintedDescriptor, IsValidWhateverItRead)
 {
     std::mt19937 random(11);
-    for (int round = 0; round < 300; ++round) {
+    for (unsigned round = 0; round < zqtest::rounds(300); ++round) {
         Bytes bytes(2 + random() % 60);
         for (auto& byte : bytes)
             byte = static_cast<unsigned char>(random());
@@ -124,7 +125,7 @@ TYPED_TEST(EveryPrintedTable, IsAnObjectThatStartsWithItsHeader)
 TYPED_TEST(EveryPrintedTable, IsValidWhateverItRead)
 {
     std::mt19937 random(11);
-    for (int round = 0; round < 300; ++round) {
+    for (unsigned round = 0; round < zqtest::rounds(300); ++round) {
         Bytes body(random() % 80);
         for (auto& byte : body)
             byte = static_cast<unsigned char>(random() % 4 == 0 ? random() : random() % 8);

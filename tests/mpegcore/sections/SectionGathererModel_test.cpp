@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // The gatherer beside a model that goes byte by byte, over random streams.
 #include "support/RandomSectionPackets.h"
+#include "support/rounds.h"
 
 #include <gmock/gmock.h>
 
@@ -14,21 +15,21 @@ using zqtest::RandomSectionPackets;
 TEST(SectionGathererModel, AgreesOverRandomStreams)
 {
     std::size_t good = 0, failed = 0;
-    for (unsigned seed = 0; seed < 60; ++seed) {
+    for (unsigned seed = 0; seed < zqtest::rounds(60); ++seed) {
         const auto packets = RandomSectionPackets(seed).make(60);
         const auto sections = zqtest::gathered(packets);
         ASSERT_EQ(sections, zqtest::modelled(packets)) << seed;
         for (const auto& section : sections)
             ++(section.is_good ? good : failed);
     }
-    EXPECT_GT(good, 1000U);
-    EXPECT_GT(failed, 50U);
+    EXPECT_GT(good, zqtest::rounds(1000));
+    EXPECT_GT(failed, zqtest::rounds(50));
 }
 
 TEST(SectionGathererModel, AgreesOverRandomStreamsWithFaults)
 {
     std::size_t good = 0, failed = 0;
-    for (unsigned seed = 0; seed < 120; ++seed) {
+    for (unsigned seed = 0; seed < zqtest::rounds(120); ++seed) {
         RandomSectionPackets random(seed);
         const auto packets = random.damaged(random.make(60));
         const auto sections = zqtest::gathered(packets);
@@ -36,8 +37,8 @@ TEST(SectionGathererModel, AgreesOverRandomStreamsWithFaults)
         for (const auto& section : sections)
             ++(section.is_good ? good : failed);
     }
-    EXPECT_GT(good, 1000U);
-    EXPECT_GT(failed, 50U);
+    EXPECT_GT(good, zqtest::rounds(1000));
+    EXPECT_GT(failed, zqtest::rounds(50));
 }
 
 TEST(SectionGathererModel, AgreesOverRandomBytes)

@@ -2,6 +2,7 @@
 #include "mpegcore/sections/WholeTables.h"
 
 #include "support/SectionPackets.h"
+#include "support/rounds.h"
 
 #include <gmock/gmock.h>
 
@@ -328,7 +329,7 @@ TEST(WholeTables, TakeNoMoreMemoryThanTheyMay)
     constexpr std::size_t limit = 200000;
     Collector collector(limit);
     std::mt19937 random(1);
-    for (unsigned count = 0; count < 20000; ++count) {
+    for (unsigned count = 0; count < zqtest::rounds(20000); ++count) {
         const unsigned last = random() % 256;
         const auto section = good_section(0x40 + random() % 4, random() % 1000, random() % 40, random() % 2,
                                           random() % (last + 1), last);

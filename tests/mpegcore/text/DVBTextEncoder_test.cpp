@@ -2,6 +2,7 @@
 #include "mpegcore/text/DVBText.h"
 #include "mpegcore/text/UTF8.h"
 #include "support/Texts.h"
+#include "support/rounds.h"
 #include "support/sanitizers.h"
 
 #include <gmock/gmock.h>
@@ -95,7 +96,7 @@ TEST(DVBTextEncoder, GivesBackRandomTextsInEveryTable)
 {
     std::mt19937 random(13818);
     const std::u32string alphabet = U"abc XYZ 019\n'€éüčąřńőşİßþđĦŋÆøТестЯΕλάשלات中新闻뉴스😀´¨½♪";
-    for (int round = 0; round < 5'000; ++round) {
+    for (unsigned round = 0; round < zqtest::rounds(5'000); ++round) {
         std::string text;
         for (std::size_t left = random() % 20; left > 0; --left)
             append_utf8(text, alphabet[random() % (1 + round % alphabet.size())]);
