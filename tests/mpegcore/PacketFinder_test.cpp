@@ -164,4 +164,23 @@ TEST(PacketFinder, FindsTheSameInPiecesAsInTheWhole)
         ASSERT_EQ(pieces.finder.skipped_bytes(), whole.finder.skipped_bytes()) << round;
     }
 }
+
+TEST(PacketFinder, TellsHowManyBytesAreMissingUpToTheNextPacket)
+{
+    for (const std::size_t distance : {188U, 192U, 204U}) {
+        const Made made = make(20, 0, distance - 188);
+        mpegcore::PacketFinder finder;
+        EXPECT_EQ(finder.awaited(), 0U);
+        for (std::size_t at = 0; at < made.bytes.size(); at += 50) {
+            const std::size_t size = std::min<std::size_t>(50, made.bytes.size() - at);
+            finder.put(made.bytes.data() + at, size, [](const unsigned char*) {});
+            if (finder.packet_distance() != 0) {
+                EXPECT_EQ(finder.awaited(), (distance - (at + size) % distance) % distance);
+            }
+        }
+        EXPECT_EQ(finder.packet_distance(), distance);
+        finder.finish([](const unsigned char*) {});
+        EXPECT_EQ(finder.awaited(), 0U);
+    }
+}
 } // namespace PacketFinder_test
