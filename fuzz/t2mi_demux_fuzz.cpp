@@ -1,25 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // T2-MI by the standards, from transport packets to the packets of all PLPs; T2MIProgram.h says what an input means.
 // The stream goes in whole and in pieces, which has to give the same.
+#include "fuzz/CheckedListener.h"
 #include "fuzz/T2MIProgram.h"
-#include "mpegcore/CRC.h"
-#include "mpegcore/t2mi/T2MIDemultiplexer.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
 namespace
 {
 using mpegcore::T2MIDemultiplexer;
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
+using t2mi_fuzz::require;
 
 /// PLP 0 is the common one of a group with those that inputs have.
 mpegcore::L1Current L1_of_group()
@@ -34,11 +27,11 @@ mpegcore::L1Current L1_of_group()
     return L1;
 }
 
-/// Looks at every byte that it gets.
-class Checker : public T2MIDemultiplexer::Listener
+/// Merges the packets, too; what comes out of merging counts like what went in.
+class Merging : public t2mi_fuzz::CheckedListener
 {
 public:
-    Checker() { m_merger.follow(L1_of_group()); }
+    Merging() { m_merger.follow(L1_of_group()); }
 
     /// As many packets as went in must have come out of merging.
     void finish()
@@ -49,48 +42,16 @@ public:
 
     void on_packet(std::uint8_t plp_id, const mpegcore::UserPacket& packet, bool is_behind_gap) override
     {
-        require(packet.data[0] == 0x47 && packet.ISSY_size <= 3 && (packet.ISSY_size == 0) == (packet.ISSY == nullptr));
-        require(m_is_there[plp_id]);
+        CheckedListener::on_packet(plp_id, packet, is_behind_gap);
         m_waiting += m_merger.is_data(plp_id) ? 1 : 0;
         m_merger.put(plp_id, packet, is_behind_gap);
         require(m_waiting <= 5 * mpegcore::CommonPLPMerger::most_waiting);
-        add(plp_id);
-        add(is_behind_gap ? 1 : 0);
-        add(packet.data, mpegcore::ts_packet_size);
-        if (packet.ISSY != nullptr)
-            add(packet.ISSY, packet.ISSY_size);
     }
-    void on_PLP_appeared(std::uint8_t plp_id) override
-    {
-        require(!m_is_there[plp_id]);
-        m_is_there.set(plp_id);
-    }
-    void on_PLP_gone(std::uint8_t plp_id) override
-    {
-        require(m_is_there[plp_id]);
-        m_is_there.reset(plp_id);
-    }
-    void on_L1_changed(const mpegcore::L1Current& L1) override
-    {
-        require(L1.L1CONF.PLPs.size() == L1.L1CONF.NUM_PLP);
-        add(static_cast<unsigned char>(L1.superframe_periods()));
-    }
-    void on_T2MI_packet(const mpegcore::T2MIHeader& header, const unsigned char* payload, std::size_t size) override
-    {
-        require(size == (header.payload_len + std::size_t{7}) / 8);
-        add(payload, size);
-    }
-
-    std::uint32_t sum = 0xFFFFFFFF; ///< of all that came
 
 private:
-    void add(unsigned char byte) { add(&byte, 1); }
-    void add(const unsigned char* data, std::size_t size) { sum = mpegcore::crc32_mpeg2(data, size, sum); }
-
-    std::bitset<256> m_is_there;
     std::size_t m_waiting = 0; ///< packets of data PLPs in the merger
     mpegcore::CommonPLPMerger m_merger{[this](std::uint8_t plp_id, const mpegcore::UserPacket& packet, bool) {
-        require(packet.data[0] == 0x47 && m_waiting-- != 0);
+        require(packet.data[0] == mpegcore::ts_sync_byte && m_waiting-- != 0);
         add(plp_id);
         add(packet.data, mpegcore::ts_packet_size);
     }};
@@ -98,8 +59,8 @@ private:
 
 std::uint32_t result_of(const std::vector<unsigned char>& stream, std::size_t piece, std::uint8_t settings)
 {
-    Checker checker;
-    T2MIDemultiplexer demultiplexer(checker);
+    Merging listener;
+    T2MIDemultiplexer demultiplexer(listener);
     if ((settings & 2) != 0)
         demultiplexer.set_PID(t2mi::t2mi_options{}.t2mi_PID);
     if ((settings & 4) != 0)
@@ -114,8 +75,8 @@ std::uint32_t result_of(const std::vector<unsigned char>& stream, std::size_t pi
         demultiplexer.put(block.get(), size);
     }
     demultiplexer.finish();
-    checker.finish();
-    return checker.sum;
+    listener.finish();
+    return listener.sum();
 }
 } // namespace
 

@@ -2,15 +2,13 @@
 // T2-MI packets straight into the demultiplexer, for long runs: an input takes microseconds where t2mi_demux makes and
 // compares whole streams. The first byte are the settings; then come packets, each a byte of what is wrong with it, a
 // size and its payload. Lengths and checksums are right unless that byte says otherwise.
-#include "mpegcore/CRC.h"
-#include "mpegcore/t2mi/T2MIDemultiplexer.h"
+#include "fuzz/CheckedListener.h"
 #include "tools/t2mi/t2mi_packet.h"
 #include "tools/t2mi/t2mi_packetizer.h"
 
 #include <algorithm>
 #include <bitset>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -19,51 +17,6 @@ namespace
 using mpegcore::T2MIDemultiplexer;
 
 constexpr std::uint16_t PID = 0x1000;
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
-
-class Checker : public T2MIDemultiplexer::Listener
-{
-public:
-    void on_packet(std::uint8_t plp_id, const mpegcore::UserPacket& packet, bool /*is_behind_gap*/) override
-    {
-        require(m_is_there[plp_id]);
-        require(packet.data[0] == mpegcore::ts_sync_byte);
-        require(packet.ISSY_size <= 3 && (packet.ISSY_size == 0) == (packet.ISSY == nullptr));
-        look_at(packet.data, mpegcore::ts_packet_size);
-        look_at(packet.ISSY, packet.ISSY_size);
-    }
-    void on_PLP_appeared(std::uint8_t plp_id) override
-    {
-        require(!m_is_there[plp_id]);
-        m_is_there.set(plp_id);
-    }
-    void on_PLP_gone(std::uint8_t plp_id) override
-    {
-        require(m_is_there[plp_id]);
-        m_is_there.reset(plp_id);
-    }
-    void on_L1_changed(const mpegcore::L1Current& L1) override { require(L1.L1CONF.PLPs.size() == L1.L1CONF.NUM_PLP); }
-    void on_T2MI_packet(const mpegcore::T2MIHeader& header, const unsigned char* payload, std::size_t size) override
-    {
-        require(size == (header.payload_len + std::size_t{7}) / 8);
-        look_at(payload, size);
-    }
-
-private:
-    /// A sanitizer sees bytes that are not there.
-    static void look_at(const unsigned char* data, std::size_t size)
-    {
-        static volatile std::uint32_t sum;
-        sum = sum + mpegcore::crc32_mpeg2(data, size);
-    }
-
-    std::bitset<256> m_is_there;
-};
 
 enum fault : std::uint8_t
 {
@@ -94,8 +47,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     const std::uint8_t settings = *data;
     const std::uint8_t* const end = data + size;
-    Checker checker;
-    const auto demultiplexer = std::make_unique<T2MIDemultiplexer>(checker);
+    t2mi_fuzz::CheckedListener listener;
+    const auto demultiplexer = std::make_unique<T2MIDemultiplexer>(listener);
     demultiplexer->set_PID(PID);
     demultiplexer->set_restore_nulls((settings & 1) != 0);
     demultiplexer->set_merge_common_PLPs((settings & 2) != 0);
