@@ -50,15 +50,15 @@ private:
         char byte = 0;
         iovec place{&byte, 1};
         alignas(cmsghdr) char control[CMSG_SPACE(sizeof(timespec))];
-        msghdr message{};
-        message.msg_iov = &place;
-        message.msg_iovlen = 1;
-        message.msg_control = control;
-        message.msg_controllen = sizeof control;
-        if (::recvmsg(m_socket, &message, 0) < 0 || CMSG_FIRSTHDR(&message) == nullptr)
+        msghdr header{};
+        header.msg_iov = &place;
+        header.msg_iovlen = 1;
+        header.msg_control = control;
+        header.msg_controllen = sizeof control;
+        if (::recvmsg(m_socket, &header, 0) < 0 || CMSG_FIRSTHDR(&header) == nullptr)
             return 0;
         timespec stamp{}, now{};
-        std::memcpy(&stamp, CMSG_DATA(CMSG_FIRSTHDR(&message)), sizeof stamp);
+        std::memcpy(&stamp, CMSG_DATA(CMSG_FIRSTHDR(&header)), sizeof stamp);
         ::clock_gettime(CLOCK_REALTIME, &now);
         return (now.tv_sec - stamp.tv_sec) * 1000000000 + now.tv_nsec - stamp.tv_nsec;
     }
