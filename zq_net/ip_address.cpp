@@ -24,12 +24,18 @@ std::optional<ip_address> ip_address::from(const sockaddr* given)
 
 std::optional<ip_address> ip_address::read(const std::string& text, std::uint16_t port)
 {
+    if (text.find(':') == std::string::npos) {
+        ip_address address = any(AF_INET, port);
+        if (::inet_pton(AF_INET, text.c_str(), &address.v4().sin_addr) != 1)
+            return std::nullopt;
+        return address;
+    }
+    // The resolver knows the interface behind a "%".
     addrinfo hints{};
     hints.ai_flags = AI_NUMERICHOST;
     hints.ai_socktype = SOCK_DGRAM;
     addrinfo* found = nullptr;
-    // The resolver takes short forms such as "1" for addresses, which nobody means.
-    if (text.find_first_of(".:") == std::string::npos || ::getaddrinfo(text.c_str(), nullptr, &hints, &found) != 0)
+    if (::getaddrinfo(text.c_str(), nullptr, &hints, &found) != 0)
         return std::nullopt;
     auto address = from(found->ai_addr);
     ::freeaddrinfo(found);

@@ -18,7 +18,8 @@ TEST(IpAddress, IsReadFromNumbersOfBothFamilies)
 
 TEST(IpAddress, IsNotReadFromNamesShortFormsAndOtherText)
 {
-    for (const char* text : {"", "localhost", "1", "256.1.1.1", "1.2.3.4.5", "::1::", "eth0", "1.2.3.4 "})
+    for (const char* text :
+         {"", "localhost", "1", "239.1.1", "1.2.0x3.4", "256.1.1.1", "1.2.3.4.5", "::1::", "eth0", "1.2.3.4 "})
         EXPECT_FALSE(ip_address::read(text)) << text;
 }
 
