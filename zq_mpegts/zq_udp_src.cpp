@@ -65,9 +65,9 @@ bool zq_udp_src::start(const zq_udp_src_settings& settings)
         return false;
     }
     m_quiet_since = zq_net::real_time();
-    m_latency = settings.batch_time * ms + (settings.rtp == zq_net::rtp_mode::on && settings.port2 == 0
-                                                ? transport_input::reorder_wait_one_leg
-                                                : m_input.reorder_wait());
+    m_latency = m_input.batch_wait() + (settings.rtp == zq_net::rtp_mode::on && settings.port2 == 0
+                                            ? transport_input::reorder_wait_one_leg
+                                            : m_input.reorder_wait());
     warn_of_small_buffer();
     return true;
 }
@@ -264,7 +264,7 @@ void zq_udp_src::update_latency()
 {
     if (m_settings.rtp == zq_net::rtp_mode::on)
         return;
-    const std::uint64_t latency = m_settings.batch_time * ms + m_input.reorder_wait();
+    const std::uint64_t latency = m_input.batch_wait() + m_input.reorder_wait();
     if (m_latency == latency)
         return;
     m_latency = latency;

@@ -40,6 +40,8 @@ bool transport_input::open(const input_settings& settings)
     m_kind = datagram_kind{count > 1 ? rtp_mode::on : settings.rtp};
     m_merger = rtp_merger{count, limits_for(count)};
     m_burst = burst_size{most_slots / count};
+    m_pacing = {};
+    m_has_more = false;
     m_aligner = {};
     m_continuity = {};
     m_senders = {};

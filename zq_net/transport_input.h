@@ -5,7 +5,9 @@
 #include "zq_net/datagram_kind.h"
 #include "zq_net/input_figures.h"
 #include "zq_net/input_leg.h"
+#include "zq_net/nanoseconds.h"
 #include "zq_net/piece.h"
+#include "zq_net/read_pacing.h"
 #include "zq_net/rtp_merger.h"
 #include "zq_net/ts_aligner.h"
 
@@ -40,7 +42,7 @@ public:
         interrupted, ///< until resume()
         failed,      ///< error() says why
     };
-    static constexpr std::size_t most_slots = 32;
+    static constexpr std::size_t most_slots = 64;
     /// Datagrams that a packet out of order waits for at most, and nanoseconds.
     static constexpr std::uint64_t reorder_wait_one_leg = 20'000'000;
     static constexpr std::uint64_t reorder_wait_two_legs = 50'000'000;
@@ -56,7 +58,11 @@ public:
     [[nodiscard]] const piece_list& pieces() const { return m_pieces; }
 
     /// Room that the next receive() is best given: as many datagrams as are likely to be there, of the size they had.
-    [[nodiscard]] std::size_t wanted_slots() const { return m_burst.next() * m_settings.legs.size(); }
+    [[nodiscard]] std::size_t wanted_slots() const
+    {
+        const std::size_t legs = m_settings.legs.size();
+        return std::max(m_burst.next(), std::min(m_pacing.expected(), most_slots / legs)) * legs;
+    }
     [[nodiscard]] std::size_t wanted_slot_size() const { return m_slot_size; }
 
     /// From any thread: ends a receive() and all that follow, until resume().
@@ -71,6 +77,12 @@ public:
     [[nodiscard]] input_figures figures();
     /// True since a datagram of RTP was seen.
     [[nodiscard]] bool sees_rtp() const { return m_sees_rtp; }
+    /// How long a datagram may lie unread for others to come, in nanoseconds: the batch time, or the rest that a dense
+    /// stream is given without one.
+    [[nodiscard]] std::uint64_t batch_wait() const
+    {
+        return m_settings.batch_time > 0 ? m_settings.batch_time * ms : read_pacing::longest_rest;
+    }
     /// How long a packet may wait for those before it, in nanoseconds.
     [[nodiscard]] std::uint64_t reorder_wait() const;
     /// The address that the first leg receives on.
@@ -79,6 +91,7 @@ public:
 private:
     bool open_sockets();
     result wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size);
+    void rest();
     void wait_for_any();
     unsigned wait_limit(const input_leg& leg) const;
     bool wait_for_more();
@@ -108,6 +121,8 @@ private:
     std::size_t m_looked_at = 0;       // pieces whose packets were looked at, all but the last to the end
     std::size_t m_looked_at_bytes = 0; // of the piece behind them
     burst_size m_burst{most_slots};    // of one leg
+    read_pacing m_pacing;
+    bool m_has_more = false; // the last read ended where its memory did
     std::size_t m_slot_size = 7 * ts_packet_size;
     std::size_t m_read = 0; // datagrams of this receive()
     std::uint64_t m_last_arrival = 0;

@@ -3,6 +3,7 @@
 #include "zq_net/transport_input.h"
 
 #include <poll.h>
+#include <time.h>
 
 #include <algorithm>
 #include <array>
@@ -46,6 +47,8 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
     m_read = 0;
     if (m_flowing && !wait_for_more())
         return result::interrupted;
+    if (m_settings.batch_time == 0)
+        rest();
     const std::uint64_t before = m_settings.batch_time > 0 ? real_time() : 0;
     const bool blocks = m_legs.size() == 1 && m_merger.deadline() == reorder_window::never;
     // What came just when the wait ended is read all the same, so that nothing counts as lost that lies there unread.
@@ -69,8 +72,19 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
         m_legs[0].figures.last_arrival > before)
         good = wait_for_more() && read_all(false);
     m_burst.note(share, longest);
+    m_pacing.note(m_read, m_last_arrival);
+    m_has_more = longest == share;
     m_flowing = m_settings.batch_time > 0 && m_read > 1 && m_read < slots;
     return good ? result::data : result::failed;
+}
+
+/// Lets more of a dense stream come, unless there is more already.
+void transport_input::rest()
+{
+    if (const auto rest = static_cast<long>(m_has_more ? 0 : m_pacing.rest()); rest > 0) {
+        const timespec time{0, rest};
+        ::clock_nanosleep(CLOCK_MONOTONIC, 0, &time, nullptr);
+    }
 }
 
 /// Waits until one of the sockets has something or a packet has waited long enough for those before it.

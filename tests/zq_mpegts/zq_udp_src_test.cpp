@@ -264,16 +264,20 @@ TEST(UdpSrc, TellsOfNoSilenceWithTheLongestTimeout)
 
 TEST(UdpSrc, ReportsItsLatency)
 {
-    playing to{"rtp=on batch-time=10"};
-    GstQuery* const query = gst_query_new_latency();
-    ASSERT_TRUE(gst_element_query(to.source.get(), query));
-    gboolean live = FALSE;
-    GstClockTime least = 0, most = 0;
-    gst_query_parse_latency(query, &live, &least, &most);
-    gst_query_unref(query);
-    EXPECT_TRUE(live);
-    EXPECT_EQ(least, 30 * GST_MSECOND);
-    EXPECT_EQ(most, GST_CLOCK_TIME_NONE);
+    const std::pair<const char*, GstClockTime> expected[] = {
+        {"batch-time=10", 10}, {"rtp=on batch-time=10", 30}, {"", 1}, {"rtp=on", 21}};
+    for (const auto& [properties, milliseconds] : expected) {
+        playing to{properties};
+        GstQuery* const query = gst_query_new_latency();
+        ASSERT_TRUE(gst_element_query(to.source.get(), query));
+        gboolean live = FALSE;
+        GstClockTime least = 0, most = 0;
+        gst_query_parse_latency(query, &live, &least, &most);
+        gst_query_unref(query);
+        EXPECT_TRUE(live);
+        EXPECT_EQ(least, milliseconds * GST_MSECOND) << properties;
+        EXPECT_EQ(most, GST_CLOCK_TIME_NONE);
+    }
 }
 
 TEST(UdpSrc, HasFiguresInAnyState)

@@ -40,6 +40,7 @@ struct stand
     result receive()
     {
         memory.resize(transport_input::most_slots * 2048);
+        EXPECT_LE(input.wanted_slots(), transport_input::most_slots);
         const auto got = input.receive(memory.data(), input.wanted_slots(), input.wanted_slot_size());
         for (const auto& piece : input.pieces()) {
             gaps += piece.gap ? 1 : 0;
