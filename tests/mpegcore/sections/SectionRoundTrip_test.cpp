@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Every section of whole streams, built ones and the recordings in ZQ_SAMPLE_DIR, through reading and rendering and
 // through the packetizer and back.
-#include "mpegcore/AIT.h"
-#include "mpegcore/BaseMpegParser.h"
-#include "mpegcore/DIT.h"
-#include "mpegcore/RST.h"
-#include "mpegcore/SIT.h"
-#include "mpegcore/SpliceInfoSection.h"
+#include "mpegcore/parser/TableRegistry.h"
 #include "mpegcore/sections/SectionGatherer.h"
 #include "mpegcore/sections/SectionPacketizer.h"
 #include "support/BuiltStreams.h"
@@ -74,16 +69,16 @@ struct TableClass
     Bytes (*read_and_rendered)(const Bytes&);
 };
 
-const std::vector<TableClass> classes{
-    {0x00, 0x00, read_and_rendered<CPAT>}, {0x01, 0x01, read_and_rendered<CCAT>},
-    {0x02, 0x02, read_and_rendered<CPMT>}, {0x03, 0x03, read_and_rendered<CTSDT>},
-    {0x40, 0x41, read_and_rendered<CNIT>}, {0x42, 0x42, read_and_rendered<CSDT>},
-    {0x46, 0x46, read_and_rendered<CSDT>}, {0x4A, 0x4A, read_and_rendered<CBAT>},
-    {0x4E, 0x6F, read_and_rendered<CEIT>}, {0x70, 0x70, read_and_rendered<CTDT>},
-    {0x71, 0x71, read_and_rendered<CRST>}, {0x73, 0x73, read_and_rendered<CTOT>},
-    {0x74, 0x74, read_and_rendered<CAIT>}, {0x7E, 0x7E, read_and_rendered<CDIT>},
-    {0x7F, 0x7F, read_and_rendered<CSIT>}, {0xFC, 0xFC, read_and_rendered<CSpliceInfoSection>},
+template <class... Entry>
+struct TableClasses
+{
+    static std::vector<TableClass> all()
+    {
+        return {{Entry::first_table_id, Entry::last_table_id, read_and_rendered<typename Entry::Table>}...};
+    }
 };
+
+const std::vector<TableClass> classes = mpegcore::tables<TableClasses>::all();
 
 /// PAT, PMT and SDT keep their entries by PID or service_id: the section with its entries in that order.
 Bytes by_key(Bytes section)
