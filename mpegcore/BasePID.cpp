@@ -94,8 +94,12 @@ void CBasePID::release_if_silent(bool keeps_unit)
 {
     const bool was_heard = had_packet == heard || had_packet == heard_since_release;
     had_packet = had_packet == heard || had_packet == heard_since_give_up ? heard_since_give_up : 0;
-    if (was_heard)
+    if (was_heard) {
+        constexpr std::size_t longest_PES_packet = 6 + 0xFFFF;
+        if (started != 0 && collecting->size > longest_PES_packet && ++sweeps >= most_sweeps)
+            discard_unit();
         return;
+    }
     if (keeps_unit)
         return release_idle();
     started = 0;

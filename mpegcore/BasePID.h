@@ -19,7 +19,10 @@ class PayloadUnitBudget;
 /// Memory: two buffers of 4095 bytes from the first packet on; a buffer that fills up is doubled. A unit that would
 /// pass `max_unit_size`, or for which the budget has nothing left, is discarded, and its buffer shrinks to its
 /// first size; collecting begins afresh with the next unit start. When the budget runs short, the unit completed last
-/// is gone as well. Where a parser keeps the PID, both buffers are given back when it had no packet for long.
+/// is gone as well. Where a parser keeps the PID, both buffers are given back when it had no packet for long, and a
+/// unit without an end is discarded: one of more than 64 kB, which only video may have, that goes on for
+/// `most_sweeps` times as long. An error that sets payload_unit_start_indicator begins such a unit on a PID without
+/// any.
 ///
 /// One cache line each: a multiplex visits many of them in no order.
 class alignas(64) CBasePID
@@ -27,6 +30,7 @@ class alignas(64) CBasePID
 public:
     static constexpr std::size_t first_capacity = 4095;
     static constexpr std::size_t max_unit_size = std::size_t{16} << 20;
+    static constexpr std::uint8_t most_sweeps = 16;
 
     CBasePID() { CBasePID::clear(); }
     virtual ~CBasePID();
@@ -64,6 +68,7 @@ public:
             std::swap(collecting, completed);
             collecting->size = 0;
             started = 1;
+            sweeps = 0;
             result = completed;
         } else if (started == 0) {
             return nullptr;
@@ -98,12 +103,13 @@ public:
     /// Discards the unit being collected unless the PID had a packet since the last call.
     void give_up_if_silent();
     /// Gives back both buffers, and what is in them, unless the PID had a packet since the last call; with `keeps_unit`
-    /// only what release_idle() does.
+    /// only what release_idle() does. Discards a unit without an end.
     void release_if_silent(bool keeps_unit);
 
     std::uint8_t continuity_counter = 0xFF; ///< 0xFF after clear()
     std::uint8_t started = 0;               ///< 1 once a unit start was seen
     std::uint8_t had_packet = 0;            ///< 1 from a payload on until give_up_if_silent() or release_if_silent()
+    std::uint8_t sweeps = 0;                ///< calls of release_if_silent() since the last unit start
     std::uint64_t bytes = 0;                ///< payload bytes since the last PCR
     std::uint64_t last_pcr = 0;             ///< in 100 ns
     std::int64_t bitrate = 0;               ///< bits per second between the last two PCRs

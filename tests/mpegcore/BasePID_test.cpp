@@ -219,6 +219,43 @@ TEST_F(Pid, DiscardsAUnitBeyondTheLimitAndBeginsAfreshWithTheNextStart)
     EXPECT_EQ(contents(pid.collecting), second);
 }
 
+/// Packets of a unit that does not end, `sweeps` times.
+void go_on(CBasePID& pid, Bytes& payload, unsigned sweeps)
+{
+    for (unsigned sweep = 0; sweep < sweeps; ++sweep) {
+        pid.putPacket(packet(payload, false));
+        pid.release_if_silent(false);
+    }
+}
+
+TEST_F(Pid, DiscardsAUnitOfMoreThan64KilobytesThatDoesNotEndForLong)
+{
+    for (unsigned count = 0; count < 360; ++count)
+        pid.putPacket(packet(first, count == 0));
+    go_on(pid, first, CBasePID::most_sweeps - 1);
+    EXPECT_EQ(pid.collecting->size, (360U + CBasePID::most_sweeps - 1) * 184);
+    go_on(pid, first, 1);
+    EXPECT_EQ(pid.collecting->size, 0U);
+    EXPECT_EQ(pid.collecting->capacity, 4095U);
+    go_on(pid, first, 100);
+    EXPECT_EQ(pid.collecting->size, 0U) << "the rest of the unit is dropped";
+    EXPECT_EQ(pid.putPacket(packet(first, true))->size, 0U);
+    EXPECT_EQ(pid.collecting->size, 184U);
+}
+
+TEST_F(Pid, KeepsLongUnitsThatEndAndShortOnesThatDoNotForAsLongAsTheyLast)
+{
+    for (unsigned unit = 0; unit < 5; ++unit) {
+        for (unsigned count = 0; count < 360; ++count)
+            pid.putPacket(packet(first, count == 0));
+        go_on(pid, first, CBasePID::most_sweeps - 1);
+    }
+    EXPECT_EQ(pid.collecting->size, (360U + CBasePID::most_sweeps - 1) * 184);
+    pid.putPacket(packet(first, true));
+    go_on(pid, first, 355);
+    EXPECT_EQ(pid.collecting->size, 356U * 184);
+}
+
 TEST_F(Pid, TakesAPlainPacketAsItTakesAnyOther)
 {
     Bytes plain = {0x47, 0x01, 0x00, 0x1D};
