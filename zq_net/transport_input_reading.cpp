@@ -69,7 +69,7 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
     bool good = read_all(blocks);
     // One that ended a silence has others behind it for which it waits.
     if (good && m_settings.batch_time > 0 && m_legs.size() == 1 && m_read > 0 && m_read < share &&
-        m_legs[0].figures.last_arrival > before)
+        m_legs[0].reader[0].arrival > before)
         good = wait_for_more() && read_all(false);
     m_burst.note(share, longest);
     m_pacing.note(m_read, m_last_arrival);
