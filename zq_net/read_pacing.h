@@ -16,26 +16,33 @@ public:
     static constexpr std::uint64_t longest_rest = ms;
     static constexpr std::size_t handful = 4, plenty = 60;
 
+    /// Rests until `most` datagrams have come on average.
+    explicit read_pacing(std::size_t most = plenty) : m_most{most} {}
+
     /// Behind a read of `count` datagrams, the last of which came at `arrival`.
     void note(std::size_t count, std::uint64_t arrival)
     {
         if (count == 0)
             return;
-        const std::uint64_t passed = arrival > m_arrival ? arrival - m_arrival : second;
-        m_interval = (3 * m_interval + std::min(passed, second) / count) / 4;
+        // Stamps of two legs may go back a little; a clock that is set back ends the rests for a while.
+        std::uint64_t passed = arrival - m_arrival;
+        if (arrival < m_arrival)
+            passed = m_arrival - arrival < longest_rest ? 0 : second;
+        m_interval = std::max<std::uint64_t>((3 * m_interval + std::min(passed, second) / count) / 4, 1);
         m_arrival = arrival;
     }
 
     /// In nanoseconds, at most longest_rest; 0: the next datagram is worth waking up for.
     [[nodiscard]] std::uint64_t rest() const
     {
-        return handful * m_interval > longest_rest ? 0 : std::min(plenty * m_interval, longest_rest);
+        return handful * m_interval > longest_rest ? 0 : std::min(m_most * m_interval, longest_rest);
     }
 
-    /// Datagrams to ask for behind a rest; at least one.
-    [[nodiscard]] std::size_t expected() const { return rest() > 0 ? plenty : 1; }
+    /// Datagrams to ask for behind a rest, twice what is likely to be there; at least one.
+    [[nodiscard]] std::size_t expected() const { return std::min<std::size_t>(2 * rest() / m_interval + 1, plenty); }
 
 private:
+    std::size_t m_most;
     std::uint64_t m_arrival = 0;
     std::uint64_t m_interval = second; ///< between datagrams, of late
 };

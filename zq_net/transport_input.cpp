@@ -40,7 +40,6 @@ bool transport_input::open(const input_settings& settings)
     m_kind = datagram_kind{count > 1 ? rtp_mode::on : settings.rtp};
     m_merger = rtp_merger{count, limits_for(count)};
     m_burst = burst_size{most_slots / count};
-    m_pacing = {};
     m_has_more = false;
     m_aligner = {};
     m_continuity = {};
@@ -54,7 +53,13 @@ bool transport_input::open(const input_settings& settings)
             m_legs.emplace_back(leg, most_slots).idle = m_fresh_from == reorder_window::never;
         m_figures = {};
     }
-    return open_sockets();
+    if (!open_sockets())
+        return false;
+    // Of datagrams as TS uses them; a quarter of the buffer at most may lie there unread for longer.
+    constexpr std::size_t kernel_bytes_a_datagram = 2304;
+    const auto room = 2 * static_cast<std::size_t>(m_legs.front().figures.buffer_got) / kernel_bytes_a_datagram;
+    m_pacing = read_pacing{std::clamp<std::size_t>(room / 4, 1, read_pacing::plenty)};
+    return true;
 }
 
 bool transport_input::open_sockets()

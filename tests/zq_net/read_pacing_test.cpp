@@ -40,6 +40,30 @@ TEST(ReadPacing, RestsWhereAHandfulComesInTheLongestRest)
     EXPECT_EQ(to.pacing.rest(), 0U);
     to.flow(1, 240 * us);
     EXPECT_EQ(to.pacing.rest(), read_pacing::longest_rest);
+    EXPECT_EQ(to.pacing.expected(), 9U) << "twice the four that are likely";
+}
+
+TEST(ReadPacing, RestsForNoMoreThanTheSocketHasRoomFor)
+{
+    stream to;
+    to.pacing = read_pacing{10};
+    to.flow(20, 5 * us);
+    EXPECT_EQ(to.pacing.rest(), 10 * 5 * us);
+    EXPECT_EQ(to.pacing.expected(), 21U);
+}
+
+TEST(ReadPacing, PassesOverStampsThatGoBackALittle)
+{
+    stream to;
+    to.flow(20, 5 * us);
+    to.pacing.note(20, to.now - 20 * us);
+    EXPECT_GT(to.pacing.rest(), 0U);
+}
+
+TEST(ReadPacing, AsksForNoMoreThanPlentyHoweverDenseTheStream)
+{
+    stream to;
+    to.flow(1, 0);
     EXPECT_EQ(to.pacing.expected(), read_pacing::plenty);
 }
 
