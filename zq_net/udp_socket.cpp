@@ -193,8 +193,10 @@ bool udp_socket::follow_interface()
         return false;
     leave(m_interface_index);
     std::string error;
-    if (!join(present, error))
+    if (!join(present, error)) {
+        leave(present); // what was joined of several sources would be refused the next time
         return false;
+    }
     m_interface_index = present;
     return true;
 }
