@@ -39,9 +39,10 @@ zq_net::input_settings input_settings_of(const zq_udp_src_settings& settings)
     zq_net::input_settings input;
     input.legs.push_back(
         {settings.address, static_cast<std::uint16_t>(settings.port), settings.interface, sources, size});
-    if (settings.port2 != 0)
+    if (settings.has_second_leg())
         input.legs.push_back({settings.address2.empty() ? settings.address : settings.address2,
-                              static_cast<std::uint16_t>(settings.port2), settings.interface2, sources, size});
+                              static_cast<std::uint16_t>(settings.port2 != 0 ? settings.port2 : settings.port),
+                              settings.interface2, sources, size});
     input.rtp = settings.rtp;
     input.align = settings.align;
     input.batch_time = settings.batch_time;
@@ -65,7 +66,7 @@ bool zq_udp_src::start(const zq_udp_src_settings& settings)
         return false;
     }
     m_quiet_since = zq_net::real_time();
-    m_latency = m_input.batch_wait() + (settings.rtp == zq_net::rtp_mode::on && settings.port2 == 0
+    m_latency = m_input.batch_wait() + (settings.rtp == zq_net::rtp_mode::on && !settings.has_second_leg()
                                             ? transport_input::reorder_wait_one_leg
                                             : m_input.reorder_wait());
     warn_of_small_buffer();

@@ -22,8 +22,10 @@ struct zq_udp_src_settings
     bool align = true;
     guint batch_time = 0; ///< milliseconds
     std::string address2;
-    guint port2 = 0; ///< 0: there is no second leg
+    guint port2 = 0; ///< 0: that of the first leg
     std::string interface2;
+
+    [[nodiscard]] bool has_second_leg() const { return port2 != 0 || !address2.empty() || !interface2.empty(); }
 };
 
 /// What stands behind one `zqudpsrc` element. start() to create() come from the base class, in its order; figures and

@@ -222,6 +222,8 @@ void zq_udp_src_install_properties(GObjectClass* object_class)
     add(stats,
         g_param_spec_boxed("stats", "Statistics", "What was received and what was lost", GST_TYPE_STRUCTURE, readable));
     text(address2, "address2", "Second address", "Of a second leg with the same RTP (ST 2022-7); empty: the first one");
-    add(port2, g_param_spec_uint("port2", "Second port", "Of the second leg; 0: there is none", 0, 65535, 0, plain));
+    add(port2, g_param_spec_uint("port2", "Second port",
+                                 "Of the second leg, which is there when one of the three is set; 0: that of the first",
+                                 0, 65535, 0, plain));
     text(interface2, "interface2", "Second interface", "Of the second leg");
 }

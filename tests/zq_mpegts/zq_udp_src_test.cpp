@@ -209,6 +209,15 @@ TEST(UdpSrc, MergesTwoLegs)
     gst_structure_free(stats);
 }
 
+TEST(UdpSrc, HasASecondLegOnTheSamePortWhereOnlyItsAddressIsSet)
+{
+    playing to{"address2=127.0.0.2"};
+    const support::udp_sender second{"127.0.0.2", to.port};
+    to.sender.send(rtp_datagram(0, pattern(1316, 0)));
+    second.send(rtp_datagram(1, pattern(1316, 1)));
+    EXPECT_TRUE(to.got(joined({pattern(1316, 0), pattern(1316, 1)})));
+}
+
 TEST(UdpSrc, DropsAndCountsWhatIsNoTransportStream)
 {
     playing to;
