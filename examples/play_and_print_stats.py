@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: LGPL-2.1-or-later
 """play_and_print_stats.py URI [SECONDS [SINK]]: plays what zqudpsrc receives and prints its figures once a second.
 
-    GST_PLUGIN_PATH=/usr/local/lib/x86_64-linux-gnu/gstreamer-1.0 \\
+    GST_PLUGIN_PATH=/usr/local/lib/gstreamer-1.0 \\
         python3 examples/play_and_print_stats.py 'udp://239.1.1.1:5000?interface=eth0'
 
 SINK is what stands behind the source, "decodebin ! autovideosink" unless given. Needs python3-gi.
