@@ -6,6 +6,8 @@
 #include <dlfcn.h>
 #include <sanitizer/tsan_interface.h>
 
+#include <mutex>
+
 namespace
 {
 template <class Function>
@@ -69,6 +71,22 @@ ZQ_TRYLOCK(g_rw_lock_reader_trylock, GRWLock)
 ZQ_UNLOCK(g_rw_lock_reader_unlock, GRWLock)
 // A buffer that goes back to its pool was written by the thread that lets go of it last.
 ZQ_UNLOCK(gst_mini_object_unref, GstMiniObject)
+
+// All names share one table and the blocks that hold their texts, under a lock that the library takes by itself.
+std::mutex quarks;
+
+#define ZQ_QUARK(name, result)                                                                                         \
+    extern "C" __attribute__((visibility("default"))) result name(const gchar* string)                                 \
+    {                                                                                                                  \
+        ZQ_REAL(name);                                                                                                 \
+        const std::lock_guard lock(quarks);                                                                            \
+        return next(string);                                                                                           \
+    }
+
+ZQ_QUARK(g_quark_from_string, GQuark)
+ZQ_QUARK(g_quark_from_static_string, GQuark)
+ZQ_QUARK(g_intern_string, const gchar*)
+ZQ_QUARK(g_intern_static_string, const gchar*)
 
 // Whoever lets go of an object last destroys it after all that the others did with it.
 extern "C" __attribute__((visibility("default"))) void g_object_unref(gpointer object)
