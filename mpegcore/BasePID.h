@@ -109,7 +109,7 @@ public:
     std::uint8_t continuity_counter = 0xFF; ///< 0xFF after clear()
     std::uint8_t started = 0;               ///< 1 once a unit start was seen
     std::uint8_t had_packet = 0;            ///< 1 from a payload on until give_up_if_silent() or release_if_silent()
-    std::uint8_t sweeps = 0;                ///< calls of release_if_silent() since the last unit start
+    std::uint8_t sweeps = 0;                ///< calls of release_if_silent() that found this unit longer than 64 kB
     std::uint64_t bytes = 0;                ///< payload bytes since the last PCR
     std::uint64_t last_pcr = 0;             ///< in 100 ns
     std::int64_t bitrate = 0;               ///< bits per second between the last two PCRs
