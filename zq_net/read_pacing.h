@@ -16,7 +16,7 @@ public:
     static constexpr std::uint64_t longest_rest = ms;
     static constexpr std::size_t handful = 4, plenty = 60;
 
-    /// Rests until `most` datagrams have come on average.
+    /// Rests until `most` datagrams have come on average; not at all for less than a handful.
     explicit read_pacing(std::size_t most = plenty) : m_most{most} {}
 
     /// Behind a read of `count` datagrams, the last of which came at `arrival`.
@@ -35,7 +35,9 @@ public:
     /// In nanoseconds, at most longest_rest; 0: the next datagram is worth waking up for.
     [[nodiscard]] std::uint64_t rest() const
     {
-        return handful * m_interval > longest_rest ? 0 : std::min(m_most * m_interval, longest_rest);
+        if (m_most < handful || handful * m_interval > longest_rest)
+            return 0;
+        return std::min(m_most * m_interval, longest_rest);
     }
 
     /// Datagrams to ask for behind a rest, twice what is likely to be there; at least one.

@@ -55,10 +55,11 @@ bool transport_input::open(const input_settings& settings)
     }
     if (!open_sockets())
         return false;
-    // Of datagrams as TS uses them; a quarter of the buffer at most may lie there unread for longer.
+    // Seven packets take so much of the buffer, of which the kernel gives twice what it tells; a rest is to fill a
+    // quarter of that.
     constexpr std::size_t kernel_bytes_a_datagram = 2304;
     const auto room = 2 * static_cast<std::size_t>(m_legs.front().figures.buffer_got) / kernel_bytes_a_datagram;
-    m_pacing = read_pacing{std::clamp<std::size_t>(room / 4, 1, read_pacing::plenty)};
+    m_pacing = read_pacing{std::min(room / 4, read_pacing::plenty)};
     return true;
 }
 

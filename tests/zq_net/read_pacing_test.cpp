@@ -52,6 +52,15 @@ TEST(ReadPacing, RestsForNoMoreThanTheSocketHasRoomFor)
     EXPECT_EQ(to.pacing.expected(), 21U);
 }
 
+TEST(ReadPacing, NeverRestsWhereTheSocketHasNoRoomForAHandful)
+{
+    stream to;
+    to.pacing = read_pacing{read_pacing::handful - 1};
+    to.flow(20, 5 * us);
+    EXPECT_EQ(to.pacing.rest(), 0U);
+    EXPECT_EQ(to.pacing.expected(), 1U);
+}
+
 TEST(ReadPacing, PassesOverStampsThatGoBackALittle)
 {
     stream to;
