@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <stdexcept>
+#include <utility>
 
 namespace support
 {
@@ -65,10 +66,9 @@ void udp_sender::send(const std::vector<unsigned char>& datagram) const
         ::send(m_socket, datagram.data(), datagram.size(), 0);
 }
 
-udp_traffic::udp_traffic(std::uint16_t port, std::chrono::microseconds interval, std::size_t size)
-    : m_thread{[this, port, interval, size] {
+udp_traffic::udp_traffic(std::uint16_t port, std::chrono::microseconds interval, std::vector<unsigned char> datagram)
+    : m_thread{[this, port, interval, datagram = std::move(datagram)] {
           const udp_sender sender{"127.0.0.1", port};
-          const auto datagram = pattern(size);
           while (!m_stop) {
               sender.send(datagram);
               std::this_thread::sleep_for(interval);

@@ -50,7 +50,8 @@ private:
 class udp_traffic
 {
 public:
-    udp_traffic(std::uint16_t port, std::chrono::microseconds interval, std::size_t size = 1316);
+    udp_traffic(std::uint16_t port, std::chrono::microseconds interval,
+                std::vector<unsigned char> datagram = pattern(1316));
     ~udp_traffic();
 
 private:

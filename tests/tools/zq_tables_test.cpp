@@ -166,16 +166,8 @@ TEST_F(Tables, ShowsTimesInLocalTimeOnceATotHasToldIt)
 TEST_F(Tables, EndsALiveInputAfterServicesWereMeasured)
 {
     const std::uint16_t port = support::free_port();
-    const Bytes datagram = stream_of(4);
-    std::atomic<bool> done = false;
-    std::thread sending([&] {
-        const support::udp_sender sender("127.0.0.1", port);
-        for (; !done; std::this_thread::sleep_for(std::chrono::milliseconds(20)))
-            sender.send(datagram);
-    });
+    const support::udp_traffic traffic(port, std::chrono::milliseconds(20), stream_of(4));
     const auto result = run("--services udp://127.0.0.1:" + std::to_string(port));
-    done = true;
-    sending.join();
     EXPECT_EQ(result.exit_code, 0);
     EXPECT_THAT(result.text, HasSubstr("PMT on PID 0x0100"));
 }
@@ -258,21 +250,13 @@ TEST_F(Tables, EndsQuietlyWhenNobodyReadsAnyMore)
 TEST_F(Tables, EndsWellWhenItIsAskedToEnd)
 {
     const std::uint16_t port = support::free_port();
-    const Bytes datagram = stream_of(4);
-    std::atomic<bool> done = false;
-    std::thread sending([&] {
-        const support::udp_sender sender("127.0.0.1", port);
-        for (; !done; std::this_thread::sleep_for(std::chrono::milliseconds(20)))
-            sender.send(datagram);
-    });
+    const support::udp_traffic traffic(port, std::chrono::milliseconds(20), stream_of(4));
     for (const std::string signal : {"INT", "TERM"})
         EXPECT_EQ(shell(std::string(program) + " --sections udp://127.0.0.1:" + std::to_string(port) +
                         " > out.txt & while kill -0 $! && [ ! -s out.txt ]; do sleep 0.02; done; kill -s " + signal +
                         " $!; wait $!; echo ended with $?; rm out.txt")
                       .text,
                   "ended with 0\n");
-    done = true;
-    sending.join();
 }
 
 TEST_F(Tables, NamesWhatFails)
