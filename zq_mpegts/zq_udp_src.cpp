@@ -22,8 +22,8 @@ std::vector<std::string> parts_of(const std::string& list)
     std::vector<std::string> parts;
     std::istringstream in{list};
     for (std::string part; std::getline(in, part, ',');)
-        if (!part.empty())
-            parts.push_back(part);
+        if (part.erase(0, part.find_first_not_of(' ')); !part.empty())
+            parts.push_back(part.substr(0, part.find_last_not_of(' ') + 1));
     return parts;
 }
 
@@ -65,7 +65,7 @@ bool zq_udp_src::start(const zq_udp_src_settings& settings)
         m_input.close();
         return false;
     }
-    m_quiet_since = zq_net::real_time();
+    m_quiet_since = zq_net::steady_time();
     m_latency = m_input.batch_wait() + (settings.rtp == zq_net::rtp_mode::on && !settings.has_second_leg()
                                             ? transport_input::reorder_wait_one_leg
                                             : m_input.reorder_wait());
@@ -92,7 +92,7 @@ void zq_udp_src::stop()
 
 void zq_udp_src::play()
 {
-    m_playing_since = zq_net::real_time();
+    m_playing_since = zq_net::steady_time();
     m_input.set_idle(false);
 }
 
@@ -249,14 +249,12 @@ GstClockTime zq_udp_src::time_of(std::uint64_t arrival)
 
 void zq_udp_src::note_data()
 {
-    const auto& pieces = m_input.pieces();
-    const std::uint64_t now = pieces[pieces.size() - 1].arrival;
+    const std::uint64_t now = zq_net::steady_time();
     if (std::exchange(m_told_silence, false))
-        gst_element_post_message(
-            GST_ELEMENT(m_element),
-            gst_message_new_element(GST_OBJECT(m_element),
-                                    gst_structure_new("ZqUdpSrcResumed", "silence", G_TYPE_UINT64,
-                                                      now > m_last_data ? now - m_last_data : 0, nullptr)));
+        gst_element_post_message(GST_ELEMENT(m_element),
+                                 gst_message_new_element(GST_OBJECT(m_element),
+                                                         gst_structure_new("ZqUdpSrcResumed", "silence", G_TYPE_UINT64,
+                                                                           now - m_last_data, nullptr)));
     m_quiet_since = m_last_data = now;
     update_latency();
 }
@@ -274,7 +272,7 @@ void zq_udp_src::update_latency()
 
 void zq_udp_src::note_silence()
 {
-    const std::uint64_t now = zq_net::real_time();
+    const std::uint64_t now = zq_net::steady_time();
     // A pause is no silence.
     const std::uint64_t quiet_since = std::max(m_quiet_since, m_playing_since.load());
     if (quiet_since == not_playing || !tells_of_silence(m_settings))

@@ -81,8 +81,8 @@ private:
     std::atomic<GstClockTime> m_last_time{0};
     bool m_discont = true;
     std::atomic<std::uint64_t> m_latency{0};
-    std::atomic<std::uint64_t> m_playing_since{not_playing}; // real time
-    std::uint64_t m_quiet_since = 0;                         // real time
+    std::atomic<std::uint64_t> m_playing_since{not_playing}; // by steady_time(), as the two below
+    std::uint64_t m_quiet_since = 0;
     std::uint64_t m_last_data = 0;
     bool m_told_silence = false;
 };

@@ -3,6 +3,9 @@
 
 #include "zq_mpegts/zq_udp_uri.h"
 
+#include <map>
+#include <memory>
+
 #define GST_CAT_DEFAULT zq_udp_src_debug
 
 namespace
@@ -52,6 +55,29 @@ bool is_parameter(const std::string& name)
             return true;
     return false;
 }
+
+struct unset_value
+{
+    void operator()(GValue* value) const
+    {
+        g_value_unset(value);
+        delete value;
+    }
+};
+using parameter_value = std::unique_ptr<GValue, unset_value>;
+
+/// What `text` is for the property; null when it is nothing that it can be.
+parameter_value parameter_from(GObject* object, const std::string& name, const std::string& text)
+{
+    GParamSpec* const param = g_object_class_find_property(G_OBJECT_GET_CLASS(object), name.c_str());
+    parameter_value value{new GValue{}};
+    g_value_init(value.get(), param->value_type);
+    if (param->value_type == G_TYPE_STRING)
+        g_value_set_string(value.get(), text.c_str());
+    else if (!gst_value_deserialize(value.get(), text.c_str()) || g_param_value_validate(param, value.get()))
+        return nullptr;
+    return value;
+}
 } // namespace
 
 zq_udp_src_instance& zq_udp_src_instance::of(gpointer object) { return *static_cast<GstZqUdpSrc*>(object)->data; }
@@ -80,6 +106,17 @@ bool zq_udp_src_set_uri(GObject* object, const gchar* text, std::string& error)
     const auto read = zq_udp_uri::read(text != nullptr ? text : "", error);
     if (!read)
         return false;
+    std::map<std::string, parameter_value> values;
+    for (const auto& [name, value] : read->parameters) {
+        if (!is_parameter(name)) {
+            GST_WARNING_OBJECT(object, "%s has an unknown parameter \"%s\"", text, name.c_str());
+            continue;
+        }
+        if (!(values[name] = parameter_from(object, name, value))) {
+            error = '"' + name + "\" cannot be \"" + value + '"';
+            return false;
+        }
+    }
     zq_udp_src_instance& data = zq_udp_src_instance::of(object);
     {
         const std::lock_guard lock{data.mutex};
@@ -92,12 +129,8 @@ bool zq_udp_src_set_uri(GObject* object, const gchar* text, std::string& error)
             data.settings.rtp = read->rtp ? zq_net::rtp_mode::on : zq_net::rtp_mode::automatic;
         data.rtp_scheme = read->rtp;
     }
-    for (const auto& [name, value] : read->parameters) {
-        if (is_parameter(name))
-            gst_util_set_object_arg(object, name.c_str(), value.c_str());
-        else
-            GST_WARNING_OBJECT(object, "%s has an unknown parameter \"%s\"", text, name.c_str());
-    }
+    for (const auto& [name, value] : values)
+        g_object_set_property(object, name.c_str(), value.get());
     return true;
 }
 

@@ -20,16 +20,31 @@ std::uint64_t in_nanoseconds(const timespec& time)
     return static_cast<std::uint64_t>(time.tv_sec) * second + static_cast<std::uint64_t>(time.tv_nsec);
 }
 
-/// The kernel's stamp, or the time now without one.
-std::uint64_t stamp_of(msghdr& header)
+std::uint64_t time_of(clockid_t clock)
 {
-    for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part))
-        if (part->cmsg_level == SOL_SOCKET && part->cmsg_type == SCM_TIMESTAMPNS) {
+    timespec now{};
+    ::clock_gettime(clock, &now);
+    return in_nanoseconds(now);
+}
+
+/// What the kernel tells beside a datagram: its stamp, for which the time now stands without one, and drops, if any.
+void take_details(msghdr& header, datagram_reader::datagram& taken)
+{
+    taken.arrival = 0;
+    taken.dropped_before = 0;
+    for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part)) {
+        if (part->cmsg_level != SOL_SOCKET)
+            continue;
+        if (part->cmsg_type == SCM_TIMESTAMPNS) {
             timespec time{};
             std::memcpy(&time, CMSG_DATA(part), sizeof(time));
-            return in_nanoseconds(time);
+            taken.arrival = in_nanoseconds(time);
+        } else if (part->cmsg_type == SO_RXQ_OVFL) {
+            std::memcpy(&taken.dropped_before, CMSG_DATA(part), sizeof(taken.dropped_before));
         }
-    return real_time();
+    }
+    if (taken.arrival == 0)
+        taken.arrival = real_time();
 }
 
 unsigned char* map(std::size_t size)
@@ -42,12 +57,9 @@ unsigned char* map(std::size_t size)
 }
 } // namespace
 
-std::uint64_t real_time()
-{
-    timespec now{};
-    ::clock_gettime(CLOCK_REALTIME, &now);
-    return in_nanoseconds(now);
-}
+std::uint64_t real_time() { return time_of(CLOCK_REALTIME); }
+
+std::uint64_t steady_time() { return time_of(CLOCK_MONOTONIC); }
 
 void datagram_reader::unmap::operator()(unsigned char* memory) const { ::munmap(memory, size); }
 
@@ -116,7 +128,7 @@ void datagram_reader::take(std::size_t index, unsigned char* slot, std::size_t s
     taken.truncated = (header.msg_flags & MSG_TRUNC) != 0;
     if (m_details == details::none)
         return;
-    taken.arrival = stamp_of(header);
+    take_details(header, taken);
     taken.sender = &m_senders[index];
     taken.sender_size = header.msg_namelen;
 }

@@ -14,6 +14,8 @@ namespace zq_net
 {
 /// Nanoseconds of the system's real-time clock, which the kernel stamps datagrams with.
 [[nodiscard]] std::uint64_t real_time();
+/// Nanoseconds of a clock that nobody sets.
+[[nodiscard]] std::uint64_t steady_time();
 
 /// Reads datagrams in one system call, side by side into memory of the caller's.
 class datagram_reader
@@ -27,6 +29,7 @@ public:
         std::size_t size = 0;
         std::uint64_t arrival = 0; ///< by real_time()
         bool truncated = false;
+        std::uint32_t dropped_before = 0; ///< by the socket so far, modulo 2^32
         const sockaddr_storage* sender = nullptr;
         socklen_t sender_size = 0;
     };

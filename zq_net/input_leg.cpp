@@ -39,7 +39,7 @@ void input_leg::close()
         return;
     note_drops();
     socket.close();
-    m_drops_seen = 0;
+    m_drops_seen = dropped_before = 0;
 }
 
 void input_leg::note_drops()

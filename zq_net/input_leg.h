@@ -43,8 +43,10 @@ public:
     datagram_reader reader;
     leg_figures figures;
     bool idle = false;
-    std::uint64_t read_up_to = 0;  ///< real_time() up to which all that came has been read
-    std::uint64_t fresh_from = 0;  ///< what came before is dropped; the last such time that took effect
-    std::uint64_t last_follow = 0; ///< when the interface was last looked at
+    std::uint64_t read_up_to = 0;     ///< real_time() up to which all that came has been read
+    std::uint64_t fresh_from = 0;     ///< what came before is dropped; the last such time that took effect
+    std::uint32_t dropped_before = 0; ///< by the socket in front of the last datagram
+    bool heard = false;               ///< since the interface was last thought of
+    std::uint64_t quiet_since = 0;    ///< by steady_time(); so long nothing came, or the interface was looked at then
 };
 } // namespace zq_net

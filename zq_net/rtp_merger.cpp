@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "zq_net/rtp_merger.h"
 
+#include "zq_net/nanoseconds.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -14,15 +16,27 @@ constexpr std::uint64_t first_number = std::uint64_t{1} << 32;
 /// A larger step forward is no loss but a new count.
 constexpr std::uint64_t longest_dropout = 3000;
 
-bool within(std::uint64_t later, std::uint64_t earlier, std::uint64_t span)
+/// A time so much before one that was told means that the clock was set back.
+constexpr std::uint64_t set_back = second;
+
+/// In any order: the clock may be set back between the two.
+bool within(std::uint64_t one, std::uint64_t other, std::uint64_t span)
 {
-    return later < earlier || later - earlier < span;
+    return std::max(one, other) - std::min(one, other) < span;
 }
 } // namespace
 
 rtp_merger::rtp_merger(std::size_t legs, const reorder_window::limits& limits)
     : m_window{limits}, m_history{limits.history}, m_legs(legs)
 {}
+
+void rtp_merger::advance(std::uint64_t now, piece_list& out)
+{
+    // What is kept came by the former time, to which the clock may take long to come again.
+    if (std::exchange(m_advanced_to, now) > now + set_back)
+        m_window.flush(out);
+    m_window.expire(now, out);
+}
 
 void rtp_merger::put(std::size_t leg, const rtp_packet& packet, std::uint64_t arrival, piece_list& out)
 {

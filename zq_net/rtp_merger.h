@@ -37,7 +37,7 @@ public:
     /// What comes next continues nothing: it was not listened for a while. Nothing of that counts as lost.
     void forget();
     /// All legs have been read up to `now`: ends the waiting for what should have come by then.
-    void advance(std::uint64_t now, piece_list& out) { m_window.expire(now, out); }
+    void advance(std::uint64_t now, piece_list& out);
 
     [[nodiscard]] std::uint64_t deadline() const { return m_window.deadline(); }
     [[nodiscard]] const leg_counters& counters(std::size_t leg) const { return m_legs[leg].counters; }
@@ -83,6 +83,7 @@ private:
     bool m_has_former = false;
     std::uint32_t m_former_SSRC = 0;
     std::uint64_t m_last_arrival = 0; // of a packet of the stream
+    std::uint64_t m_advanced_to = 0;
     std::uint64_t m_late = 0;
     std::uint64_t m_sender_changes = 0;
 };

@@ -70,7 +70,8 @@ bool transport_input::open_sockets()
         if (!leg.open(m_error))
             return false;
         leg.socket.limit_wait(wait_limit(leg));
-        leg.last_follow = leg.read_up_to = real_time();
+        leg.read_up_to = real_time();
+        leg.quiet_since = steady_time();
     }
     m_shut = false;
     return true;
@@ -130,7 +131,7 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
     m_merger.advance(read_up_to, m_ordered);
     deliver();
     look_at_packets();
-    follow_interfaces(now);
+    follow_interfaces();
     publish(now);
     if (read == result::failed)
         return read;
@@ -178,6 +179,7 @@ bool transport_input::is_stale(input_leg& leg, std::uint64_t arrival)
 void transport_input::take(std::size_t leg, const datagram_reader::datagram& datagram)
 {
     m_last_arrival = datagram.arrival;
+    const bool gap = std::exchange(m_legs[leg].dropped_before, datagram.dropped_before) != datagram.dropped_before;
     if (is_stale(m_legs[leg], datagram.arrival))
         return;
     leg_figures& figures = m_legs[leg].figures;
@@ -197,7 +199,7 @@ void transport_input::take(std::size_t leg, const datagram_reader::datagram& dat
     } else {
         // Behind what was kept of RTP before, should there have been any.
         deliver();
-        take_bytes({datagram.data, datagram.size, datagram.arrival});
+        take_bytes({datagram.data, datagram.size, datagram.arrival, gap});
     }
 }
 
@@ -235,14 +237,17 @@ void transport_input::look_at_packets()
     }
 }
 
-void transport_input::follow_interfaces(std::uint64_t now)
+void transport_input::follow_interfaces()
 {
     for (input_leg& leg : m_legs) {
-        const std::uint64_t quiet_since = std::max(leg.figures.last_arrival, leg.last_follow);
-        if (!leg.socket.is_multicast() || now < quiet_since + follow_silence)
+        if (!leg.socket.is_multicast())
             continue;
-        leg.last_follow = now;
-        leg.figures.rejoins += leg.socket.follow_interface() ? 1 : 0;
+        const bool heard = std::exchange(leg.heard, false);
+        const std::uint64_t now = steady_time();
+        if (!heard && now < leg.quiet_since + follow_silence)
+            continue;
+        leg.quiet_since = now;
+        leg.figures.rejoins += !heard && leg.socket.follow_interface() ? 1 : 0;
     }
 }
 } // namespace zq_net

@@ -104,7 +104,7 @@ private:
     void take_bytes(piece bytes);
     void deliver();
     void look_at_packets();
-    void follow_interfaces(std::uint64_t now);
+    void follow_interfaces();
     void publish(std::uint64_t now);
 
     input_settings m_settings;

@@ -136,6 +136,7 @@ int transport_input::read_leg(std::size_t leg, unsigned char* memory, std::size_
         return count;
     }
     m_read += static_cast<std::size_t>(count);
+    from.heard = from.heard || count > 0;
     for (int i = 0; i < count; ++i)
         take(leg, from.reader[static_cast<std::size_t>(i)]);
     if (used + static_cast<std::size_t>(count) < slots) {

@@ -80,6 +80,7 @@ bool udp_socket::open(const udp_settings& settings, std::string& error)
     m_buffer_asked = settings.buffer_size > 0 ? settings.buffer_size : usual_receive_buffer;
     enlarge_receive_buffer(m_descriptor, m_buffer_asked);
     set(SOL_SOCKET, SO_TIMESTAMPNS, 1);
+    set(SOL_SOCKET, SO_RXQ_OVFL, 1);
     return true;
 }
 

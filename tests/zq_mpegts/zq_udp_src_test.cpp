@@ -352,6 +352,28 @@ TEST(UdpSrcUri, LeavesWhatItDoesNotSay)
     expect("udp://232.1.2.3:6000", "192.0.2.9", automatic);
 }
 
+TEST(UdpSrcUri, IsRefusedForAValueThatItsParameterCannotHave)
+{
+    const auto source = support::parse("zqudpsrc address=127.0.0.3 batch-time=7");
+    for (const std::string parameter : {"batch-time=soon", "batch-time=10001", "rtp=perhaps", "align=well", "port2=-1"})
+    {
+        GError* error = nullptr;
+        const std::string uri = "udp://127.0.0.1:6000?interface=lo&" + parameter;
+        EXPECT_FALSE(gst_uri_handler_set_uri(GST_URI_HANDLER(source.get()), uri.c_str(), &error)) << uri;
+        EXPECT_TRUE(g_error_matches(error, GST_URI_ERROR, GST_URI_ERROR_BAD_URI));
+        const auto sign = parameter.find('=');
+        EXPECT_EQ(error->message,
+                  '"' + parameter.substr(0, sign) + "\" cannot be \"" + parameter.substr(sign + 1) + '"');
+        g_clear_error(&error);
+    }
+    gchar* address = nullptr;
+    guint batch_time = 0;
+    g_object_get(source.get(), "address", &address, "batch-time", &batch_time, nullptr);
+    EXPECT_STREQ(address, "127.0.0.3") << "nothing of it is taken";
+    EXPECT_EQ(batch_time, 7U);
+    g_free(address);
+}
+
 TEST(UdpSrcUri, IsRefusedForAHostNameAndWhilePlaying)
 {
     playing to;
@@ -364,6 +386,18 @@ TEST(UdpSrcUri, IsRefusedForAHostNameAndWhilePlaying)
     EXPECT_FALSE(gst_uri_handler_set_uri(handler, "udp://example.org:1", &error));
     EXPECT_TRUE(g_error_matches(error, GST_URI_ERROR, GST_URI_ERROR_BAD_URI));
     g_clear_error(&error);
+}
+
+TEST(UdpSrcMulticast, MayHaveBlanksAroundItsSources)
+{
+    if (!support::in_net_sandbox())
+        GTEST_SKIP() << "needs multicast on the loopback";
+    const support::watchdog guard;
+    const auto pipeline =
+        support::parse("zqudpsrc address=232.8.8.1 interface=lo port=" + std::to_string(support::free_port()) +
+                       " source-filter=\" 127.0.0.1 , 127.0.0.2,\" ! fakesink async=false");
+    EXPECT_NE(gst_element_set_state(pipeline.get(), GST_STATE_PLAYING), GST_STATE_CHANGE_FAILURE);
+    support::set_state(pipeline, GST_STATE_NULL);
 }
 
 TEST(UdpSrcMulticast, TakesItsGroupAndNoOtherOnTheSamePort)

@@ -62,6 +62,32 @@ TEST(RtpMerger, PassesOneLegInOrderOverTheWrap)
     EXPECT_EQ(to.merger.counters(0).lost, 0U);
 }
 
+TEST(RtpMerger, WaitsNoLongerOnceTheClockWasSetBack)
+{
+    stand to{1};
+    to.put(10, 0, 5000 * ms);
+    to.put(12, 0, 5001 * ms);
+    to.merger.advance(5001 * ms, to.list);
+    to.merger.advance(4500 * ms, to.list);
+    EXPECT_THAT(to.out(), ElementsAre(10)) << "so little is no step of the clock";
+    to.merger.advance(3000 * ms, to.list);
+    EXPECT_THAT(to.out(), ElementsAre(-1, 12));
+    to.put(14, 0, 3001 * ms);
+    to.put(13, 0, 3002 * ms);
+    EXPECT_THAT(to.out(), ElementsAre(13, 14));
+}
+
+TEST(RtpMerger, FollowsTheOtherLegWhenTheClockWasSetBackBehindTheFirstOne)
+{
+    stand to{2};
+    to.put(10, 0, 7200000 * ms);
+    // The second leg's numbers go elsewhere; an hour before, the first one may live or not.
+    to.put(40000, 1, 3600000 * ms);
+    to.put(40001, 1, 3600001 * ms);
+    to.put(40002, 1, 3600002 * ms);
+    EXPECT_THAT(to.out(), ElementsAre(10, -1, 40000, 40001, 40002));
+}
+
 TEST(RtpMerger, CountsAndMarksWhatNeverComes)
 {
     stand to{1};

@@ -476,6 +476,40 @@ TEST(TransportInput, CountsWhatTheKernelDropped)
     EXPECT_EQ(to.input.figures().legs[0].kernel_drops, dropped);
 }
 
+TEST(TransportInput, MarksTheGapWhereTheKernelDropped)
+{
+    stand to;
+    const int enough = to.input.figures().legs[0].buffer_got / 500 + 1000;
+    for (int i = 0; i < enough; ++i)
+        to.send(pattern(1316));
+    const auto kept = static_cast<std::uint64_t>(enough) - to.input.figures().legs[0].kernel_drops;
+    to.receive_datagrams(kept);
+    EXPECT_EQ(to.gaps, 0);
+    for (int i = 0; i < 2; ++i) {
+        to.send(pattern(1316));
+        to.receive_datagrams(kept + i + 1);
+        EXPECT_EQ(to.gaps, 1);
+    }
+}
+
+TEST(TransportInput, JoinsNoPacketOfTwoPartsBetweenWhichTheKernelDropped)
+{
+    zq_net::input_settings settings;
+    stand to{settings};
+    const bytes packets = pattern(2 * 1316);
+    const bytes first(packets.begin(), packets.begin() + 1400), second(packets.begin() + 1400, packets.end());
+    const int enough = to.input.figures().legs[0].buffer_got / 500 + 1000;
+    for (int i = 0; i < enough; ++i)
+        to.send(first);
+    const auto kept = static_cast<std::uint64_t>(enough) - to.input.figures().legs[0].kernel_drops;
+    to.receive_datagrams(kept);
+    to.out.clear();
+    to.send(second);
+    to.receive_datagrams(kept + 1);
+    // What completes the packet that was begun is not of it.
+    EXPECT_EQ(to.out, bytes(packets.begin() + 8 * 188, packets.end()));
+}
+
 TEST(TransportInput, LeavesOutWhatTheKernelDroppedWhileItWasIdle)
 {
     stand to;

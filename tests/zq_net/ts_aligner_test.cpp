@@ -95,6 +95,18 @@ TEST(TsAligner, FindsPacketsBehindOtherBytes)
     EXPECT_EQ(to.aligner.dropped_bytes(), 50U);
 }
 
+TEST(TsAligner, MarksTheGapWhereItPassedOverBytes)
+{
+    bytes datagram(50, 0x11);
+    const bytes all = packets(3);
+    datagram.insert(datagram.end(), all.begin(), all.end());
+    stand to;
+    to.put(all);
+    to.put(datagram);
+    ASSERT_EQ(to.list.size(), 2U);
+    EXPECT_TRUE(to.list[1].gap);
+}
+
 TEST(TsAligner, RefusesADatagramWithoutPackets)
 {
     stand to;
