@@ -167,26 +167,29 @@ TEST_F(HostileInput, Of8192BusyPidsStaysWithinTheBudget)
 TEST_F(HostileInput, ThatUsedUpTheBudgetLeavesRoomForWhatComesAfterIt)
 {
     mpegcore::CBaseMpegParser parser(true);
-    Stream stream;
+    constexpr unsigned longest = 30000;
+    Stream unit;
+    for (unsigned count = 0; count < longest; ++count)
+        unit.packet(0, count == 0 ? Stream::begins : Stream::goes_on, Bytes(184));
+    const auto process_unit = [&](unsigned PID, unsigned packets) {
+        for (std::size_t at = 0; at < unit.data.size(); at += mpegcore::ts_packet_size) {
+            unit.data[at + 1] = static_cast<unsigned char>((unit.data[at + 1] & 0xE0U) | PID >> 8);
+            unit.data[at + 2] = static_cast<unsigned char>(PID);
+        }
+        parser.Process(unit.data.data(), packets * mpegcore::ts_packet_size);
+    };
     // Two units each, the second a little shorter: both buffers of many PIDs become large, and nothing more comes.
     for (unsigned PID = 0x200; PID < 0x200 + 30; ++PID)
-        for (const unsigned packets : {30000U, 25000U}) {
-            stream.data.clear();
-            for (unsigned count = 0; count < packets; ++count)
-                stream.packet(PID, count == 0 ? Stream::begins : Stream::goes_on, Bytes(184));
-            parser.Process(stream.data.data(), stream.data.size());
-        }
+        for (const unsigned packets : {longest, 25000U})
+            process_unit(PID, packets);
     EXPECT_GT(collected(parser), mpegcore::CBaseMpegParser::unit_memory_limit / 2);
     EXPECT_LE(collected(parser), mpegcore::CBaseMpegParser::unit_memory_limit);
     parser.Clear();
-    stream.data.clear();
     for (unsigned PID = 0x300; PID < 0x300 + 30; ++PID)
-        for (unsigned count = 0; count < 30000; ++count)
-            stream.packet(PID, count == 0 ? Stream::begins : Stream::goes_on, Bytes(184));
-    parser.Process(stream.data.data(), stream.data.size());
+        process_unit(PID, longest);
     std::size_t whole = 0;
     for (unsigned PID = 0x300; PID < 0x300 + 30; ++PID)
-        whole += parser.m_PIDs[PID].collecting->size == 30000 * 184U ? 1 : 0;
+        whole += parser.m_PIDs[PID].collecting->size == longest * 184U ? 1 : 0;
     EXPECT_GE(whole, 20U);
 }
 

@@ -2,6 +2,7 @@
 #include "zqsdk/ZQBSReader.h"
 
 #include "support/BitModel.h"
+#include "support/rounds.h"
 
 #include <gtest/gtest.h>
 
@@ -53,7 +54,7 @@ template <class Check>
 void at_all_alignments_and_sizes(Check check)
 {
     for (std::size_t offset = 0; offset < 8; ++offset)
-        for (std::size_t size = 0; size <= 40; ++size) {
+        for (std::size_t size = 0; size <= 40; size += zqtest::stride(3)) {
             placed_bytes bytes(offset, size, static_cast<unsigned>(41 * offset + size));
             ASSERT_NO_FATAL_FAILURE(check(bytes.data(), size)) << "offset " << offset << ", size " << size;
         }

@@ -2,6 +2,7 @@
 #include "zqsdk/ZQBSWriter.h"
 
 #include "support/BitModel.h"
+#include "support/rounds.h"
 
 #include <gmock/gmock.h>
 
@@ -36,7 +37,7 @@ template <class Check>
 void at_all_alignments_and_sizes(Check check)
 {
     for (std::size_t offset = 0; offset < 8; ++offset)
-        for (std::size_t size = 0; size <= 40; ++size)
+        for (std::size_t size = 0; size <= 40; size += zqtest::stride(3))
             ASSERT_NO_FATAL_FAILURE(check(offset, size)) << "offset " << offset << ", size " << size;
 }
 

@@ -7,7 +7,6 @@
 #include "support/T2MI.h"
 #include "support/descriptor_loops.h"
 #include "support/rounds.h"
-#include "support/sanitizers.h"
 
 #include <gmock/gmock.h>
 #include <malloc.h>
@@ -332,7 +331,7 @@ TEST(KnownTablesOfHostileSections, StayWithinTheirLimitWhenTheyAreLookedAtLater)
         event[10] = static_cast<unsigned char>(0x80 | loop.size() >> 8);
         event[11] = static_cast<unsigned char>(loop.size());
         const std::size_t before = mallinfo2().uordblks;
-        for (unsigned char service = 0; service < (zqtest::address_sanitizer ? 20 : 200); ++service) {
+        for (unsigned char service = 0; service < zqtest::rounds(200); ++service) {
             Bytes section = zqtest::section_of(0x50, Bytes{0, service, 0xC1, 0, 0, 0, 1, 0, 1, 0, 0x50} + event + loop);
             for (int time = 0; time < 3; ++time) {
                 ASSERT_NE(tables.read(section.data(), section.size()), SectionReading::failed);

@@ -3,6 +3,7 @@
 #include "mpegcore/parser/PIDMemory.h"
 #include "support/Noise.h"
 #include "support/ParserJournal.h"
+#include "support/sanitizers.h"
 
 #include <gmock/gmock.h>
 
@@ -48,8 +49,8 @@ protected:
 
 TEST_F(SilentPids, OfANoisyStreamDoNotAddUp)
 {
-    if (ZQ_EMULATED)
-        GTEST_SKIP() << "half a minute in an emulator";
+    if (ZQ_EMULATED || zqtest::address_sanitizer)
+        GTEST_SKIP() << "takes long in an emulator and under AddressSanitizer";
     mpegcore::CBaseMpegParser parser(true);
     stream.section(0, PAT({{1, 0x100}})).section(0x100, PMT(1, 0x101, {0x101, 0x102}));
     parser.Process(stream.data.data(), stream.data.size());
