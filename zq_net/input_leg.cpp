@@ -51,4 +51,15 @@ void input_leg::note_drops()
         figures.kernel_drops += static_cast<std::uint32_t>(drops - m_drops_seen); // over the wrap
     m_drops_seen = drops;
 }
+
+bool input_leg::follow_interface()
+{
+    note_drops();
+    if (!socket.follow_interface())
+        return false;
+    m_drops_seen = dropped_before = 0;
+    ++figures.rejoins;
+    figures.buffer_got = socket.buffer_got();
+    return true;
+}
 } // namespace zq_net

@@ -33,6 +33,8 @@ public:
     void close();
     /// Takes over how many datagrams the kernel dropped so far; what it dropped while idle does not count.
     void note_drops();
+    /// For a group: true when it is received anew because its interface has become another one.
+    bool follow_interface();
 
 private:
     udp_settings m_settings;

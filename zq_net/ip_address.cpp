@@ -74,7 +74,8 @@ bool ip_address::is_any() const
 
 bool ip_address::same_host(const ip_address& other) const
 {
-    if (family() != other.family())
+    const bool same_link = scope() == other.scope() || scope() == 0 || other.scope() == 0;
+    if (family() != other.family() || !same_link)
         return false;
     return family() == AF_INET6 ? IN6_ARE_ADDR_EQUAL(&v6().sin6_addr, &other.v6().sin6_addr)
                                 : v4().sin_addr.s_addr == other.v4().sin_addr.s_addr;

@@ -23,10 +23,12 @@ public:
     [[nodiscard]] int family() const { return m_storage.ss_family; }
     [[nodiscard]] std::uint16_t port() const;
     void set_port(std::uint16_t port);
-    /// For addresses that mean something on one link only.
+    /// For addresses that mean something on one link only: the index of its interface. 0: none given, or of IPv4.
+    [[nodiscard]] unsigned scope() const { return family() == AF_INET6 ? v6().sin6_scope_id : 0; }
     void set_scope(unsigned interface_index);
     [[nodiscard]] bool is_multicast() const;
     [[nodiscard]] bool is_any() const;
+    /// Equal but for the port. Two hosts on two links may have the same address.
     [[nodiscard]] bool same_host(const ip_address& other) const;
 
     [[nodiscard]] const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&m_storage); }

@@ -247,7 +247,10 @@ void transport_input::follow_interfaces()
         if (!heard && now < leg.quiet_since + follow_silence)
             continue;
         leg.quiet_since = now;
-        leg.figures.rejoins += !heard && leg.socket.follow_interface() ? 1 : 0;
+        if (heard)
+            continue;
+        const std::lock_guard lock{m_mutex};
+        leg.follow_interface();
     }
 }
 } // namespace zq_net

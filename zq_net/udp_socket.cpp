@@ -37,10 +37,17 @@ group_req of_any(const ip_address& group, unsigned interface_index)
     return request;
 }
 
-/// The interface that `named` means now. One that is not there now is as good as none.
-unsigned present_index(const std::string& named, const ip_address& group)
+/// The interface on which the settings mean their group to be joined now: the one they name, or that which the group's
+/// address names, or the routing table's choice. One that is not there now is as good as none.
+unsigned present_index(const udp_settings& settings)
 {
-    const auto found = named.empty() ? interface_towards(group) : find_interface(named, group.family());
+    const auto group = ip_address::read(settings.address);
+    if (!group)
+        return 0;
+    if (settings.interface.empty() && group->scope() != 0)
+        return group->scope();
+    const auto found =
+        settings.interface.empty() ? interface_towards(*group) : find_interface(settings.interface, group->family());
     return found ? found->index : 0;
 }
 } // namespace
@@ -48,8 +55,8 @@ unsigned present_index(const std::string& named, const ip_address& group)
 void udp_socket::swap(udp_socket& other) noexcept
 {
     std::swap(m_descriptor, other.m_descriptor);
+    std::swap(m_settings, other.m_settings);
     std::swap(m_address, other.m_address);
-    m_interface.swap(other.m_interface);
     m_sources.swap(other.m_sources);
     std::swap(m_interface_index, other.m_interface_index);
     std::swap(m_buffer_asked, other.m_buffer_asked);
@@ -63,38 +70,40 @@ bool udp_socket::set(int level, int option, int value) const
 bool udp_socket::open(const udp_settings& settings, std::string& error)
 {
     close();
+    m_settings = settings;
     errno = EINVAL;
-    if (!choose_address(settings, error) || !choose_interface(settings, error))
+    if (!choose_address(error) || !choose_interface(error))
         return false;
     m_descriptor = ::socket(m_address.family(), SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
     if (m_descriptor < 0) {
         error = because("no socket");
         return false;
     }
-    if (!bind(error) || (is_multicast() && !join(m_interface_index, error))) {
+    if (!bind(error) || (is_multicast() && !join(error))) {
         const int reason = errno;
         close();
         errno = reason;
         return false;
     }
-    m_buffer_asked = settings.buffer_size > 0 ? settings.buffer_size : usual_receive_buffer;
+    m_buffer_asked = m_settings.buffer_size > 0 ? m_settings.buffer_size : usual_receive_buffer;
     enlarge_receive_buffer(m_descriptor, m_buffer_asked);
     set(SOL_SOCKET, SO_TIMESTAMPNS, 1);
     set(SOL_SOCKET, SO_RXQ_OVFL, 1);
+    m_settings.port = m_address.port();
     return true;
 }
 
-bool udp_socket::choose_address(const udp_settings& settings, std::string& error)
+bool udp_socket::choose_address(std::string& error)
 {
-    const auto address = settings.address.empty() ? ip_address::any(AF_INET, settings.port)
-                                                  : ip_address::read(settings.address, settings.port);
+    const auto address = m_settings.address.empty() ? ip_address::any(AF_INET, m_settings.port)
+                                                    : ip_address::read(m_settings.address, m_settings.port);
     if (!address) {
-        error = '"' + settings.address + "\" is no IPv4 or IPv6 address";
+        error = '"' + m_settings.address + "\" is no IPv4 or IPv6 address";
         return false;
     }
     m_address = *address;
     m_sources.clear();
-    for (const std::string& text : settings.sources) {
+    for (const std::string& text : m_settings.sources) {
         const auto source = ip_address::read(text);
         if (!source || source->family() != m_address.family() || !is_multicast()) {
             error = "\"" + text + "\" is no source for " + m_address.text();
@@ -105,22 +114,22 @@ bool udp_socket::choose_address(const udp_settings& settings, std::string& error
     return true;
 }
 
-bool udp_socket::choose_interface(const udp_settings& settings, std::string& error)
+bool udp_socket::choose_interface(std::string& error)
 {
-    m_interface = settings.interface;
-    m_interface_index = is_multicast() ? present_index(m_interface, m_address) : 0;
-    if (m_interface.empty())
+    const std::string& named = m_settings.interface;
+    m_interface_index = is_multicast() ? present_index(m_settings) : 0;
+    if (named.empty())
         return true;
-    const auto found = find_interface(m_interface, m_address.family());
+    const auto found = find_interface(named, m_address.family());
     if (!found) {
-        error = "this host has no interface \"" + m_interface + '"';
+        error = "this host has no interface \"" + named + '"';
         errno = ENODEV;
         return false;
     }
     if (is_multicast() || !m_address.is_any())
         return true;
     if (!found->address || found->address->family() != m_address.family()) {
-        error = "the interface \"" + m_interface + "\" has no address of the family of " + m_address.text();
+        error = "the interface \"" + named + "\" has no address of the family of " + m_address.text();
         errno = EADDRNOTAVAIL;
         return false;
     }
@@ -137,11 +146,11 @@ bool udp_socket::bind(std::string& error)
     if (is_multicast()) {
         set(SOL_SOCKET, SO_REUSEADDR, 1);
         // Otherwise a socket gets the groups that others on this host joined, too.
-        if (m_address.family() == AF_INET6)
+        if (m_address.family() == AF_INET6) {
             set(IPPROTO_IPV6, IPV6_MULTICAST_ALL, 0);
-        else
+            m_address.set_scope(m_interface_index);
+        } else
             set(IPPROTO_IP, IP_MULTICAST_ALL, 0);
-        m_address.set_scope(m_interface_index);
     }
     if (::bind(m_descriptor, m_address.get(), m_address.size()) != 0) {
         error = because("cannot receive on " + m_address.text());
@@ -154,51 +163,41 @@ bool udp_socket::bind(std::string& error)
     return true;
 }
 
-bool udp_socket::join(unsigned interface_index, std::string& error) const
+bool udp_socket::join(std::string& error) const
 {
     const int level = level_of(m_address);
     bool joined = true;
     if (m_sources.empty()) {
-        const auto request = of_any(m_address, interface_index);
+        const auto request = of_any(m_address, m_interface_index);
         joined = ::setsockopt(m_descriptor, level, MCAST_JOIN_GROUP, &request, sizeof(request)) == 0;
     }
     for (const ip_address& source : m_sources) {
-        const auto request = of_source(m_address, source, interface_index);
+        const auto request = of_source(m_address, source, m_interface_index);
         joined = joined && ::setsockopt(m_descriptor, level, MCAST_JOIN_SOURCE_GROUP, &request, sizeof(request)) == 0;
     }
     if (!joined)
         error = because("cannot join " + m_address.text() +
-                        (m_interface.empty() ? std::string{} : " on \"" + m_interface + '"'));
+                        (m_settings.interface.empty() ? std::string{} : " on \"" + m_settings.interface + '"'));
     return joined;
-}
-
-void udp_socket::leave(unsigned interface_index) const
-{
-    const int level = level_of(m_address);
-    if (m_sources.empty()) {
-        const auto request = of_any(m_address, interface_index);
-        ::setsockopt(m_descriptor, level, MCAST_LEAVE_GROUP, &request, sizeof(request));
-    }
-    for (const ip_address& source : m_sources) {
-        const auto request = of_source(m_address, source, interface_index);
-        ::setsockopt(m_descriptor, level, MCAST_LEAVE_SOURCE_GROUP, &request, sizeof(request));
-    }
 }
 
 bool udp_socket::follow_interface()
 {
     if (!is_open() || !is_multicast())
         return false;
-    const unsigned present = present_index(m_interface, m_address);
+    const unsigned present = present_index(m_settings);
     if (present == 0 || present == m_interface_index)
         return false;
-    leave(m_interface_index);
+    // Of IPv6 the membership alone could not be moved: the socket of a link-local group is tied to the interface.
+    udp_socket fresh;
     std::string error;
-    if (!join(present, error)) {
-        leave(present); // what was joined of several sources would be refused the next time
+    if (!fresh.open(m_settings, error))
         return false;
-    }
-    m_interface_index = present;
+    timeval limit{};
+    socklen_t size = sizeof(limit);
+    if (::getsockopt(m_descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, &size) == 0)
+        ::setsockopt(fresh.m_descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+    swap(fresh);
     return true;
 }
 

@@ -42,8 +42,8 @@ public:
     /// How long receiving waits at most, in milliseconds; 0: for ever.
     void limit_wait(unsigned milliseconds) const;
 
-    /// For a group: joins anew where the interface of the settings is another one than that joined on, because it was
-    /// removed and made again or the routes changed. True when it did.
+    /// For a group: receives anew, on another descriptor, where the interface of the settings is another one than that
+    /// joined on, because it was removed and made again or the routes changed. True when it did.
     bool follow_interface();
 
     [[nodiscard]] bool is_open() const { return m_descriptor >= 0; }
@@ -53,23 +53,22 @@ public:
     [[nodiscard]] const ip_address& address() const { return m_address; }
     [[nodiscard]] int buffer_asked() const { return m_buffer_asked; }
     [[nodiscard]] int buffer_got() const { return receive_buffer(m_descriptor); }
-    /// Datagrams that the kernel had no room for since open(), modulo 2^32.
+    /// Datagrams that the kernel had no room for since open() or follow_interface(), modulo 2^32.
     [[nodiscard]] std::uint32_t kernel_drops() const;
 
 private:
     void swap(udp_socket& other) noexcept;
-    bool choose_address(const udp_settings& settings, std::string& error);
-    bool choose_interface(const udp_settings& settings, std::string& error);
+    bool choose_address(std::string& error);
+    bool choose_interface(std::string& error);
     bool bind(std::string& error);
-    bool join(unsigned interface_index, std::string& error) const;
-    void leave(unsigned interface_index) const;
+    bool join(std::string& error) const;
     bool set(int level, int option, int value) const;
 
     int m_descriptor = -1;
+    udp_settings m_settings; // with the port that the system chose
     ip_address m_address;
-    std::string m_interface;
     std::vector<ip_address> m_sources;
-    unsigned m_interface_index = 0; // joined on; 0: the kernel's choice
+    unsigned m_interface_index = 0; // that a group is joined on; 0: the kernel's choice
     int m_buffer_asked = 0;
 };
 } // namespace zq_net

@@ -1,119 +1,116 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "support/net_sandbox.h"
+#include "support/made_interface.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
 #include "zq_net/transport_input.h"
 
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <unistd.h>
-
-#include <cstdlib>
+#include <memory>
 #include <string>
 
 namespace follow_interface_test
 {
+using support::made_interface;
 using support::pattern;
-
-bool run(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()) == 0; }
-
-/// An interface "zq0" with the address 192.0.2.5, in a network of this process alone.
-struct made_interface
-{
-    made_interface()
-        : made{run("ip link add zq0 type veth peer name zq1 && ip addr add 192.0.2.5/24 dev zq0 && "
-                   "ip link set zq0 up && ip link set zq1 up")}
-    {}
-    ~made_interface() { run("ip link del zq0"); }
-    const bool made;
-};
-
-/// Sends to the group on "zq0"; the host gets its own copy.
-void send(std::uint16_t port, unsigned seed, const char* from)
-{
-    const int socket = ::socket(AF_INET, SOCK_DGRAM, 0);
-    const in_addr interface {
-        ::inet_addr(from)
-    };
-    ::setsockopt(socket, IPPROTO_IP, IP_MULTICAST_IF, &interface, sizeof(interface));
-    const auto group = *zq_net::ip_address::read("239.9.9.9", port);
-    const auto datagram = pattern(1316, seed);
-    ::sendto(socket, datagram.data(), datagram.size(), 0, group.get(), group.size());
-    ::close(socket);
-}
+using support::run_quietly;
 
 struct listening
 {
-    listening()
+    explicit listening(std::string to_group = "239.9.9.9", const std::string& interface = "zq0")
+        : group{std::move(to_group)}
     {
         zq_net::input_settings settings;
-        settings.legs.push_back({"239.9.9.9", port, "zq0", {}, 0});
+        settings.legs.push_back({group, port, interface, {}, 0});
         EXPECT_TRUE(input.open(settings)) << input.error();
     }
     /// Receives until a datagram is there; each try sends one.
-    void receive(unsigned seed, const char* from = "192.0.2.5")
+    void receive(unsigned seed)
     {
         do
-            send(port, seed, from);
+            support::send_to_group("zq0", group.substr(0, group.find('%')), port, pattern(1316, seed));
         while (input.receive(memory.data(), 2, 1316) != zq_net::transport_input::result::data);
         const auto& first = input.pieces()[0];
         received.assign(first.data, first.data + 1316);
     }
+    std::uint64_t rejoins() { return input.figures().legs[0].rejoins; }
 
     support::watchdog guard;
+    std::string group;
     std::uint16_t port = support::free_port();
     zq_net::transport_input input;
     std::vector<unsigned char> received; // the first datagram of the last time
     std::vector<unsigned char> memory = std::vector<unsigned char>(2 * 1316);
 };
 
-TEST(FollowInterface, JoinsAnewWhenTheInterfaceWasRemovedAndMadeAgain)
+/// An IPv4 group, IPv6 ones of global, link-local and interface-local scope, and one that names its interface itself.
+class FollowInterface : public testing::TestWithParam<const char*>
 {
-    if (!support::in_net_sandbox() || !made_interface{}.made)
-        GTEST_SKIP() << "needs a network of its own, and the program ip";
-    auto interface = std::make_unique<made_interface>();
-    listening to;
+protected:
+    void SetUp() override
+    {
+        const bool is_ipv6 = std::string{GetParam()}.find(':') != std::string::npos;
+        interface = std::make_unique<made_interface>();
+        if (!interface->is_made() || (is_ipv6 && !interface->has_ipv6()))
+            GTEST_SKIP() << "needs a network of its own, and the program ip";
+    }
+    [[nodiscard]] static bool names_its_interface() { return std::string{GetParam()}.find('%') != std::string::npos; }
+
+    std::unique_ptr<made_interface> interface;
+};
+
+TEST_P(FollowInterface, JoinsAnewWhenTheInterfaceWasRemovedAndMadeAgain)
+{
+    listening to{GetParam(), names_its_interface() ? "" : "zq0"};
     to.receive(1);
+    const unsigned index = interface->index();
     interface.reset();
     interface = std::make_unique<made_interface>();
+    ASSERT_NE(interface->index(), index);
     to.receive(2);
-    EXPECT_EQ(to.input.figures().legs[0].rejoins, 1U);
+    EXPECT_EQ(to.received, pattern(1316, 2));
+    EXPECT_EQ(to.rejoins(), 1U);
 }
 
-TEST(FollowInterface, GoesOnWithoutJoiningAnewWhenTheInterfaceWasDownForAWhile)
+TEST_P(FollowInterface, GoesOnWithoutJoiningAnewWhenTheInterfaceWasDownForAWhile)
 {
-    if (!support::in_net_sandbox() || !made_interface{}.made)
-        GTEST_SKIP() << "needs a network of its own, and the program ip";
+    listening to{GetParam(), names_its_interface() ? "" : "zq0"};
+    to.receive(1);
+    run_quietly("ip link set zq0 down");
+    run_quietly("ip link set zq0 up && ip addr add fe80::5/64 dev zq0 nodad");
+    to.receive(2);
+    EXPECT_EQ(to.rejoins(), 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfAGroup, FollowInterface,
+                         testing::Values("239.9.9.9", "ff0e::9:9", "ff02::9:9", "ff02::9:9%zq0"),
+                         [](const auto& given) {
+                             const std::string group = given.param;
+                             if (group.find('%') != std::string::npos)
+                                 return "LinkLocalThatNamesIt";
+                             return group[0] == '2' ? "Ipv4" : group[3] == 'e' ? "Global" : "LinkLocal";
+                         });
+
+TEST(FollowInterfaceIpv4, GoesOnWhenTheAddressOfTheInterfaceChanges)
+{
     const made_interface interface;
+    if (!interface.is_made())
+        GTEST_SKIP() << "needs a network of its own, and the program ip";
     listening to;
     to.receive(1);
-    run("ip link set zq0 down");
-    run("ip link set zq0 up");
+    run_quietly("ip -4 addr flush dev zq0 && ip addr add 192.0.2.7/26 dev zq0");
     to.receive(2);
-    EXPECT_EQ(to.input.figures().legs[0].rejoins, 0U);
+    EXPECT_EQ(to.rejoins(), 0U);
 }
 
-TEST(FollowInterface, GoesOnWhenTheAddressOfTheInterfaceChanges)
+TEST(FollowInterfaceIpv4, GetsNothingOfAGroupThatIsSentOnAnotherOne)
 {
-    if (!support::in_net_sandbox() || !made_interface{}.made)
-        GTEST_SKIP() << "needs a network of its own, and the program ip";
     const made_interface interface;
-    listening to;
-    to.receive(1);
-    run("ip addr flush dev zq0 && ip addr add 192.0.2.77/24 dev zq0");
-    to.receive(2, "192.0.2.77");
-    EXPECT_EQ(to.input.figures().legs[0].rejoins, 0U);
-}
-
-TEST(FollowInterface, GetsNothingOfAGroupThatIsSentOnAnotherOne)
-{
-    if (!support::in_net_sandbox() || !made_interface{}.made)
+    if (!interface.is_made())
         GTEST_SKIP() << "needs a network of its own, and the program ip";
-    const made_interface interface;
     listening to;
     for (int i = 0; i < 20; ++i)
-        support::udp_sender{"239.9.9.9", to.port}.send(pattern(1316, 1)); // leaves through the loopback
+        support::udp_sender{to.group, to.port}.send(pattern(1316, 1)); // leaves through the loopback
     to.receive(2);
     EXPECT_EQ(to.received, pattern(1316, 2));
 }

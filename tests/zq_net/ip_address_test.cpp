@@ -45,6 +45,16 @@ TEST(IpAddress, ComparesHostsWithoutPorts)
     EXPECT_FALSE(ip_address::read("0.0.0.0")->same_host(*ip_address::read("::")));
 }
 
+TEST(IpAddress, ComparesTheLinksOfHostsWhereBothAreGiven)
+{
+    auto first = *ip_address::read("fe80::1"), second = first;
+    first.set_scope(1);
+    EXPECT_EQ(first.scope(), 1U);
+    EXPECT_TRUE(first.same_host(second));
+    second.set_scope(2);
+    EXPECT_FALSE(first.same_host(second));
+}
+
 TEST(FindInterface, FindsTheLoopbackByItsNameAndByItsAddress)
 {
     const unsigned loopback = ::if_nametoindex("lo");
