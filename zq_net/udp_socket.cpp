@@ -148,6 +148,9 @@ bool udp_socket::bind(std::string& error)
         // Otherwise a socket gets the groups that others on this host joined, too.
         if (m_address.family() == AF_INET6) {
             set(IPPROTO_IPV6, IPV6_MULTICAST_ALL, 0);
+            // A member of an IPv6 group gets what comes to it on any interface. Before Linux 5.7 it stays so, as only
+            // root may tie a socket to one.
+            set(SOL_SOCKET, SO_BINDTOIFINDEX, static_cast<int>(m_interface_index));
             m_address.set_scope(m_interface_index);
         } else
             set(IPPROTO_IP, IP_MULTICAST_ALL, 0);
@@ -188,7 +191,7 @@ bool udp_socket::follow_interface()
     const unsigned present = present_index(m_settings);
     if (present == 0 || present == m_interface_index)
         return false;
-    // Of IPv6 the membership alone could not be moved: the socket of a link-local group is tied to the interface.
+    // Of IPv6 the membership alone could not be moved: the socket is tied to the interface.
     udp_socket fresh;
     std::string error;
     if (!fresh.open(m_settings, error))
