@@ -39,17 +39,17 @@ void input_leg::close()
         return;
     note_drops();
     socket.close();
-    m_drops_seen = dropped_before = 0;
+    m_drops = {};
+    dropped_before = 0;
 }
 
 void input_leg::note_drops()
 {
     if (!socket.is_open())
         return;
-    const std::uint32_t drops = socket.kernel_drops();
+    const std::uint32_t drops = m_drops.advance(socket.kernel_drops());
     if (!idle)
-        figures.kernel_drops += static_cast<std::uint32_t>(drops - m_drops_seen); // over the wrap
-    m_drops_seen = drops;
+        figures.kernel_drops += drops;
 }
 
 bool input_leg::follow_interface()
@@ -57,7 +57,8 @@ bool input_leg::follow_interface()
     note_drops();
     if (!socket.follow_interface())
         return false;
-    m_drops_seen = dropped_before = 0;
+    m_drops = {};
+    dropped_before = 0;
     ++figures.rejoins;
     figures.buffer_got = socket.buffer_got();
     return true;

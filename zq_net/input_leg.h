@@ -3,6 +3,7 @@
 #include "zq_net/datagram_reader.h"
 #include "zq_net/input_figures.h"
 #include "zq_net/udp_socket.h"
+#include "zq_net/wrapping_count.h"
 
 #include <string>
 #include <vector>
@@ -38,7 +39,7 @@ public:
 
 private:
     udp_settings m_settings;
-    std::uint32_t m_drops_seen = 0;
+    wrapping_count m_drops;
 
 public:
     udp_socket socket;
