@@ -25,10 +25,10 @@ struct listening
         EXPECT_TRUE(input.open(settings)) << input.error();
     }
     /// Receives until a datagram is there; each try sends one.
-    void receive(unsigned seed)
+    void receive(unsigned seed, const std::string& on = "zq0")
     {
         do
-            support::send_to_group("zq0", group.substr(0, group.find('%')), port, pattern(1316, seed));
+            support::send_to_group(on, group.substr(0, group.find('%')), port, pattern(1316, seed));
         while (input.receive(memory.data(), 2, 1316) != zq_net::transport_input::result::data);
         const auto& first = input.pieces()[0];
         received.assign(first.data, first.data + 1316);
@@ -90,6 +90,54 @@ INSTANTIATE_TEST_SUITE_P(OfAGroup, FollowInterface,
                                  return "LinkLocalThatNamesIt";
                              return group[0] == '2' ? "Ipv4" : group[3] == 'e' ? "Global" : "LinkLocal";
                          });
+
+/// Groups with a route of their own, without which the kernel may choose any interface.
+class FollowRoute : public testing::TestWithParam<const char*>
+{
+protected:
+    void SetUp() override
+    {
+        if (!first->has_ipv6() || !second.has_ipv6() || !route_to("zq0"))
+            GTEST_SKIP() << "needs a network of its own with IPv6, and the program ip";
+    }
+    void TearDown() override { run_quietly(command("del", "zq0") + "; " + command("del", "zq1")); }
+    static bool route_to(const std::string& interface) { return run_quietly(command("replace", interface)); }
+    static std::string command(const std::string& what, const std::string& interface)
+    {
+        const std::string group = GetParam();
+        const bool is_ipv6 = group.find(':') != std::string::npos;
+        return (is_ipv6 ? "ip -6 route " + what + " multicast " : "ip route " + what + " ") + group + " dev " +
+               interface + (is_ipv6 ? " table local metric 1" : "");
+    }
+
+    std::unique_ptr<made_interface> first = std::make_unique<made_interface>("zq0", 0);
+    made_interface second{"zq1", 1};
+};
+
+TEST_P(FollowRoute, JoinsAnewWhenTheInterfaceThatItChoseWasRemovedAndMadeAgain)
+{
+    listening to{GetParam(), ""};
+    to.receive(1);
+    first.reset();
+    first = std::make_unique<made_interface>("zq0", 0);
+    ASSERT_TRUE(route_to("zq0"));
+    to.receive(2);
+    EXPECT_EQ(to.received, pattern(1316, 2));
+    EXPECT_EQ(to.rejoins(), 1U);
+}
+
+TEST_P(FollowRoute, JoinsWhereItLeadsNow)
+{
+    listening to{GetParam(), ""};
+    to.receive(1);
+    ASSERT_TRUE(route_to("zq1"));
+    to.receive(2, "zq1");
+    EXPECT_EQ(to.received, pattern(1316, 2));
+    EXPECT_EQ(to.rejoins(), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfAGroup, FollowRoute, testing::Values("239.9.9.9", "ff0e::9:9"),
+                         [](const auto& given) { return *given.param == '2' ? "Ipv4" : "Ipv6"; });
 
 TEST(FollowInterfaceIpv4, GoesOnWhenTheAddressOfTheInterfaceChanges)
 {
