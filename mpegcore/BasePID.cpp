@@ -33,8 +33,8 @@ void CBasePID::create_buffers()
     if (collecting == nullptr)
         collecting = new CDataAccumulator(first_capacity);
     completed = new CDataAccumulator(first_capacity);
-    if (budget != nullptr)
-        budget->got_buffers(*this);
+    if (m_budget != nullptr)
+        m_budget->got_buffers(*this);
 }
 
 // CDataAccumulator grows by what is needed plus 4095 bytes, which costs quadratic time over a long unit; here the
@@ -46,10 +46,10 @@ bool CBasePID::grow(std::size_t needed)
     const std::size_t old_capacity = collecting->capacity;
     const std::size_t capacity = std::min(std::max(needed, 2 * old_capacity), max_unit_size);
     // While the bytes are copied both buffers are there, and both have to be within the budget.
-    if (budget != nullptr && !budget->make_room(capacity, *this))
+    if (m_budget != nullptr && !m_budget->make_room(capacity, *this))
         return false;
     collecting->reserve(capacity);
-    return budget == nullptr || budget->take(capacity - old_capacity);
+    return m_budget == nullptr || m_budget->take(capacity - old_capacity);
 }
 
 /// The buffer shrinks to its first size. The completed unit, which may just be on its way to a callback, keeps its own.
@@ -66,8 +66,8 @@ void CBasePID::shrink(CDataAccumulator*& buffer)
 {
     if (buffer->capacity > first_capacity) {
         auto first = std::make_unique<CDataAccumulator>(first_capacity);
-        if (budget != nullptr)
-            budget->give_back(buffer->capacity - first_capacity);
+        if (m_budget != nullptr)
+            m_budget->give_back(buffer->capacity - first_capacity);
         delete buffer;
         buffer = first.release();
     }
@@ -111,8 +111,8 @@ void CBasePID::release(CDataAccumulator*& buffer)
 {
     if (buffer == nullptr)
         return;
-    if (budget != nullptr)
-        budget->give_back(buffer->capacity - first_capacity);
+    if (m_budget != nullptr)
+        m_budget->give_back(buffer->capacity - first_capacity);
     delete buffer;
     buffer = nullptr;
 }

@@ -97,7 +97,7 @@ public:
     }
     /// Growth of this PID's buffers is taken from `shared_budget`, which must outlive the PID; null: only
     /// max_unit_size limits. To be set before the first packet.
-    void set_budget(PayloadUnitBudget* shared_budget) { budget = shared_budget; }
+    void set_budget(PayloadUnitBudget* shared_budget) { m_budget = shared_budget; }
     /// Shrinks to their first size the buffer of the unit completed last and, if empty, of the one being collected.
     void release_idle();
     /// Discards the unit being collected unless the PID had a packet since the last call.
@@ -141,6 +141,6 @@ private:
     bool discard_unit();
     void shrink(CDataAccumulator*& buffer);
 
-    PayloadUnitBudget* budget = nullptr;
+    PayloadUnitBudget* m_budget = nullptr;
 };
 } // namespace mpegcore

@@ -47,8 +47,8 @@ public:
     }
     ~CPacketWrapper()
     {
-        if (watcher != nullptr)
-            watcher->wrapper_goes();
+        if (m_watcher != nullptr)
+            m_watcher->wrapper_goes();
         delete work;
         delete current;
     }
@@ -85,14 +85,14 @@ private:
     // A section that failed half-way may have left entries behind.
     void clear_work()
     {
-        if (work_was_read)
+        if (m_work_was_read)
             work->Clear();
-        work_was_read = false;
+        m_work_was_read = false;
     }
 
     bool read_work(ZQSDK::ZQBSReaderT<unsigned char*>& reader)
     {
-        work_was_read = true;
+        m_work_was_read = true;
         return work->read(reader);
     }
 
@@ -100,13 +100,13 @@ private:
     {
         std::swap(work, current);
         work->Clear();
-        work_was_read = false;
+        m_work_was_read = false;
         valid = 1;
-        ++exchanges;
+        ++m_exchanges;
     }
 
-    bool work_was_read = false; ///< since it was cleared
-    unsigned exchanges = 0;
-    PacketWrapperWatcher* watcher = nullptr;
+    bool m_work_was_read = false; ///< since it was cleared
+    unsigned m_exchanges = 0;
+    PacketWrapperWatcher* m_watcher = nullptr;
 };
 } // namespace mpegcore

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/ZeroBytes.h"
 #include "mpegcore/base_descriptor.h"
+#include "mpegcore/syntax/ZeroBytes.h"
 
 namespace mpegcore
 {

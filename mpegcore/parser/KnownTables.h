@@ -98,7 +98,7 @@ public:
     /// Of a whole section of `size` bytes; it holds until the next call of another function than this.
     Place find(const unsigned char* section, std::size_t size)
     {
-        if (m_current != nullptr && m_wrapper.exchanges != m_exchanges) // read past us, the table on loan is cleared
+        if (m_current != nullptr && m_wrapper.m_exchanges != m_exchanges) // read past us, the table on loan is cleared
             forget();
         Place place;
         if (m_current != nullptr && m_current->was_read_from(section, size)) {
@@ -120,7 +120,7 @@ public:
     /// The same behind find(), which gave `place`.
     SectionReading read(unsigned char* section, std::size_t size, const Place& place)
     {
-        if (m_current != nullptr && m_wrapper.exchanges != m_exchanges) // since
+        if (m_current != nullptr && m_wrapper.m_exchanges != m_exchanges) // since
             return read(section, size);
         if (place.is_same && place.found == m_current) {
             m_current->as_read.restore(*m_wrapper.current);
@@ -236,7 +236,7 @@ private:
     void set_current(known& one)
     {
         m_current = &one;
-        m_exchanges = m_wrapper.exchanges;
+        m_exchanges = m_wrapper.m_exchanges;
     }
 
     /// The table just read becomes the current one.
@@ -250,7 +250,7 @@ private:
         }
         take_back_current();
         m_wrapper.current = std::exchange(m_wrapper.work, m_cleared.release());
-        m_wrapper.work_was_read = false;
+        m_wrapper.m_work_was_read = false;
         m_wrapper.valid = 1;
     }
 

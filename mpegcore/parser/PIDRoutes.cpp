@@ -32,12 +32,12 @@ void for_each_CA_PID(const ZQDescriptorList& descriptors, Visit visit)
 void CarriedPMT::attach(CPacketWrapper<CPMT>& wrapper)
 {
     if (m_wrapper != nullptr) {
-        m_wrapper->watcher = nullptr;
+        m_wrapper->m_watcher = nullptr;
         wrapper_goes();
     }
-    if (wrapper.watcher != nullptr) // it came here from another PID
-        wrapper.watcher->wrapper_goes();
-    wrapper.watcher = this;
+    if (wrapper.m_watcher != nullptr) // it came here from another PID
+        wrapper.m_watcher->wrapper_goes();
+    wrapper.m_watcher = this;
     m_wrapper = &wrapper;
 }
 

@@ -35,7 +35,7 @@ public:
     ~CarriedPMT()
     {
         if (m_wrapper != nullptr)
-            m_wrapper->watcher = nullptr;
+            m_wrapper->m_watcher = nullptr;
     }
     CarriedPMT(const CarriedPMT&) = delete;
     CarriedPMT& operator=(const CarriedPMT&) = delete;
