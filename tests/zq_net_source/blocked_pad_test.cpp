@@ -1,45 +1,19 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/playing.h"
+#include "support/stopping.h"
 #include "support/threads.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
-
 namespace blocked_pad_test
 {
+using support::blocking_probe;
 using support::eventually;
 using support::pattern;
 using support::receive_threads;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-/// Blocks everything that goes downstream through a pad, as an application does that wants to link something else.
-class blocking_probe
-{
-public:
-    explicit blocking_probe(zq_pad_pointer pad)
-        : m_pad{std::move(pad)},
-          m_id{gst_pad_add_probe(m_pad.get(), GST_PAD_PROBE_TYPE_BLOCK_DOWNSTREAM, note_and_hold, &m_reached, nullptr)}
-    {}
-    void remove() { gst_pad_remove_probe(m_pad.get(), m_id); }
-    bool reached() const
-    {
-        return eventually([this] { return m_reached.load(); });
-    }
-
-private:
-    static GstPadProbeReturn note_and_hold(GstPad*, GstPadProbeInfo*, gpointer reached)
-    {
-        *static_cast<std::atomic<bool>*>(reached) = true;
-        return GST_PAD_PROBE_OK;
-    }
-
-    std::atomic<bool> m_reached{false};
-    zq_pad_pointer m_pad;
-    gulong m_id;
-};
 
 struct blocked : support::playing
 {

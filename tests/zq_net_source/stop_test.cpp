@@ -1,102 +1,38 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 // Stopping must never wait for downstream, whatever holds the receive thread.
 #include "support/element.h"
+#include "support/stopping.h"
 #include "support/threads.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
 #include "zq_net_source/zq_net_buffer_pool.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <gtest/gtest.h>
 
-#include <condition_variable>
-#include <cstdlib>
 #include <mutex>
 
 namespace stop_test
 {
 using namespace std::chrono_literals;
+using support::drop_while_playing;
 using support::eventually;
 using support::figure;
+using support::gate;
 using support::pattern;
 using support::receive_threads;
 
-/// Cycles of PLAYING, PAUSED, PLAYING, NULL; fewer where everything takes longer (sanitizers).
-int cycles()
+constexpr support::source_kind zqnetsource{"zqnetsource", "src_net"};
+
+struct held : support::held_source
 {
-    const char* wanted = std::getenv("ZQ_CYCLES");
-    return wanted != nullptr ? std::atoi(wanted) : 200;
-}
-
-/// A gate that a test opens: buffers wait in front of it.
-class gate
-{
-public:
-    GstFlowReturn pass()
-    {
-        std::unique_lock lock{m_mutex};
-        m_waiting = true;
-        m_changed.notify_all();
-        m_changed.wait(lock, [this] { return m_open; });
-        return GST_FLOW_OK;
-    }
-    bool somebody_waits()
-    {
-        std::unique_lock lock{m_mutex};
-        return m_changed.wait_for(lock, 30s, [this] { return m_waiting; });
-    }
-    void open()
-    {
-        const std::lock_guard lock{m_mutex};
-        m_open = true;
-        m_changed.notify_all();
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_waiting = false, m_open = false;
-};
-
-/// An element linked to a sink that holds every buffer until the gate opens.
-struct held
-{
-    support::watchdog guard;
-    gate closed;
-    support::test_sink sink{[this](GstBuffer*) { return closed.pass(); }};
-    std::uint16_t port = support::free_port();
-    support::element source = support::make_source();
-    support::udp_sender sender{"127.0.0.1", port};
-
-    held()
-    {
-        support::set_port(source, port);
-        gst_pad_link(support::pad_of(source, "src_net").get(), sink.pad());
-    }
-    void play_until_held()
-    {
-        support::set_state(source, GST_STATE_PLAYING);
-        sender.send(pattern(1316));
-        ASSERT_TRUE(closed.somebody_waits());
-    }
+    held() : held_source{zqnetsource} {}
 };
 
 void cycle(const std::string& rest)
 {
-    const support::watchdog guard{280s};
-    const auto port = support::free_port();
-    const auto pipeline = support::parse("zqnetsource name=src port=" + std::to_string(port) + " ! " + rest);
-    const support::udp_traffic traffic{port, 300us};
-    for (int i = 0, count = cycles(); i < count; ++i) {
-        support::set_state(pipeline, GST_STATE_PLAYING);
-        std::this_thread::sleep_for(std::chrono::milliseconds{i % 5});
-        support::set_state(pipeline, GST_STATE_PAUSED);
-        support::set_state(pipeline, GST_STATE_PLAYING);
-        support::set_state(pipeline, GST_STATE_NULL);
-        ASSERT_EQ(receive_threads(), 0) << "a run was left behind in cycle " << i;
-    }
+    support::stop_under_traffic(zqnetsource.factory, rest, [](std::uint16_t) {
+        return receive_threads() == 0 ? std::string{} : std::string{"a run was left behind"};
+    });
 }
 
 TEST(StopUnderTraffic, SurvivesCyclesIntoAFakeSink) { cycle("fakesink"); }
@@ -109,29 +45,7 @@ TEST(StopUnderTraffic, SurvivesCyclesIntoAnAppSinkThatNobodyPulls) { cycle("apps
 
 TEST(StopUnderTraffic, SurvivesCyclesIntoAFileSink) { cycle("filesink location=/dev/null"); }
 
-TEST(StopUnderTraffic, NeverShrinksTheFileOfAFileSink)
-{
-    const support::watchdog guard{280s};
-    char path[] = "/tmp/zq-filesink-XXXXXX";
-    ::close(::mkstemp(path));
-    const auto port = support::free_port();
-    const auto pipeline =
-        support::parse("zqnetsource port=" + std::to_string(port) + " ! filesink location=" + path + " buffer-mode=2");
-    const support::udp_traffic traffic{port, 200us};
-    off_t largest = 0;
-    for (int i = 0, count = 2 * cycles(); i < count; ++i) {
-        support::set_state(pipeline, i % 2 == 0 ? GST_STATE_PLAYING : GST_STATE_PAUSED);
-        std::this_thread::sleep_for(2ms);
-        struct stat now
-        {};
-        ASSERT_EQ(::stat(path, &now), 0);
-        ASSERT_GE(now.st_size, largest) << "after change " << i;
-        largest = now.st_size;
-    }
-    support::set_state(pipeline, GST_STATE_NULL);
-    EXPECT_GT(largest, 0);
-    ::unlink(path);
-}
+TEST(StopUnderTraffic, NeverShrinksTheFileOfAFileSink) { support::never_shrinks_a_file(zqnetsource.factory); }
 
 TEST(Stop, SetsARunAsideWhosePushIsHeldAndCollectsItOnLeavingPaused)
 {
@@ -280,14 +194,6 @@ TEST(Stop, OnTheReceiveThreadItselfReturnsAndLeavesNoThread)
     EXPECT_TRUE(eventually([&] { return paused.load(); }));
     support::set_state(source, GST_STATE_NULL);
     EXPECT_EQ(receive_threads(), 0);
-}
-
-/// Lets an element go while it plays, which GStreamer rightly complains about.
-void drop_while_playing(support::element& source)
-{
-    const auto old = g_log_set_default_handler([](const gchar*, GLogLevelFlags, const gchar*, gpointer) {}, nullptr);
-    source.reset();
-    g_log_set_default_handler(old, nullptr);
 }
 
 TEST(Stop, HappensWhenAnElementIsDroppedWhilePlaying)
