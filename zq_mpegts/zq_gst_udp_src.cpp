@@ -97,6 +97,17 @@ GstFlowReturn create(GstPushSrc* element, GstBuffer** buffer)
     }
 }
 
+void dispose(GObject* object)
+{
+    // Dropped in another state, which GStreamer forbids, it would leave its thread in memory that is freed.
+    if (GST_STATE(object) != GST_STATE_NULL) {
+        g_critical("zqudpsrc is dropped in the state %s instead of NULL",
+                   gst_element_state_get_name(GST_STATE(object)));
+        gst_element_set_state(GST_ELEMENT(object), GST_STATE_NULL);
+    }
+    G_OBJECT_CLASS(parent_class)->dispose(object);
+}
+
 void finalize(GObject* object)
 {
     delete std::exchange(reinterpret_cast<instance*>(object)->data, nullptr);
@@ -109,6 +120,7 @@ void class_init(gpointer g_class, gpointer)
     GObjectClass* const object_class = G_OBJECT_CLASS(g_class);
     object_class->set_property = zq_udp_src_set_property;
     object_class->get_property = zq_udp_src_get_property;
+    object_class->dispose = dispose;
     object_class->finalize = finalize;
     zq_udp_src_install_properties(object_class);
     GstElementClass* const element_class = GST_ELEMENT_CLASS(g_class);

@@ -26,11 +26,12 @@ inline std::vector<unsigned char> joined(const std::vector<std::vector<unsigned 
 struct playing_udp_src
 {
     explicit playing_udp_src(const std::string& properties = "",
-                             const std::string& rest = "fakesink sync=false async=false")
+                             const std::string& rest = "fakesink sync=false async=false",
+                             GstState state = GST_STATE_PLAYING)
         : pipeline{parse("zqudpsrc name=src address=127.0.0.1 port=" + std::to_string(port) + " " + properties + " ! " +
                          rest)}
     {
-        set_state(pipeline, GST_STATE_PLAYING);
+        set_state(pipeline, state);
     }
     ~playing_udp_src() { set_state(pipeline, GST_STATE_NULL); }
 
