@@ -271,24 +271,6 @@ TEST(UdpSrc, TellsOfNoSilenceWithTheLongestTimeout)
     EXPECT_FALSE(to.message_now(GST_MESSAGE_ELEMENT));
 }
 
-TEST(UdpSrc, ReportsItsLatency)
-{
-    const std::pair<const char*, GstClockTime> expected[] = {
-        {"batch-time=10", 10}, {"rtp=on batch-time=10", 30}, {"", 1}, {"rtp=on", 21}};
-    for (const auto& [properties, milliseconds] : expected) {
-        playing to{properties};
-        GstQuery* const query = gst_query_new_latency();
-        ASSERT_TRUE(gst_element_query(to.source.get(), query));
-        gboolean live = FALSE;
-        GstClockTime least = 0, most = 0;
-        gst_query_parse_latency(query, &live, &least, &most);
-        gst_query_unref(query);
-        EXPECT_TRUE(live);
-        EXPECT_EQ(least, milliseconds * GST_MSECOND) << properties;
-        EXPECT_EQ(most, GST_CLOCK_TIME_NONE);
-    }
-}
-
 TEST(UdpSrc, HasFiguresInAnyState)
 {
     const auto source = support::parse("zqudpsrc");
