@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <string>
+#include <thread>
 
 namespace follow_interface_test
 {
@@ -80,6 +81,22 @@ TEST_P(FollowInterface, GoesOnWithoutJoiningAnewWhenTheInterfaceWasDownForAWhile
     run_quietly("ip link set zq0 up && ip addr add fe80::5/64 dev zq0 nodad");
     to.receive(2);
     EXPECT_EQ(to.rejoins(), 0U);
+}
+
+TEST_P(FollowInterface, GoesOnFollowingAndTellingFiguresInSilenceAndCanBeInterrupted)
+{
+    listening to{GetParam(), names_its_interface() ? "" : "zq0"};
+    std::thread receiver{[&] {
+        while (to.input.receive(to.memory.data(), 2, 1316) != zq_net::transport_input::result::interrupted)
+            ;
+    }};
+    for (std::uint64_t times = 1; times <= 2; ++times) {
+        interface.reset();
+        interface = std::make_unique<made_interface>();
+        EXPECT_TRUE(support::eventually([&] { return to.rejoins() == times; }));
+    }
+    to.input.interrupt();
+    receiver.join();
 }
 
 INSTANTIATE_TEST_SUITE_P(OfAGroup, FollowInterface,
