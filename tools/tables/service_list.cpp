@@ -4,7 +4,7 @@
 #include "mpegcore/PrivateSection.h"
 #include "mpegcore/print/JsonPrinter.h"
 #include "mpegcore/text/Meanings.h"
-#include "tools/tables/stream_name.h"
+#include "mpegcore/text/StreamName.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -82,7 +82,7 @@ void service_list::put_PMT(const mpegcore::CPMT& pmt)
     one.streams.clear();
     for (const auto& [PID, entry] : pmt.streams)
         if (entry)
-            one.streams.push_back({entry->stream_type, PID, stream_name(*entry), stream_language(*entry)});
+            one.streams.push_back({entry->stream_type, PID, mpegcore::stream_name(*entry), mpegcore::stream_language(*entry)});
 }
 
 void service_list::put_SDT(const mpegcore::CSDT& sdt)

@@ -4,10 +4,10 @@
 
 #include <string>
 
-namespace tables
+namespace mpegcore
 {
 /// What a stream of a PMT carries, also when its stream_type leaves that to the descriptors: "AVC video", "AC-3 audio".
-[[nodiscard]] std::string stream_name(const mpegcore::CBaseStreamTypeMap& stream);
+[[nodiscard]] std::string stream_name(const CBaseStreamTypeMap& stream);
 /// The language codes of its descriptors, "deu" or "deu,eng"; empty without.
-[[nodiscard]] std::string stream_language(const mpegcore::CBaseStreamTypeMap& stream);
-} // namespace tables
+[[nodiscard]] std::string stream_language(const CBaseStreamTypeMap& stream);
+} // namespace mpegcore

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "tools/tables/stream_name.h"
+#include "mpegcore/text/StreamName.h"
 
 #include "mpegcore/text/DVBText.h"
 #include "mpegcore/text/Meanings.h"
@@ -9,7 +9,7 @@
 #include <string_view>
 #include <utility>
 
-namespace tables
+namespace mpegcore
 {
 namespace
 {
@@ -28,7 +28,7 @@ constexpr std::array<std::pair<std::uint8_t, std::string_view>, 9> by_tag{{{0x56
                                                                            {0x46, "VBI teletext"},
                                                                            {0x6F, "AIT"}}};
 
-std::string name_by_descriptors(const mpegcore::ZQDescriptorList& descriptors)
+std::string name_by_descriptors(const ZQDescriptorList& descriptors)
 {
     for (const auto& [tag, name] : by_tag)
         if (descriptors.find(tag))
@@ -38,37 +38,37 @@ std::string name_by_descriptors(const mpegcore::ZQDescriptorList& descriptors)
 
 void add_language(std::string& languages, const std::array<unsigned char, 3>& code)
 {
-    const std::string text = mpegcore::latin_1_to_utf8(code.data(), code.size());
+    const std::string text = latin_1_to_utf8(code.data(), code.size());
     if (languages.find(text) != std::string::npos)
         return;
     languages += (languages.empty() ? "" : ",") + text;
 }
 } // namespace
 
-std::string stream_name(const mpegcore::CBaseStreamTypeMap& stream)
+std::string stream_name(const CBaseStreamTypeMap& stream)
 {
     const bool is_open = stream.stream_type == PES_private_data || stream.stream_type == private_sections ||
                          stream.stream_type >= first_user_private;
     if (is_open)
         if (auto name = name_by_descriptors(stream.descriptors); !name.empty())
             return name;
-    return std::string(mpegcore::meaning_of("stream_type", stream.stream_type));
+    return std::string(meaning_of("stream_type", stream.stream_type));
 }
 
-std::string stream_language(const mpegcore::CBaseStreamTypeMap& stream)
+std::string stream_language(const CBaseStreamTypeMap& stream)
 {
     std::string languages;
     for (const auto& descriptor : stream.descriptors) {
-        if (const auto* const found = dynamic_cast<const mpegcore::ISO_639_language_descriptor*>(descriptor.get()))
+        if (const auto* const found = dynamic_cast<const ISO_639_language_descriptor*>(descriptor.get()))
             for (const auto& entry : found->entries)
                 add_language(languages, entry.ISO_639_language_code);
-        if (const auto* const found = dynamic_cast<const mpegcore::subtitling_descriptor*>(descriptor.get()))
+        if (const auto* const found = dynamic_cast<const subtitling_descriptor*>(descriptor.get()))
             for (const auto& entry : found->entries)
                 add_language(languages, entry.ISO_639_language_code);
-        if (const auto* const found = dynamic_cast<const mpegcore::teletext_descriptor*>(descriptor.get()))
+        if (const auto* const found = dynamic_cast<const teletext_descriptor*>(descriptor.get()))
             for (const auto& entry : found->entries)
                 add_language(languages, entry.ISO_639_language_code);
     }
     return languages;
 }
-} // namespace tables
+} // namespace mpegcore

@@ -1,0 +1,289 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "mpegcore/monitor/ProgramTables.h"
+
+#include "mpegcore/CAT.h"
+#include "mpegcore/PMT.h"
+#include "mpegcore/SDT.h"
+#include "mpegcore/monitor/PIDState.h"
+#include "mpegcore/monitor/StreamKind.h"
+#include "mpegcore/sections/ProgramSections.h"
+#include "mpegcore/text/DVBText.h"
+#include "mpegcore/text/StreamName.h"
+
+#include <algorithm>
+
+namespace mpegcore
+{
+namespace
+{
+constexpr std::uint8_t PAT_id = 0x00, CAT_id = 0x01, PMT_id = 0x02, TSDT_id = 0x03, NIT_actual_id = 0x40,
+                       NIT_other_id = 0x41, SDT_actual_id = 0x42, SDT_other_id = 0x46, BAT_id = 0x4A;
+
+bool is_kept(std::uint8_t table_id)
+{
+    switch (table_id) {
+    case PAT_id:
+    case CAT_id:
+    case PMT_id:
+    case TSDT_id:
+    case NIT_actual_id:
+    case NIT_other_id:
+    case SDT_actual_id:
+    case SDT_other_id:
+    case BAT_id:
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// Reads a section into a new `Table` and hands it to `visit`.
+template <class Table, class Visit>
+void read_section(const std::vector<unsigned char>& section, Visit visit)
+{
+    Table table(nullptr, 1); // nothing is rendered
+    table.descriptor_dictionary = ZQDescriptorType::Standard;
+    // Reading stores nothing.
+    typename Table::Reader reader(const_cast<unsigned char*>(section.data()), section.size());
+    if (table.read(reader))
+        visit(table);
+}
+
+TableIdentity identity_of(std::uint16_t PID, std::uint8_t table_id, std::uint16_t table_id_extension)
+{
+    TableIdentity identity;
+    identity.PID = PID;
+    identity.table_id = table_id;
+    identity.table_id_extension = table_id_extension;
+    return identity;
+}
+} // namespace
+
+ProgramTables::ProgramTables(StreamContents& contents, const MonitorLimits& limits, MonitorListener* listener)
+    : m_contents(contents),
+      m_limits(limits),
+      m_listener(listener),
+      m_tables([this](TableNews news, const WholeTable& table) { follow(news, table); }, table_limit)
+{}
+
+void ProgramTables::put(std::uint16_t PID, const unsigned char* section, std::size_t size, std::uint64_t now)
+{
+    m_now = now;
+    if (is_kept(section[0]))
+        static_cast<void>(m_tables.put(PID, section, size, now));
+}
+
+void ProgramTables::follow(TableNews news, const WholeTable& table)
+{
+    const TableIdentity& identity = table.identity;
+    if (news == TableNews::gone || news == TableNews::forgotten) {
+        m_contents.tables.erase(identity);
+        return;
+    }
+    m_has_changed = true;
+    TableVersion& version = m_contents.tables[identity];
+    const std::uint8_t version_before = version.version_number;
+    version.version_number = table.version_number;
+    version.last_section_number = table.last_section_number;
+    version.changes += news == TableNews::changed ? 1 : 0;
+    version.last_change = m_now;
+    if (identity.table_id == PAT_id) {
+        if (m_contents.has_PAT && m_PAT != identity)
+            m_old.insert(m_PAT);
+        m_old.erase(identity);
+        m_contents.has_PAT = true;
+        m_PAT = identity;
+    }
+    if (identity.table_id == PMT_id && news == TableNews::changed)
+        m_changed_programs.insert(identity.table_id_extension);
+    if (m_listener != nullptr)
+        m_listener->on_table({news, table, version_before, m_now});
+}
+
+void ProgramTables::update(std::uint64_t packets, std::uint64_t now)
+{
+    m_now = now;
+    m_has_changed = false;
+    set_services();
+    drop_old_tables();
+    set_names();
+    set_kinds(now);
+    std::size_t entries = m_contents.services.size() + m_contents.PIDs.size();
+    for (const Service& service : m_contents.services)
+        entries += service.streams.size();
+    m_next_update = packets + entries;
+}
+
+void ProgramTables::set_services()
+{
+    m_contents.services.clear();
+    m_ECM_PIDs.clear();
+    m_still_PIDs.clear();
+    const WholeTable* const PAT = m_contents.has_PAT ? m_tables.find(m_PAT) : nullptr;
+    if (PAT == nullptr)
+        return;
+    m_contents.transport_stream_id = m_PAT.table_id_extension;
+    std::map<std::uint16_t, std::uint16_t> programs;
+    for (const auto& [number, section] : PAT->sections)
+        for_each_program(section.data(), section.size(),
+                         [&](std::uint16_t program_number, std::uint16_t PID) { programs[program_number] = PID; });
+    for (const auto& [program_number, PMT_PID] : programs) {
+        if (m_contents.services.size() == most_programs)
+            break;
+        Service& service = m_contents.services.emplace_back();
+        service.program_number = program_number;
+        service.PMT_PID = PMT_PID;
+        set_program(service);
+    }
+}
+
+void ProgramTables::set_program(Service& service)
+{
+    const WholeTable* const PMT = m_tables.find(identity_of(service.PMT_PID, PMT_id, service.program_number));
+    if (PMT == nullptr)
+        return;
+    service.has_PMT = true;
+    service.PMT_version = PMT->version_number;
+    for (const auto& [number, section] : PMT->sections)
+        read_section<CPMT>(section, [&](const CPMT& table) {
+            service.PCR_PID = table.PCR_PID;
+            add_CA_PIDs(table.descriptors, PIDKind::ECM);
+            for (const auto& [PID, stream] : table.streams) {
+                service.streams.push_back(
+                    {PID, stream->stream_type, kind_of(*stream), stream_name(*stream), stream_language(*stream)});
+                add_CA_PIDs(stream->descriptors, PIDKind::ECM);
+                if (is_still_picture(*stream))
+                    m_still_PIDs.insert(PID);
+            }
+        });
+}
+
+Service* ProgramTables::find_service(std::uint16_t program_number)
+{
+    auto& services = m_contents.services;
+    const auto found =
+        std::lower_bound(services.begin(), services.end(), program_number,
+                         [](const Service& service, std::uint16_t number) { return service.program_number < number; });
+    return found != services.end() && found->program_number == program_number ? &*found : nullptr;
+}
+
+void ProgramTables::drop_old_tables()
+{
+    for (const auto& [identity, version] : m_contents.tables) {
+        if (identity.table_id != PMT_id)
+            continue;
+        const Service* const service = find_service(identity.table_id_extension);
+        if (service == nullptr || service->PMT_PID != identity.PID)
+            m_old.insert(identity);
+    }
+    for (const TableIdentity& identity : m_old)
+        m_tables.remove(identity);
+    m_old.clear();
+}
+
+void ProgramTables::set_names()
+{
+    const WholeTable* const SDT = m_tables.find(identity_of(0x11, SDT_actual_id, m_contents.transport_stream_id));
+    if (SDT == nullptr)
+        return;
+    for (const auto& [number, section] : SDT->sections)
+        read_section<CSDT>(section, [this](const CSDT& table) {
+            for (const auto& [service_id, described] : table.services) {
+                Service* const service = find_service(service_id);
+                const auto texts = described->descriptors.find<service_descriptor>();
+                if (service == nullptr || texts == nullptr)
+                    continue;
+                service->service_type = texts->service_type;
+                service->name = to_utf8(texts->service_name.data(), texts->service_name_length);
+                service->provider = to_utf8(texts->service_provider_name.data(), texts->service_provider_name_length);
+            }
+        });
+}
+
+void ProgramTables::add_CA_PIDs(const ZQDescriptorList& descriptors, PIDKind kind)
+{
+    for (const auto& descriptor : descriptors) {
+        const auto* const CA = dynamic_cast<const CA_descriptor*>(descriptor.get());
+        if (CA == nullptr)
+            continue;
+        if (kind == PIDKind::ECM)
+            m_ECM_PIDs.insert(CA->CA_PID);
+        else
+            set_kind(CA->CA_PID, kind);
+    }
+}
+
+PIDState* ProgramTables::find_or_add(std::uint16_t PID)
+{
+    return PID == null_packet_PID ? nullptr : m_contents.PIDs.find_or_add(PID, m_limits.most_PIDs);
+}
+
+void ProgramTables::set_kind(std::uint16_t PID, PIDKind kind, std::uint8_t stream_type)
+{
+    PIDState* const state = find_or_add(PID);
+    // The first one that names it counts; those of fixed use are theirs.
+    if (state == nullptr || state->figures.is_referenced)
+        return;
+    state->figures.kind = kind;
+    state->figures.stream_type = stream_type;
+    state->figures.is_referenced = true;
+}
+
+void ProgramTables::set_kinds(std::uint64_t now)
+{
+    std::set<std::uint16_t> were_referenced;
+    for (const auto& state : m_contents.PIDs.states()) {
+        PIDFigures& figures = state->figures;
+        if (figures.is_referenced)
+            were_referenced.insert(figures.PID);
+        figures.kind = fixed_kind(figures.PID);
+        figures.stream_type = 0;
+        figures.is_referenced = figures.kind != PIDKind::unknown;
+        state->has_PTS = false;
+        state->is_PCR_PID = false;
+    }
+    for (const Service& service : m_contents.services) {
+        set_kind(service.PMT_PID, PIDKind::PMT);
+        const bool is_new = m_changed_programs.count(service.program_number) != 0;
+        for (const ElementaryStream& stream : service.streams) {
+            set_kind(stream.PID, stream.kind, stream.stream_type);
+            PIDState* const state = find_or_add(stream.PID);
+            if (state == nullptr)
+                continue;
+            const bool is_media = stream.kind == PIDKind::video || stream.kind == PIDKind::audio;
+            state->has_PTS = is_media && m_still_PIDs.count(stream.PID) == 0;
+            // Behind a change of the PMT a stream may begin anew.
+            if (is_new)
+                state->continuity.forget();
+        }
+    }
+    for (const Service& service : m_contents.services) {
+        set_kind(service.PCR_PID, PIDKind::PCR);
+        if (PIDState* const state = find_or_add(service.PCR_PID); state != nullptr && service.has_PMT)
+            state->is_PCR_PID = true;
+    }
+    for (const std::uint16_t PID : m_ECM_PIDs)
+        set_kind(PID, PIDKind::ECM);
+    m_changed_programs.clear();
+    set_EMM_PIDs();
+    for (const auto& state : m_contents.PIDs.states()) {
+        if (state->figures.is_referenced && were_referenced.count(state->figures.PID) == 0)
+            state->referenced_at = now;
+        if (!state->figures.is_referenced && were_referenced.count(state->figures.PID) != 0)
+            state->unreferenced_at = now;
+    }
+}
+
+void ProgramTables::set_EMM_PIDs()
+{
+    for (auto at = m_contents.tables.lower_bound(identity_of(1, CAT_id, 0));
+         at != m_contents.tables.end() && at->first.PID == 1; ++at)
+    {
+        const WholeTable* const CAT = m_tables.find(at->first);
+        if (CAT == nullptr || at->first.table_id != CAT_id)
+            continue;
+        for (const auto& [number, section] : CAT->sections)
+            read_section<CCAT>(section, [this](const CCAT& table) { add_CA_PIDs(table.descriptors, PIDKind::EMM); });
+    }
+}
+} // namespace mpegcore
