@@ -35,6 +35,7 @@ public:
         }
         return std::exchange(m_is_late, true) ? News::still_late : News::became_late;
     }
+    /// Both at most `now`.
     std::uint64_t absent_for(std::uint64_t now, std::uint64_t since) const { return now - std::max(m_last, since); }
     bool has_come() const { return m_has_come; }
 

@@ -111,7 +111,7 @@ void ProgramTables::update(std::uint64_t packets, std::uint64_t now)
     std::size_t entries = m_contents.services.size() + m_contents.PIDs.size();
     for (const Service& service : m_contents.services)
         entries += service.streams.size();
-    m_next_update = packets + entries;
+    m_next_update = packets + 1 + entries / 16;
 }
 
 void ProgramTables::set_services()

@@ -132,7 +132,7 @@ void StreamAnalysis::tell_splice(const PIDState& state, const unsigned char* sec
 
 void StreamAnalysis::update_programs()
 {
-    m_programs.update(m_contents.packets, m_now);
+    m_programs.update(m_contents.packets, m_last_packet);
     for (const auto& state : m_contents.PIDs.states())
         set_roles(*state);
 }
