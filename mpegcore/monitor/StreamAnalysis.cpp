@@ -21,6 +21,8 @@ StreamAnalysis::StreamAnalysis(const MonitorLimits& limits, MonitorListener* lis
       m_SI(m_limits, m_checks),
       m_programs(m_contents, m_limits, listener)
 {
+    if (limits.T2MI_PID >= 0)
+        watch_T2MI(limits.T2MI_PID);
     for (const Check check : {Check::PAT_error_2, Check::Continuity_count_error, Check::Transport_error,
                               Check::CRC_error, Check::Unreferenced_PID})
         m_checks.applies(check);
@@ -29,8 +31,10 @@ StreamAnalysis::StreamAnalysis(const MonitorLimits& limits, MonitorListener* lis
 void StreamAnalysis::set_limits(const MonitorLimits& limits)
 {
     const std::size_t most_PIDs = m_limits.most_PIDs;
+    const int T2MI_PID = m_limits.T2MI_PID;
     m_limits = limits;
     m_limits.most_PIDs = most_PIDs;
+    m_limits.T2MI_PID = T2MI_PID;
 }
 
 void StreamAnalysis::advance(std::uint64_t now)
@@ -119,6 +123,8 @@ void StreamAnalysis::restart()
     m_times = m_sync.times();
     m_last_scrambled = 0;
     m_SI.forget_gaps();
+    if (m_T2MI)
+        m_T2MI->reset();
     for (const auto& state : m_contents.PIDs.states()) {
         state->continuity.forget();
         state->unreferenced_at = m_now;
@@ -131,6 +137,8 @@ void StreamAnalysis::restart()
 
 void StreamAnalysis::note_gap()
 {
+    if (m_T2MI)
+        m_T2MI->reset();
     for (const auto& state : m_contents.PIDs.states())
         if (state->sections)
             state->sections->reset();
@@ -171,6 +179,8 @@ void StreamAnalysis::look_closer(PIDState& state, const unsigned char* packet, b
             check_scrambling(state, packet);
         gather(state, packet);
     }
+    if (state.is_T2MI)
+        m_T2MI->put(packet, m_now);
     if (!state.has_PTS)
         return;
     if (is_scrambled)

@@ -8,10 +8,13 @@
 #include "mpegcore/monitor/SITimers.h"
 #include "mpegcore/monitor/StreamContents.h"
 #include "mpegcore/monitor/SyncCheck.h"
+#include "mpegcore/monitor/T2MIWatch.h"
 #include "mpegcore/monitor/TR101290.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <optional>
 
 namespace mpegcore
 {
@@ -32,6 +35,7 @@ public:
 
     const TR101290& checks() const { return m_checks; }
     const StreamContents& contents() const { return m_contents; }
+    std::optional<T2MIContents> T2MI() const { return m_T2MI ? std::optional(m_T2MI->contents()) : std::nullopt; }
     bool is_synchronised() const { return m_sync.is_synchronised(); }
 
 private:
@@ -51,6 +55,8 @@ private:
     void tell_splice(const PIDState& state, const unsigned char* section, std::size_t size);
     void update_programs();
     void set_roles(PIDState& state);
+    void choose_T2MI_PID();
+    void watch_T2MI(int PID);
 
     void tick_timers();
     void tick_PID(PIDState& state);
@@ -76,6 +82,7 @@ private:
     std::uint64_t m_last_scrambled = 0;  ///< when a scrambled packet came last; 0: none yet
     std::uint64_t m_scrambled_since = 0; ///< without a pause of the limit for the CAT
     AbsenceTimer m_PAT, m_CAT;
+    std::unique_ptr<T2MIWatch> m_T2MI;
 
     std::uint64_t m_second = 0; ///< when the one that runs began; 0: none does
     std::uint64_t m_packets_before = 0, m_nulls_before = 0;

@@ -22,5 +22,6 @@ void StreamMonitor::tick(std::uint64_t now) { m_analysis->tick(now); }
 void StreamMonitor::set_limits(const MonitorLimits& limits) { m_analysis->set_limits(limits); }
 const TR101290& StreamMonitor::checks() const { return m_analysis->checks(); }
 const StreamContents& StreamMonitor::contents() const { return m_analysis->contents(); }
+std::optional<T2MIContents> StreamMonitor::T2MI() const { return m_analysis->T2MI(); }
 bool StreamMonitor::is_synchronised() const { return m_analysis->is_synchronised(); }
 } // namespace mpegcore

@@ -3,11 +3,13 @@
 #include "mpegcore/monitor/MonitorLimits.h"
 #include "mpegcore/monitor/MonitorListener.h"
 #include "mpegcore/monitor/StreamContents.h"
+#include "mpegcore/monitor/T2MIWatch.h"
 #include "mpegcore/monitor/TR101290.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace mpegcore
 {
@@ -48,6 +50,9 @@ public:
     const TR101290& checks() const;
     /// It holds until the next call of a function that is not const.
     const StreamContents& contents() const;
+    /// Of the T2-MI stream, if there is one: the PID of MonitorLimits::T2MI_PID, else the first with a T2-MI
+    /// descriptor. Its pointers hold until the next call of a function that is not const.
+    std::optional<T2MIContents> T2MI() const;
     bool is_synchronised() const;
 
 private:

@@ -133,8 +133,35 @@ void StreamAnalysis::tell_splice(const PIDState& state, const unsigned char* sec
 void StreamAnalysis::update_programs()
 {
     m_programs.update(m_contents.packets, m_last_packet);
+    choose_T2MI_PID();
     for (const auto& state : m_contents.PIDs.states())
         set_roles(*state);
+}
+
+void StreamAnalysis::choose_T2MI_PID()
+{
+    if (m_limits.T2MI_PID >= 0)
+        return;
+    int chosen = T2MIDemultiplexer::any;
+    for (const Service& service : m_contents.services)
+        for (const ElementaryStream& stream : service.streams) {
+            const bool is_in_use = m_T2MI && m_T2MI->PID() == stream.PID;
+            if (stream.kind == PIDKind::T2MI && (chosen == T2MIDemultiplexer::any || is_in_use))
+                chosen = stream.PID;
+        }
+    watch_T2MI(chosen);
+}
+
+void StreamAnalysis::watch_T2MI(int PID)
+{
+    if (PID < 0 || PID >= static_cast<int>(null_packet_PID)) {
+        m_T2MI.reset();
+        for (const CheckName& name : TR101290_checks)
+            if (name.priority == 0)
+                m_checks.applies_no_more(name.check);
+    } else if (!m_T2MI || m_T2MI->PID() != PID) {
+        m_T2MI = std::make_unique<T2MIWatch>(static_cast<std::uint16_t>(PID), m_checks);
+    }
 }
 
 void StreamAnalysis::set_roles(PIDState& state)
@@ -161,6 +188,7 @@ void StreamAnalysis::set_roles(PIDState& state)
         m_checks.applies(Check::PCR_discontinuity_indicator_error);
     }
     state.figures.PCR = state.PCR ? &state.PCR->figures() : nullptr;
+    state.is_T2MI = m_T2MI && m_T2MI->PID() == state.figures.PID;
     state.has_sections = state.sections != nullptr;
     state.looks_closer = state.has_sections || state.has_PTS || state.PCR != nullptr || state.is_T2MI;
     if (kind == PIDKind::PMT)

@@ -30,7 +30,7 @@ std::string text(const char* format, std::uint64_t a = 0, std::uint64_t b = 0, s
 
 std::string CheckRecord::detail() const
 {
-    constexpr std::uint64_t low_32 = 0xFFFFFFFF, low_16 = 0xFFFF, low_8 = 0xFF;
+    constexpr std::uint64_t low_32 = 0xFFFFFFFF, low_8 = 0xFF;
     switch (finding) {
     case Finding::none:
         return {};
@@ -85,11 +85,6 @@ std::string CheckRecord::detail() const
         return "CRC-32 of a T2-MI packet";
     case Finding::T2MI_payload:
         return text("contents of a packet of packet_type 0x%02llX", value);
-    case Finding::plp_num_blocks:
-        return text("PLP %llu: %llu frames came, PLP_NUM_BLOCKS is %llu", value >> 32, value >> 16 & low_16,
-                    value & low_16);
-    case Finding::packet_order:
-        return text("packet_type 0x%02llX out of order", value);
     case Finding::timestamps_differ:
         return "timestamps of a super-frame differ";
     case Finding::timestamp_step:

@@ -39,8 +39,6 @@ enum class Check : std::uint8_t
     T2MI_packet_count_error,
     T2MI_CRC_error,
     T2MI_payload_error,
-    T2MI_plp_num_blocks_error,
-    T2MI_transmission_order_error,
     T2MI_DVB_T2_Timestamp_error,
     T2MI_DVB_T2_Timestamp_discontinuity,
 };
@@ -83,8 +81,6 @@ inline constexpr std::array TR101290_checks{
     CheckName{Check::T2MI_packet_count_error, "11.2.2.3", "T2MI_packet_count_error", 0},
     CheckName{Check::T2MI_CRC_error, "11.2.2.4", "T2MI_CRC_error", 0},
     CheckName{Check::T2MI_payload_error, "11.2.2.5", "T2MI_payload_error", 0},
-    CheckName{Check::T2MI_plp_num_blocks_error, "11.2.2.6", "T2MI_plp_num_blocks_error", 0},
-    CheckName{Check::T2MI_transmission_order_error, "11.2.2.7", "T2MI_transmission_order_error", 0},
     CheckName{Check::T2MI_DVB_T2_Timestamp_error, "11.2.2.8", "T2MI_DVB-T2_Timestamp_error", 0},
     CheckName{Check::T2MI_DVB_T2_Timestamp_discontinuity, "11.2.2.9", "T2MI_DVB-T2_Timestamp_discontinuity", 0},
 };
@@ -124,9 +120,7 @@ enum class Finding : std::uint8_t
     packet_type,    ///< value: packet_type
     packet_count,   ///< it does not follow
     T2MI_CRC_32,
-    T2MI_payload,   ///< value: packet_type
-    plp_num_blocks, ///< value: plp_id << 32 | frames that came << 16 | PLP_NUM_BLOCKS
-    packet_order,   ///< value: packet_type
+    T2MI_payload, ///< value: packet_type
     timestamps_differ,
     timestamp_step, ///< value: units of 1/subseconds_per_second
 };
