@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/AllocationCounter.h"
 #include "support/MonitoredStream.h"
 #include "support/Multiplex.h"
 
@@ -253,6 +254,38 @@ TEST(Bounds, SectionsOfSoManyPIDsAreGathered)
     watched.run(1000);
     EXPECT_THAT(watched.monitor.contents().services, SizeIs(1));
     EXPECT_FALSE(watched.monitor.contents().PIDs.find(0x14) == nullptr);
+}
+
+TEST(Bounds, NothingIsAllocatedForPacketsOfAStreamThatIsKnown)
+{
+    MonitoredStream watched;
+    watched.run(6000);
+    // What the next second brings, and in which millisecond.
+    std::vector<std::pair<unsigned, Bytes>> second;
+    for (unsigned at = 0; at < 1000; ++at) {
+        for (auto& [name, part] : watched.parts)
+            if (part.interval != 0 && at % part.interval == 0)
+                part.send(watched.stream);
+        second.emplace_back(at, std::move(watched.stream.data));
+        watched.stream.data.clear();
+    }
+    const std::uint64_t now = watched.now();
+    const std::size_t before = zqtest::allocations();
+    for (const auto& [at, packets] : second)
+        watched.monitor.put(packets.data(), packets.size() / 188, now + at * MonitoredStream::ms);
+    watched.monitor.tick(now + 1000 * MonitoredStream::ms);
+    EXPECT_EQ(zqtest::allocations(), before);
+    EXPECT_GT(second[0].second.size(), 188U);
+}
+
+TEST(LongRun, TakesAStepOfTheClockForSilence)
+{
+    MonitoredStream watched;
+    watched.run(2000);
+    watched.pause(24 * 3600 * 1000);
+    watched.run(2000);
+    EXPECT_EQ(watched.errors(), "1.1: 1");
+    EXPECT_EQ(watched.state(Check::PAT_error_2), mpegcore::CheckState::ok);
 }
 
 TEST(LongRun, GoesOverTheWrapOfThePCRWithoutAnError)
