@@ -82,7 +82,8 @@ void service_list::put_PMT(const mpegcore::CPMT& pmt)
     one.streams.clear();
     for (const auto& [PID, entry] : pmt.streams)
         if (entry)
-            one.streams.push_back({entry->stream_type, PID, mpegcore::stream_name(*entry), mpegcore::stream_language(*entry)});
+            one.streams.push_back(
+                {entry->stream_type, PID, mpegcore::stream_name(*entry), mpegcore::stream_language(*entry)});
 }
 
 void service_list::put_SDT(const mpegcore::CSDT& sdt)
