@@ -28,6 +28,7 @@ struct input_settings
     bool align = true;                  ///< give whole packets; otherwise the bytes as they come
     unsigned batch_time = 0;            ///< milliseconds to wait behind a datagram for more
     unsigned longest_wait = 0;          ///< milliseconds after which receive() says so when nothing came; 0: never
+    bool waits = true;                  ///< false: receive() takes what lies there and comes back at once
 };
 
 /// Receives a transport stream from UDP: sockets, RTP, order, packets, counting. One thread receives; others may
@@ -56,6 +57,8 @@ public:
     /// What pieces() lend lies there or in the input itself, until the next call.
     [[nodiscard]] result receive(unsigned char* memory, std::size_t slots, std::size_t slot_size);
     [[nodiscard]] const piece_list& pieces() const { return m_pieces; }
+    /// Datagrams that the last receive() read; as many as it had room for: there may be more.
+    [[nodiscard]] std::size_t datagrams_read() const { return m_read; }
 
     /// Room that the next receive() is best given: as many datagrams as are likely to be there, of the size they had.
     [[nodiscard]] std::size_t wanted_slots() const

@@ -50,9 +50,9 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
     if (m_settings.batch_time == 0)
         rest();
     const std::uint64_t before = m_settings.batch_time > 0 ? real_time() : 0;
-    const bool blocks = m_legs.size() == 1 && m_merger.deadline() == reorder_window::never;
+    const bool blocks = m_settings.waits && m_legs.size() == 1 && m_merger.deadline() == reorder_window::never;
     // What came just when the wait ended is read all the same, so that nothing counts as lost that lies there unread.
-    if (!blocks)
+    if (!blocks && m_settings.waits)
         wait_for_any();
     const std::size_t share = slots / m_legs.size();
     std::size_t longest = 0; // burst of a leg
