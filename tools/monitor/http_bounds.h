@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "tools/monitor/http_server.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <httplib.h>
+
+// What holds an http_server within its limits; for its source alone.
+namespace monitor
+{
+/// Set while a connection is refused rather than served.
+inline thread_local bool is_refusing = false;
+
+/// A connection that reads so much and no more, in so much time and no more, however the bytes are spread over it.
+class bounded_stream final : public httplib::Stream
+{
+public:
+    bounded_stream(int socket, const http_server::limits& bounds)
+        : m_socket(socket),
+          m_left(bounds.request_bytes),
+          m_write_time(bounds.write_time),
+          m_read_until(std::chrono::steady_clock::now() + bounds.request_time)
+    {}
+
+    /// The time for writing begins.
+    void begin_writing() { m_write_until = std::chrono::steady_clock::now() + m_write_time; }
+
+    bool is_readable() const override { return m_next < m_filled || waits_for(POLLIN, m_read_until); }
+    bool is_writable() const override { return waits_for(POLLOUT, m_write_until); }
+    socket_t socket() const override { return m_socket; }
+    void get_remote_ip_and_port(std::string& /*ip*/, int& /*port*/) const override {}
+    void get_local_ip_and_port(std::string& /*ip*/, int& /*port*/) const override {}
+
+    ssize_t read(char* bytes, size_t size) override
+    {
+        if (m_next == m_filled && !fill())
+            return -1;
+        const std::size_t part = std::min(size, m_filled - m_next);
+        std::copy_n(m_buffer.begin() + m_next, part, bytes);
+        m_next += part;
+        return static_cast<ssize_t>(part);
+    }
+
+    ssize_t write(const char* bytes, size_t size) override
+    {
+        for (std::size_t done = 0; done < size;) {
+            if (!waits_for(POLLOUT, m_write_until))
+                return -1;
+            const ssize_t sent = ::send(m_socket, bytes + done, size - done, MSG_NOSIGNAL | MSG_DONTWAIT);
+            if (sent < 0 && errno != EAGAIN && errno != EINTR)
+                return -1;
+            done += sent > 0 ? static_cast<std::size_t>(sent) : 0;
+        }
+        return static_cast<ssize_t>(size);
+    }
+
+private:
+    [[nodiscard]] bool fill()
+    {
+        const std::size_t most = std::min(m_buffer.size(), m_left);
+        if (most == 0 || !waits_for(POLLIN, m_read_until))
+            return false;
+        const ssize_t got = ::recv(m_socket, m_buffer.data(), most, MSG_DONTWAIT);
+        m_next = 0;
+        m_filled = got > 0 ? static_cast<std::size_t>(got) : 0;
+        m_left -= m_filled;
+        return m_filled > 0;
+    }
+
+    [[nodiscard]] bool waits_for(short event, std::chrono::steady_clock::time_point until) const
+    {
+        pollfd waited{m_socket, event, 0};
+        while (true) {
+            const auto left =
+                std::chrono::ceil<std::chrono::milliseconds>(until - std::chrono::steady_clock::now()).count();
+            const int ready = left > 0 ? ::poll(&waited, 1, static_cast<int>(left)) : 0;
+            if (ready >= 0 || errno != EINTR)
+                return ready > 0;
+        }
+    }
+
+    int m_socket;
+    std::size_t m_left; ///< bytes that it still reads
+    std::chrono::steady_clock::duration m_write_time;
+    std::chrono::steady_clock::time_point m_read_until;
+    std::chrono::steady_clock::time_point m_write_until = m_read_until;
+    std::array<char, 2048> m_buffer{};
+    std::size_t m_next = 0;
+    std::size_t m_filled = 0;
+};
+
+/// A bounded number of threads in front of which a bounded number of connections wait.
+class bounded_workers final : public httplib::TaskQueue
+{
+public:
+    explicit bounded_workers(const http_server::limits& bounds) : m_most_waiting(bounds.waiting)
+    {
+        for (std::size_t count = 0; count < bounds.workers; ++count)
+            m_threads.emplace_back([this] { work(); });
+    }
+
+    void enqueue(std::function<void()> serve) override
+    {
+        {
+            const std::lock_guard lock{m_mutex};
+            if (m_waiting.size() < m_most_waiting) {
+                m_waiting.push_back(std::move(serve));
+                m_changed.notify_one();
+                return;
+            }
+        }
+        // Here is the thread that accepts; refusing takes it no time.
+        is_refusing = true;
+        serve();
+        is_refusing = false;
+    }
+
+    void shutdown() override
+    {
+        {
+            const std::lock_guard lock{m_mutex};
+            m_ended = true;
+        }
+        m_changed.notify_all();
+        for (auto& thread : m_threads)
+            thread.join();
+    }
+
+private:
+    void work()
+    {
+        while (true) {
+            std::unique_lock lock{m_mutex};
+            m_changed.wait(lock, [this] { return m_ended || !m_waiting.empty(); });
+            if (m_waiting.empty())
+                return;
+            const auto serve = std::move(m_waiting.front());
+            m_waiting.pop_front();
+            is_refusing = m_ended;
+            lock.unlock();
+            serve();
+        }
+    }
+
+    std::size_t m_most_waiting;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<std::function<void()>> m_waiting;
+    bool m_ended = false;
+    std::vector<std::thread> m_threads;
+};
+} // namespace monitor

@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tools/monitor/http_server.h"
+
+#include "tools/common/parse_number.h"
+#include "tools/monitor/http_bounds.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+#include <thread>
+
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <httplib.h>
+
+namespace monitor
+{
+namespace
+{
+void harden(httplib::Response& response)
+{
+    response.set_header("Content-Security-Policy",
+                        "default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; img-src 'self'; "
+                        "base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
+    response.set_header("X-Content-Type-Options", "nosniff");
+    response.set_header("Referrer-Policy", "no-referrer");
+    response.set_header("Cache-Control", "no-store");
+}
+
+void text_answer(httplib::Response& response, int status, const char* text)
+{
+    response.status = status;
+    response.set_content(text, "text/plain; charset=utf-8");
+}
+} // namespace
+
+class http_server::server final : public httplib::Server
+{
+public:
+    server(responder respond, const limits& bounds) : m_respond(std::move(respond)), m_bounds(bounds)
+    {
+        new_task_queue = [this] { return new bounded_workers(m_bounds); };
+        set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+            answer(request, response);
+            return HandlerResponse::Handled;
+        });
+        set_error_handler([](const httplib::Request&, httplib::Response& response) {
+            if (!response.has_header("Content-Security-Policy"))
+                harden(response);
+            if (response.body.empty())
+                response.set_content(std::to_string(response.status) + '\n', "text/plain; charset=utf-8");
+        });
+        // The library's own choice shares the port with whoever asks for it, so that a taken one goes unnoticed.
+        set_socket_options([](socket_t socket) {
+            const int on = 1;
+            setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+            // Those who connect and send nothing stay with the kernel.
+            const int seconds = 5;
+            setsockopt(socket, IPPROTO_TCP, TCP_DEFER_ACCEPT, &seconds, sizeof seconds);
+        });
+    }
+
+    std::thread listener;
+    std::atomic<bool> has_ended{false};
+    int port = 0;
+
+private:
+    bool process_and_close_socket(socket_t socket) override
+    {
+        bool good = false;
+        if (is_refusing) {
+            constexpr std::string_view busy =
+                "HTTP/1.1 503 Service Unavailable\r\nRetry-After: 5\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
+            good = ::send(socket, busy.data(), busy.size(), MSG_NOSIGNAL | MSG_DONTWAIT) > 0;
+        } else {
+            bounded_stream stream(socket, m_bounds);
+            bool closed = false;
+            current = &stream;
+            good = process_request(stream, true, closed, [&stream](httplib::Request& request) {
+                // Ranges may overlap a thousand times over, and packing holds events back.
+                request.ranges.clear();
+                request.headers.erase("Range");
+                request.headers.erase("Accept-Encoding");
+                stream.begin_writing();
+            });
+        }
+        ::shutdown(socket, SHUT_RDWR);
+        ::close(socket);
+        return good;
+    }
+
+    void answer(const httplib::Request& request, httplib::Response& response)
+    {
+        harden(response);
+        if (request.method != "GET" && request.method != "HEAD") {
+            response.set_header("Allow", "GET, HEAD");
+            return text_answer(response, 405, "405\n");
+        }
+        const auto given = m_respond(request.path);
+        response.status = given.status;
+        if (given.live && request.method == "GET")
+            return send_live(given, response);
+        response.set_content(given.body ? *given.body : std::string(), given.content_type.c_str());
+    }
+
+    void send_live(const http_answer& given, httplib::Response& response)
+    {
+        if (m_live.fetch_add(1) >= m_bounds.live_connections) {
+            --m_live;
+            response.set_header("Retry-After", "5");
+            return text_answer(response, 503, "503\n");
+        }
+        auto& stream = *current;
+        const auto send_next = [next = given.live, &stream](std::size_t, httplib::DataSink& sink) {
+            const auto text = next();
+            stream.begin_writing();
+            return text && sink.write(text->data(), text->size());
+        };
+        response.set_chunked_content_provider("text/event-stream", send_next, [this](bool) { --m_live; });
+    }
+
+    /// The connection that the thread serves.
+    static thread_local bounded_stream* current;
+
+    responder m_respond;
+    limits m_bounds;
+    std::atomic<std::size_t> m_live{0};
+};
+
+thread_local bounded_stream* http_server::server::current = nullptr;
+
+http_server::http_server(responder respond, const limits& bounds)
+    : m_server(std::make_unique<server>(std::move(respond), bounds))
+{}
+
+http_server::~http_server() { stop(); }
+
+std::optional<http_address> parse_http_address(const std::string& text)
+{
+    http_address address;
+    const auto colon = text.rfind(':');
+    if (colon != std::string::npos)
+        address.host = text.substr(0, colon);
+    if (address.host.size() > 2 && address.host.front() == '[' && address.host.back() == ']')
+        address.host = address.host.substr(1, address.host.size() - 2);
+    else if (address.host.find(':') != std::string::npos)
+        return std::nullopt;
+    const auto port = colon == std::string::npos ? text : text.substr(colon + 1);
+    if (address.host.empty() || !tools::parse_number(port, address.port))
+        return std::nullopt;
+    return address;
+}
+
+bool http_server::start(const http_address& address)
+{
+    errno = 0;
+    m_server->port = address.port;
+    if (address.port == 0)
+        m_server->port = m_server->bind_to_any_port(address.host);
+    else if (!m_server->bind_to_port(address.host, address.port))
+        m_server->port = -1;
+    if (m_server->port < 0) {
+        m_error = "cannot listen on " + address.host + ":" + std::to_string(address.port) + ": " +
+                  (errno != 0 ? std::strerror(errno) : "not an address of this host");
+        return false;
+    }
+    m_server->listener = std::thread([this] {
+        m_server->listen_after_bind();
+        m_server->has_ended = true;
+    });
+    return true;
+}
+
+void http_server::stop()
+{
+    if (!m_server->listener.joinable())
+        return;
+    while (!m_server->is_running() && !m_server->has_ended)
+        std::this_thread::yield();
+    m_server->httplib::Server::stop();
+    m_server->listener.join();
+}
+
+std::uint16_t http_server::port() const { return static_cast<std::uint16_t>(m_server->port); }
+} // namespace monitor

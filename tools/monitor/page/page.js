@@ -1,0 +1,265 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+'use strict';
+
+// Whatever comes from a stream enters the page as text through these two, never as markup.
+function node(tag, options = {}, ...children) {
+  const made = document.createElement(tag);
+  for (const [name, value] of Object.entries(options)) made.setAttribute(name, value);
+  made.append(...children.filter((child) => child !== null));
+  return made;
+}
+
+function drawing(tag, options = {}, ...children) {
+  const made = document.createElementNS('http://www.w3.org/2000/svg', tag);
+  for (const [name, value] of Object.entries(options)) made.setAttribute(name, value);
+  made.append(...children);
+  return made;
+}
+
+const main = document.getElementById('main');
+const link = document.getElementById('link');
+const summary = document.getElementById('summary');
+
+function rate(bits) {
+  for (const [unit, size] of [['Gbit/s', 1e9], ['Mbit/s', 1e6], ['kbit/s', 1e3]])
+    if (bits >= size) return (bits / size).toFixed(2) + ' ' + unit;
+  return (bits || 0) + ' bit/s';
+}
+
+const count = (number) => Number(number || 0).toLocaleString('en');
+
+function line(points, width, height) {
+  const highest = Math.max(...points, 1);
+  return points.map((value, at) => {
+    const x = points.length > 1 ? at * width / (points.length - 1) : 0;
+    return x.toFixed(1) + ',' + (height - value * (height - 2) / highest - 1).toFixed(1);
+  }).join(' ');
+}
+
+function spark(points) {
+  return drawing('svg', {class: 'spark', viewBox: '0 0 120 24', preserveAspectRatio: 'none', 'aria-hidden': 'true'},
+    drawing('polyline', {points: line(points, 120, 24)}));
+}
+
+const light = (state) => node('span', {class: 'light ' + state}, state);
+const streamAddress = (name) => '/stream/' + encodeURIComponent(name);
+
+// The list of streams.
+
+const columns = [
+  ['state', 'State', (stream) => ['closed', 'silent', 'bad', 'warning', 'waiting', 'good'].indexOf(stream.state)],
+  ['name', 'Stream', (stream) => stream.name],
+  ['rate', 'Bit rate', (stream) => stream.bit_rate],
+  ['lost', 'Lost', (stream) => stream.lost + stream.kernel_drops],
+  ['p1', 'Priority 1', (stream) => stream.errors[0]],
+  ['p2', 'Priority 2', (stream) => stream.errors[1]],
+  ['service', 'First service', (stream) => stream.service],
+];
+const sorting = {column: 'name', down: false};
+const rows = new Map();
+const longestSpark = 60;
+let filterText = '';
+let streams = [];
+
+function makeRow(stream) {
+  const cells = columns.map(([id, label]) => node('td', ['state', 'name'].includes(id) ? {} :
+    {'data-label': label, class: id === 'service' ? '' : 'number'}));
+  const row = {line: node('tr', {}, ...cells), cells, points: []};
+  cells[1].append(node('a', {href: streamAddress(stream.name)}, stream.name));
+  return row;
+}
+
+function showErrors(cell, number, active) {
+  cell.textContent = count(number);
+  cell.classList.toggle('hot', active);
+}
+
+function updateRow(row, stream) {
+  row.points = stream.recent || row.points.concat(stream.bit_rate).slice(-longestSpark);
+  const [state, , bits, lost, first, second, service] = row.cells;
+  if (state.textContent !== stream.state) state.replaceChildren(light(stream.state));
+  state.title = stream.fault || stream.active.join(', ');
+  bits.replaceChildren(rate(stream.bit_rate) + ' ', spark(row.points));
+  showErrors(lost, stream.lost + stream.kernel_drops, stream.active.includes('loss'));
+  showErrors(first, stream.errors[0], stream.active.some((check) => check.startsWith('1.')));
+  showErrors(second, stream.errors[1], stream.active.some((check) => check.startsWith('2.')));
+  service.textContent = stream.fault || stream.service || '';
+  service.classList.toggle('hot', Boolean(stream.fault));
+}
+
+function orderRows(body) {
+  const key = columns.find(([id]) => id === sorting.column)[2];
+  const compare = (one, other) => {
+    const [first, second] = [key(one), key(other)];
+    const order = typeof first === 'string' ? first.localeCompare(second, 'en', {numeric: true}) : first - second;
+    return (sorting.down ? -order : order) || one.name.localeCompare(other.name, 'en', {numeric: true});
+  };
+  const wanted = streams.filter((stream) => (stream.name + ' ' + stream.service + ' ' + stream.address)
+    .toLowerCase().includes(filterText)).sort(compare).map((stream) => rows.get(stream.name).line);
+  if (wanted.length !== body.children.length || wanted.some((row, at) => row !== body.children[at]))
+    body.replaceChildren(...wanted);
+}
+
+function showSummary() {
+  const states = {};
+  for (const stream of streams) states[stream.state] = (states[stream.state] || 0) + 1;
+  const total = streams.reduce((sum, stream) => sum + stream.bit_rate, 0);
+  const parts = Object.entries(states).map(([state, number]) => number + ' ' + state);
+  summary.textContent = streams.length + ' streams' + (parts.length ? ': ' + parts.join(', ') : '') + ', ' + rate(total);
+}
+
+function showList() {
+  const body = node('tbody');
+  const heads = columns.map(([id, label]) => {
+    const button = node('button', {type: 'button'}, label);
+    const head = node('th', {scope: 'col', class: ['state', 'name', 'service'].includes(id) ? '' : 'number'}, button);
+    button.addEventListener('click', () => {
+      sorting.down = sorting.column === id && !sorting.down;
+      sorting.column = id;
+      markSorted();
+      orderRows(body);
+    });
+    return [id, head];
+  });
+  const markSorted = () => heads.forEach(([id, head]) => head.setAttribute('aria-sort',
+    id !== sorting.column ? 'none' : sorting.down ? 'descending' : 'ascending'));
+  const filter = node('input', {type: 'search', placeholder: 'Filter', 'aria-label': 'Filter'});
+  filter.addEventListener('input', () => {
+    filterText = filter.value.toLowerCase();
+    orderRows(body);
+  });
+  markSorted();
+  main.replaceChildren(filter, node('section', {class: 'scroll'},
+    node('table', {class: 'list'}, node('thead', {}, node('tr', {}, ...heads.map(([, head]) => head))), body)));
+  follow('/api/streams', '/live', (told) => {
+    streams = told.streams;
+    const names = new Set(streams.map((stream) => stream.name));
+    for (const name of rows.keys()) if (!names.has(name)) rows.delete(name);
+    for (const stream of streams) {
+      if (!rows.has(stream.name)) rows.set(stream.name, makeRow(stream));
+      updateRow(rows.get(stream.name), stream);
+    }
+    orderRows(body);
+    showSummary();
+  });
+}
+
+// One stream.
+
+function shown(key, value) {
+  if (value === null || value === undefined || value === '') return '';
+  if (/(^|_)bit_rate$/.test(key)) return rate(value);
+  if (/(^|_)(pid|PID)$/.test(key) && Number.isInteger(value))
+    return '0x' + value.toString(16).toUpperCase().padStart(4, '0');
+  if (Array.isArray(value)) return value.map((part) => shown(key, part)).join(', ');
+  if (typeof value === 'object')
+    return Object.entries(value).map(([name, part]) => name + ' ' + shown(name, part)).join(', ');
+  if (typeof value === 'boolean') return value ? 'yes' : 'no';
+  return String(value);
+}
+
+const words = (key) => key.replace(/_/g, ' ');
+
+function tableOf(entries) {
+  const keys = [...new Set(entries.flatMap(Object.keys))];
+  const cell = (entry, key) => {
+    const text = shown(key, entry[key]);
+    return node('td', {class: text.length > 40 ? 'wide' : ''}, text);
+  };
+  return node('div', {class: 'scroll'}, node('table', {},
+    node('thead', {}, node('tr', {}, ...keys.map((key) => node('th', {scope: 'col'}, words(key))))),
+    node('tbody', {}, ...entries.map((entry) => node('tr', {}, ...keys.map((key) => cell(entry, key)))))));
+}
+
+const listOf = (values) => node('dl', {}, ...Object.entries(values).map(([key, value]) =>
+  node('div', {}, node('dt', {}, words(key)), node('dd', {}, shown(key, value)))));
+
+function chart(points) {
+  const highest = Math.max(...points, 0);
+  return [
+    node('div', {class: 'scale'}, node('span', {}, rate(highest)),
+      node('span', {}, 'now ' + rate(points[points.length - 1]))),
+    drawing('svg', {class: 'chart', viewBox: '0 0 600 100', preserveAspectRatio: 'none', role: 'img',
+      'aria-label': 'bit rate'},
+      drawing('line', {x1: 0, x2: 600, y1: 99, y2: 99}), drawing('polyline', {points: line(points, 600, 100)})),
+    node('div', {class: 'scale'}, node('span', {}, Math.ceil(points.length / 60) + ' min ago'), node('span', {}, 'now')),
+  ];
+}
+
+function checkPanel(checks) {
+  const one = (check) => {
+    const state = check.state === 'failing' ? 'failing' : check.state === 'ok' ? (check.count ? 'was' : 'ok') : 'none';
+    const told = node('div', {class: 'check ' + state}, check.number + ' ' + check.name);
+    told.append(node('div', {class: 'dim'}, check.state === 'not applicable' ? check.state :
+      count(check.count) + ' in ' + count(check.error_seconds) + ' s'));
+    if (check.detail) told.append(node('div', {class: 'dim'}, check.detail));
+    return told;
+  };
+  return [1, 2, 3].flatMap((priority) => {
+    const own = checks.filter((check) => check.priority === priority);
+    return own.length === 0 ? [] : [node('h2', {}, 'Priority ' + priority), node('div', {class: 'checks'}, ...own.map(one))];
+  });
+}
+
+const part = (title, ...content) => node('section', {}, node('h2', {}, title), ...content);
+
+function showStream(name) {
+  document.title = name + ' - zq-monitor';
+  const own = '/' + encodeURIComponent(name);
+  follow('/api/streams' + own, '/live' + own, (told) => {
+    summary.textContent = '';
+    // A table that is being scrolled or marked stays as it is.
+    if (String(document.getSelection())) return;
+    const offsets = [...main.querySelectorAll('.scroll')].map((box) => box.scrollLeft);
+    main.replaceChildren(
+      node('section', {}, node('h1', {}, light(told.state), ' ' + told.name),
+        node('div', {class: 'dim'}, told.address + (told.interface ? ' on ' + told.interface : '')),
+        told.fault ? node('div', {class: 'hot'}, told.fault) : null),
+      part('Bit rate', ...chart(told.history)),
+      part('TR 101 290', ...checkPanel(told.checks || [])),
+      part('Network', listOf(told.network || {})),
+      ...['services', 'pids', 'pcr', 'tables', 'splices', 'plps'].filter((key) => (told[key] || []).length > 0)
+        .map((key) => part(key === 'pids' ? 'PIDs' : key === 'plps' ? 'T2-MI' : key === 'pcr' ? 'PCR' : words(key),
+          tableOf(told[key]))),
+      part('Events', tableOf((told.events || []).slice().reverse())));
+    main.querySelectorAll('.scroll').forEach((box, at) => { box.scrollLeft = offsets[at] || 0; });
+  });
+}
+
+// What the server tells: all at once, then each second; asked for again and again where it tells nobody else.
+
+function follow(address, live, show) {
+  const say = (text) => { link.textContent = text; };
+  const ask = () => fetch(address).then((answer) => {
+    if (answer.status === 404) throw new Error('There is no such stream.');
+    if (!answer.ok) throw new Error('The monitor is busy.');
+    return answer.json();
+  }).then((told) => { show(told); say(''); });
+  const poll = () => ask().catch((fault) => say(fault.message)).then(() => setTimeout(poll, 5000));
+  const listen = () => {
+    const source = new EventSource(live);
+    source.onmessage = (message) => {
+      show(JSON.parse(message.data));
+      say('');
+    };
+    source.onerror = () => {
+      say('No connection to the monitor.');
+      if (source.readyState === EventSource.CLOSED) setTimeout(poll, 5000);
+    };
+  };
+  ask().then(listen, (fault) => {
+    say(fault.message);
+    setTimeout(() => follow(address, live, show), 5000);
+  });
+}
+
+function nameIn(path) {
+  try {
+    return decodeURIComponent(path.slice('/stream/'.length));
+  } catch (fault) {
+    return path;
+  }
+}
+
+if (location.pathname.startsWith('/stream/')) showStream(nameIn(location.pathname));
+else showList();

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#pragma once
+#include "tools/monitor/line_spooler.h"
+#include "tools/monitor/terminal_view.h"
+
+#include <string>
+#include <vector>
+
+#include <termios.h>
+
+namespace monitor
+{
+/// The terminal, taken over while this lives. What is drawn goes out from a thread of its own: a terminal that is held
+/// misses pictures, and nothing else.
+class terminal_screen
+{
+public:
+    /// Whether there is one that can be drawn on.
+    [[nodiscard]] static bool is_there();
+
+    terminal_screen();
+    ~terminal_screen();
+    terminal_screen(const terminal_screen&) = delete;
+    terminal_screen& operator=(const terminal_screen&) = delete;
+
+    void draw(const survey& all);
+    /// Whether there are keys to wait for on standard input.
+    [[nodiscard]] bool has_keys() const { return m_has_keys; }
+    /// Takes the keys that were pressed. False when one of them ends the program.
+    [[nodiscard]] bool take_keys(std::size_t streams);
+
+private:
+    bool m_has_keys;
+    termios m_before{};
+    terminal_view m_view;
+    line_spooler m_output;
+};
+} // namespace monitor

@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tools/monitor/watched_stream.h"
+
+#include "tools/common/udp_address.h"
+#include "tools/monitor/shard.h"
+#include "zq_net/nanoseconds.h"
+
+#include <algorithm>
+#include <ctime>
+#include <utility>
+
+namespace monitor
+{
+namespace
+{
+using zq_net::ms;
+using zq_net::second;
+
+constexpr std::uint64_t tick_interval = 100 * ms;
+/// More at a time would keep the other streams waiting.
+constexpr unsigned most_calls = 32;
+/// Asking for fewer would need a second call to learn that there are no more.
+constexpr std::size_t fewest_slots = 8;
+
+/// Whether the packets lie as they should, but for some that are damaged.
+bool is_aligned(const zq_net::piece& bytes)
+{
+    if (bytes.size % zq_net::ts_packet_size != 0)
+        return false;
+    std::size_t good = 0;
+    for (std::size_t at = 0; at < bytes.size; at += zq_net::ts_packet_size)
+        good += bytes.data[at] == zq_net::ts_sync_byte ? 1 : 0;
+    return 2 * good >= bytes.size / zq_net::ts_packet_size;
+}
+} // namespace
+
+moment moment::now()
+{
+    timespec time{};
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    const auto seconds = static_cast<std::uint64_t>(time.tv_sec);
+    return {seconds * second + static_cast<std::uint64_t>(time.tv_nsec), zq_net::real_time()};
+}
+
+watched_stream::watched_stream(stream_settings settings)
+    : m_settings(std::move(settings)), m_monitor(m_settings.limits, &m_notes)
+{}
+
+std::shared_ptr<const snapshot> watched_stream::last() const
+{
+    const std::lock_guard lock{m_mutex};
+    return m_last;
+}
+
+bool watched_stream::work(const moment& now, std::vector<unsigned char>& memory)
+{
+    m_notes.set_offset(now.real - now.clock);
+    if (!m_is_open && now.clock >= m_next_try)
+        open(now);
+    const bool more = m_is_open && drain(now, memory);
+    if (now.clock >= m_next_tick) {
+        m_next_tick = now.clock + tick_interval;
+        m_monitor.tick(now.clock);
+    }
+    if (now.clock >= m_next_report)
+        publish(now);
+    return more;
+}
+
+void watched_stream::open(const moment& now)
+{
+    m_next_try = now.clock + retry_interval;
+    m_next_report = std::min(m_next_report, now.clock);
+    auto settings = tools::parse_udp_address(m_settings.address);
+    if (!settings) {
+        m_fault = stream_address_fault(m_settings.address);
+        return;
+    }
+    settings->interface = m_settings.interface;
+    settings->buffer_size = m_settings.buffer_size;
+    zq_net::input_settings input;
+    input.legs.push_back(*settings);
+    // Damaged sync bytes are the monitor's to find.
+    input.align = false;
+    input.waits = false;
+    m_is_open = m_input.open(input);
+    m_fault = m_is_open ? std::string() : m_input.error();
+}
+
+bool watched_stream::drain(const moment& now, std::vector<unsigned char>& memory)
+{
+    for (unsigned call = 0; call < most_calls; ++call) {
+        const std::size_t slots = std::max(fewest_slots, m_input.wanted_slots());
+        const std::size_t slot_size = m_input.wanted_slot_size();
+        memory.resize(std::max(memory.size(), slots * slot_size));
+        const auto got = m_input.receive(memory.data(), slots, slot_size);
+        for (const auto& bytes : m_input.pieces())
+            analyse(bytes, now);
+        if (got == zq_net::transport_input::result::failed) {
+            m_fault = m_input.error();
+            m_is_open = false;
+            m_next_try = now.clock + retry_interval;
+            m_input.close();
+            return false;
+        }
+        if (m_input.datagrams_read() < slots)
+            return false;
+    }
+    return true;
+}
+
+void watched_stream::analyse(const zq_net::piece& bytes, const moment& now)
+{
+    // Stamped by a clock that may be set; when it was, `now` is nearer to the truth.
+    const std::uint64_t age = now.real > bytes.arrival ? now.real - bytes.arrival : 0;
+    const std::uint64_t arrival = std::max(m_last_arrival, now.clock - std::min(age, now.clock));
+    m_last_arrival = std::min(arrival, std::max(m_last_arrival, now.clock));
+    if (bytes.gap)
+        m_monitor.note_gap();
+    if (m_aligner.awaited() == 0 && is_aligned(bytes))
+        m_monitor.put(bytes.data, bytes.size / zq_net::ts_packet_size, m_last_arrival);
+    else
+        find_packets(bytes, m_last_arrival);
+}
+
+void watched_stream::find_packets(const zq_net::piece& bytes, std::uint64_t arrival)
+{
+    const std::uint64_t dropped = m_aligner.dropped_bytes();
+    m_aligned.clear();
+    if (m_aligner.put(bytes, m_aligned) == zq_net::ts_aligner::verdict::not_ts) {
+        ++m_not_ts;
+        m_monitor.note_sync_loss(arrival);
+    } else if (m_aligner.dropped_bytes() > dropped) {
+        m_monitor.note_sync_loss(arrival);
+    }
+    for (const auto& packets : m_aligned)
+        m_monitor.put(packets.data, packets.size / zq_net::ts_packet_size, arrival);
+}
+
+void watched_stream::publish(const moment& now)
+{
+    // Each stream at a time of its own within the second, so that the work for all does not come at once.
+    const std::uint64_t phase = fnv1a(m_settings.name) % (second / ms) * ms;
+    const std::unique_lock lock{m_mutex, std::try_to_lock};
+    if (!lock.owns_lock())
+        return;
+    m_next_report = now.clock - (now.clock - phase) % second + second;
+    m_last = look(now);
+}
+
+std::shared_ptr<const snapshot> watched_stream::look(const moment& now)
+{
+    auto seen = std::make_shared<snapshot>();
+    seen->time = now.real;
+    seen->clock = now.clock;
+    seen->fault = m_fault;
+    if (m_is_open) {
+        seen->is_rtp = m_input.sees_rtp();
+        seen->input = m_input.figures();
+        seen->input.not_ts += m_not_ts;
+        seen->input.resync_bytes += m_aligner.dropped_bytes();
+    }
+    seen->is_synchronised = m_monitor.is_synchronised();
+    seen->checks = m_monitor.checks();
+    const auto& contents = m_monitor.contents();
+    seen->has_PAT = contents.has_PAT;
+    seen->transport_stream_id = contents.transport_stream_id;
+    seen->services = contents.services;
+    for (const auto& [identity, version] : contents.tables)
+        seen->tables.push_back({identity, version});
+    for (const auto* const PID : contents.PIDs.all()) {
+        auto& kept = seen->PIDs.emplace_back();
+        kept.figures = *PID;
+        if (PID->PCR != nullptr)
+            kept.PCR = *PID->PCR;
+        kept.figures.PCR = nullptr;
+    }
+    seen->packets = contents.packets;
+    seen->null_packets = contents.null_packets;
+    seen->scrambled_packets = contents.scrambled_packets;
+    seen->null_share = contents.null_share();
+    seen->splices = m_notes.splices();
+    seen->changes = m_notes.changes();
+    return seen;
+}
+} // namespace monitor
