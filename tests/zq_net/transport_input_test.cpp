@@ -96,6 +96,35 @@ TEST(TransportInput, LendsWhatItReceivedUncopied)
     EXPECT_EQ(to.out, pattern(1316));
 }
 
+TEST(TransportInput, ThatDoesNotWaitTakesWhatLiesThereAndComesBack)
+{
+    const support::watchdog watchdog;
+    zq_net::input_settings settings;
+    settings.waits = false;
+    stand to{settings};
+    EXPECT_EQ(to.receive(), result::nothing);
+    EXPECT_EQ(to.input.datagrams_read(), 0U);
+    to.send(pattern(1316));
+    EXPECT_EQ(to.receive(), result::data);
+    EXPECT_EQ(to.input.datagrams_read(), 1U);
+    EXPECT_EQ(to.out, pattern(1316));
+    EXPECT_EQ(to.receive(), result::nothing);
+}
+
+TEST(TransportInput, ThatDoesNotWaitLetsAPacketOutOfOrderGoWhenItsTimeIsOver)
+{
+    const support::watchdog watchdog;
+    zq_net::input_settings settings;
+    settings.waits = false;
+    stand to{settings};
+    to.send(rtp_datagram(1, pattern(188, 1)));
+    to.send(rtp_datagram(3, pattern(188, 3)));
+    while (to.out.size() < 2 * 188)
+        to.receive();
+    EXPECT_EQ(to.gaps, 1);
+    EXPECT_EQ(to.input.figures().rtp_lost, 1U);
+}
+
 TEST(TransportInput, MakesOnePieceOfABurst)
 {
     stand to;

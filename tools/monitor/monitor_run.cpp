@@ -136,7 +136,7 @@ void monitor_run::watch()
     std::uint64_t next = moment::now().clock + 100 * ms;
     const auto is_over = [this] {
         const int error = m_output.state().error;
-        return tools::is_asked_to_end() || error == EPIPE || error == EIO;
+        return tools::is_asked_to_end() || error == EPIPE || (m_screen && m_screen->is_gone());
     };
     while (!is_over()) {
         if (std::exchange(asked_to_read_again, 0) != 0)

@@ -24,6 +24,8 @@ public:
     terminal_screen& operator=(const terminal_screen&) = delete;
 
     void draw(const survey& all);
+    /// Whether nothing can be drawn any more, because the terminal was closed.
+    [[nodiscard]] bool is_gone() const { return m_output.state().error != 0; }
     /// Whether there are keys to wait for on standard input.
     [[nodiscard]] bool has_keys() const { return m_has_keys; }
     /// Takes the keys that were pressed. False when one of them ends the program.

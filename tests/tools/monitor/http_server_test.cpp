@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tools/monitor/http_server.h"
+
+#include "http_client.h"
+#include "support/watchdog.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <thread>
+
+namespace http_server_test
+{
+using monitor::http_answer;
+using monitor::http_server;
+using monitor_http::ask;
+using monitor_http::connection;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+/// A server that tells back the path, or without end on /live until it is stopped.
+class HttpServer : public testing::Test
+{
+protected:
+    void start(const http_server::limits& bounds = {})
+    {
+        server.emplace([this](const std::string& path) { return answer(path); }, bounds);
+        ASSERT_TRUE(server->start({"127.0.0.1", 0})) << server->error();
+        port = server->port();
+    }
+    void TearDown() override
+    {
+        ended = true;
+        server.reset();
+    }
+
+    http_answer answer(const std::string& path)
+    {
+        http_answer given;
+        if (path == "/live")
+            given.live = [this]() -> std::shared_ptr<const std::string> {
+                if (ended)
+                    return nullptr;
+                std::this_thread::sleep_for(std::chrono::milliseconds{1});
+                return std::make_shared<const std::string>("data: x\n\n");
+            };
+        else
+            given.body = std::make_shared<const std::string>(path == "/large" ? std::string(large, 'x') : path);
+        ++answered;
+        return given;
+    }
+
+    static constexpr std::size_t large = std::size_t{64} << 20;
+
+    support::watchdog watchdog;
+    std::atomic<bool> ended{false};
+    std::atomic<unsigned> answered{0};
+    std::uint16_t port = 0;
+    std::optional<http_server> server;
+};
+
+http_server::limits small()
+{
+    http_server::limits bounds;
+    bounds.workers = 2;
+    bounds.live_connections = 1;
+    bounds.waiting = 2;
+    bounds.request_time = bounds.write_time = std::chrono::milliseconds{300};
+    return bounds;
+}
+
+TEST_F(HttpServer, AnswersAndClosesAndForbidsForeignScripts)
+{
+    start();
+    const auto text = ask(port, "/a%20b?c=d");
+    EXPECT_THAT(text, StartsWith("HTTP/1.1 200 OK\r\n"));
+    EXPECT_THAT(text, HasSubstr("Content-Security-Policy: default-src 'none'; script-src 'self';"));
+    EXPECT_THAT(text, HasSubstr("X-Content-Type-Options: nosniff\r\n"));
+    EXPECT_THAT(text, HasSubstr("Connection: close\r\n"));
+    EXPECT_EQ(monitor_http::body_of(text), "/a b");
+}
+
+TEST_F(HttpServer, OnlyReads)
+{
+    start();
+    for (const auto* method : {"POST", "PUT", "DELETE", "PATCH", "OPTIONS"}) {
+        const auto text = ask(port, "/a", method);
+        EXPECT_THAT(text, StartsWith("HTTP/1.1 405 ")) << method;
+        EXPECT_THAT(text, HasSubstr("Allow: GET, HEAD\r\n")) << method;
+    }
+    EXPECT_EQ(answered, 0U);
+    EXPECT_EQ(monitor_http::body_of(ask(port, "/a", "HEAD")), "");
+    EXPECT_THAT(ask(port, "/a", "HEAD"), StartsWith("HTTP/1.1 200 OK\r\n"));
+}
+
+TEST_F(HttpServer, ABodyIsNotWaitedFor)
+{
+    start();
+    const connection to(port);
+    to.send("POST /a HTTP/1.1\r\nHost: x\r\nContent-Length: 1000000000\r\n\r\n");
+    EXPECT_THAT(to.receive(), StartsWith("HTTP/1.1 405 "));
+}
+
+TEST_F(HttpServer, RangesAreNotGiven)
+{
+    start();
+    const connection to(port);
+    to.send("GET /abc HTTP/1.1\r\nHost: x\r\nRange: bytes=0-,0-,0-,0-,0-\r\n\r\n");
+    EXPECT_EQ(monitor_http::body_of(to.receive()), "/abc");
+}
+
+TEST_F(HttpServer, ARequestThatIsTooLongIsCutOff)
+{
+    start();
+    const connection to(port);
+    to.send("GET /a HTTP/1.1\r\n");
+    std::string header = "X: " + std::string(1000, 'x') + "\r\n";
+    for (int count = 0; count < 100; ++count)
+        to.send(header);
+    EXPECT_THAT(to.receive(), Not(HasSubstr("200 OK")));
+    EXPECT_EQ(answered, 0U);
+    EXPECT_THAT(ask(port, "/b"), StartsWith("HTTP/1.1 200 OK"));
+}
+
+TEST_F(HttpServer, WhatIsNoHTTPIsRefused)
+{
+    start();
+    const std::vector<std::string> texts{std::string("\0\0\0\0\r\n\r\n", 8), "GET\r\n\r\n", "GET / HTTP/9.9\r\n\r\n",
+                                         std::string(5000, 'x') + "\r\n\r\n"};
+    for (const auto& text : texts) {
+        const connection to(port);
+        to.send(text);
+        EXPECT_THAT(to.receive(), Not(HasSubstr("200 OK")));
+    }
+    EXPECT_EQ(answered, 0U);
+}
+
+TEST_F(HttpServer, WhoSendsSlowlyIsCutOffHoweverSteadily)
+{
+    start(small());
+    const connection to(port);
+    const auto begun = std::chrono::steady_clock::now();
+    bool sent = to.send("GET / HTTP/1.1\r\n");
+    while (sent && std::chrono::steady_clock::now() < begun + std::chrono::seconds{20}) {
+        sent = to.send("X");
+        std::this_thread::sleep_for(std::chrono::milliseconds{20});
+    }
+    EXPECT_FALSE(sent);
+}
+
+TEST_F(HttpServer, WhoDoesNotReadIsCutOff)
+{
+    start(small());
+    const connection to(port);
+    to.send("GET /large HTTP/1.1\r\nHost: x\r\n\r\n");
+    ASSERT_TRUE(support::eventually([&] { return answered == 1; }));
+    // Both of two workers are free again, or the second of these would wait for ever.
+    const connection other(port);
+    other.send("GET /large HTTP/1.1\r\nHost: x\r\n\r\n");
+    EXPECT_TRUE(support::eventually([&] { return ask(port, "/b").find("200 OK") != std::string::npos; }));
+    EXPECT_LT(to.receive().size(), large);
+}
+
+TEST_F(HttpServer, TooManyAreToldToComeAgain)
+{
+    start(small());
+    std::deque<connection> many;
+    for (int count = 0; count < 30; ++count)
+        many.emplace_back(port).send("GET / HTTP/1.1\r\n");
+    const auto refused = [&] {
+        unsigned count = 0;
+        for (const auto& each : many)
+            count += each.receive().find("503 Service Unavailable") != std::string::npos ? 1 : 0;
+        return count;
+    };
+    EXPECT_GE(refused(), 30U - 2 * 4);
+    EXPECT_TRUE(support::eventually([&] { return ask(port, "/b").find("200 OK") != std::string::npos; }));
+}
+
+TEST_F(HttpServer, AThousandAtOnceAreServedOrRefusedAndNoneIsLeft)
+{
+    start();
+    std::vector<std::thread> clients;
+    std::atomic<unsigned> good{0}, refused{0};
+    for (int thread = 0; thread < 8; ++thread)
+        clients.emplace_back([&] {
+            std::deque<connection> many;
+            for (int count = 0; count < 125; ++count)
+                many.emplace_back(port).send("GET /a HTTP/1.1\r\nHost: x\r\n\r\n");
+            for (const auto& each : many) {
+                const auto text = each.receive();
+                good += text.find("200 OK") != std::string::npos ? 1 : 0;
+                refused += text.find("503 ") != std::string::npos ? 1 : 0;
+            }
+        });
+    for (auto& client : clients)
+        client.join();
+    EXPECT_GT(good, 0U);
+    EXPECT_LE(good + refused, 1000U);
+    EXPECT_THAT(ask(port, "/b"), StartsWith("HTTP/1.1 200 OK"));
+}
+
+TEST_F(HttpServer, LiveAnswersGoOnAndHaveABoundOfTheirOwn)
+{
+    start(small());
+    const connection first(port);
+    first.send("GET /live HTTP/1.1\r\nHost: x\r\n\r\n");
+    const auto text = first.receive("data: x\n\n");
+    EXPECT_THAT(text, HasSubstr("Content-Type: text/event-stream\r\n"));
+    EXPECT_THAT(ask(port, "/live"), StartsWith("HTTP/1.1 503 "));
+    EXPECT_THAT(ask(port, "/b"), StartsWith("HTTP/1.1 200 OK"));
+}
+
+TEST_F(HttpServer, AViewerWhoWentMakesRoomForTheNext)
+{
+    start(small());
+    for (int count = 0; count < 3; ++count)
+        EXPECT_TRUE(support::eventually([&] {
+            const connection viewer(port);
+            viewer.send("GET /live HTTP/1.1\r\nHost: x\r\n\r\n");
+            return viewer.receive("\r\n\r\n").find("200 OK") != std::string::npos;
+        }));
+}
+
+TEST_F(HttpServer, AViewerWhoDoesNotReadIsCutOff)
+{
+    start(small());
+    const connection viewer(port);
+    viewer.send("GET /live HTTP/1.1\r\nHost: x\r\n\r\n");
+    EXPECT_TRUE(support::eventually(
+        [&] {
+            const connection next(port);
+            next.send("GET /live HTTP/1.1\r\nHost: x\r\n\r\n");
+            return next.receive("\r\n\r\n").find("200 OK") != std::string::npos;
+        },
+        std::chrono::seconds{90}));
+}
+
+TEST_F(HttpServer, APortThatIsTakenIsTold)
+{
+    start();
+    http_server second([](const std::string&) { return http_answer(); });
+    EXPECT_FALSE(second.start({"127.0.0.1", port}));
+    EXPECT_EQ(second.error(), "cannot listen on 127.0.0.1:" + std::to_string(port) + ": Address already in use");
+    http_server elsewhere([](const std::string&) { return http_answer(); });
+    EXPECT_FALSE(elsewhere.start({"192.0.2.1", 0}));
+}
+
+TEST(HttpAddress, IsAPortWithOrWithoutAnAddress)
+{
+    EXPECT_EQ(monitor::parse_http_address("8080")->host, "127.0.0.1");
+    EXPECT_EQ(monitor::parse_http_address("8080")->port, 8080);
+    EXPECT_EQ(monitor::parse_http_address("0.0.0.0:80")->host, "0.0.0.0");
+    EXPECT_EQ(monitor::parse_http_address("[::1]:80")->host, "::1");
+    for (const auto* wrong : {"", ":80", "::1:80", "80a", "65536", "a:", "[]:80"})
+        EXPECT_FALSE(monitor::parse_http_address(wrong)) << wrong;
+}
+} // namespace http_server_test

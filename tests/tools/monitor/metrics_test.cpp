@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "tools/monitor/metrics.h"
+
+#include "surveys.h"
+
+#include <gmock/gmock.h>
+
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace metrics_test
+{
+using monitor_surveys::add_PID;
+using monitor_surveys::change;
+using monitor_surveys::noon;
+using monitor_surveys::report_of;
+using monitor_surveys::survey_of;
+using testing::HasSubstr;
+using testing::Not;
+
+template <class... Reports>
+std::string metrics_of(Reports... reports)
+{
+    return metrics_text(*survey_of(std::move(reports)...), {"1.2.3", noon});
+}
+
+TEST(Metrics, HaveTheNamesThatAlertsAreWrittenFor)
+{
+    const std::string text = metrics_of(report_of("News"));
+    std::vector<std::string> names;
+    const std::regex type("# TYPE (\\S+ \\S+)\n");
+    for (std::sregex_iterator found(text.begin(), text.end(), type), end; found != end; ++found)
+        names.push_back((*found)[1]);
+    EXPECT_THAT(names, testing::ElementsAre(
+                           "ts_build_info gauge", "process_start_time_seconds gauge", "ts_events_total counter",
+                           "ts_events_lost_total counter", "ts_input_info gauge", "ts_input_up gauge",
+                           "ts_input_datagrams_total counter", "ts_input_bytes_total counter",
+                           "ts_input_last_datagram_timestamp_seconds gauge", "ts_socket_drops_total counter",
+                           "ts_socket_receive_buffer_bytes gauge", "ts_malformed_datagrams_total counter",
+                           "ts_rejoins_total counter", "ts_source_changes_total counter",
+                           "ts_rtp_packets_expected_total counter", "ts_rtp_packets_lost_total counter",
+                           "ts_rtp_packets_reordered_total counter", "ts_rtp_packets_duplicate_total counter",
+                           "ts_rtp_packets_late_total counter", "ts_packets_total counter",
+                           "ts_null_packets_total counter", "ts_scrambled_packets_total counter",
+                           "ts_pid_packets_total counter", "ts_pid_continuity_errors_total counter",
+                           "ts_pcr_bytes_per_second gauge", "ts_tr101290_errors_total counter",
+                           "ts_tr101290_error_seconds_total counter", "ts_tr101290_active gauge"));
+}
+
+TEST(Metrics, EveryLineIsACommentOrASampleAndNoSampleComesTwice)
+{
+    auto report = report_of("a");
+    add_PID(report, 0x100, true);
+    std::istringstream lines(metrics_of(report, report_of("b")));
+    const std::regex sample(R"re(([a-z_0-9]+(\{[a-z_]+="([^"\\]|\\.)*"(,[a-z_]+="([^"\\]|\\.)*")*\})?) [0-9.e+-]+)re");
+    std::set<std::string> seen;
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch parts;
+        if (line.compare(0, 2, "# ") == 0)
+            continue;
+        ASSERT_TRUE(std::regex_match(line, parts, sample)) << line;
+        EXPECT_TRUE(seen.insert(parts[1]).second) << line;
+    }
+    EXPECT_GT(seen.size(), 100U);
+}
+
+TEST(Metrics, TellTheFiguresOfAStream)
+{
+    auto report = report_of("News");
+    report.settings.labels = {{"site", "north"}};
+    auto& seen = change(report);
+    seen.input.legs[0].kernel_drops = 4;
+    seen.input.legs[0].rtp.received = 997;
+    seen.input.rtp_lost = 3;
+    seen.checks.raise(mpegcore::Check::Continuity_count_error, 1, mpegcore::Finding::packets_missing, 2, 0x101);
+    const auto text = metrics_of(report);
+    EXPECT_THAT(text, HasSubstr("\nts_input_info{stream=\"News\",address=\"udp://239.1.1.1:5000\",interface=\"\","
+                                "site=\"north\"} 1\n"));
+    EXPECT_THAT(text, HasSubstr("\nts_input_bytes_total{stream=\"News\"} 1316000\n"));
+    EXPECT_THAT(text, HasSubstr("\nts_input_last_datagram_timestamp_seconds{stream=\"News\"} 1769860799.750\n"));
+    EXPECT_THAT(text, HasSubstr("\nts_socket_drops_total{stream=\"News\"} 4\n"));
+    EXPECT_THAT(text, HasSubstr("\nts_rtp_packets_expected_total{stream=\"News\"} 1000\n"));
+    EXPECT_THAT(text, HasSubstr("\nts_tr101290_errors_total{stream=\"News\",priority=\"1\",check=\"1.4\","
+                                "name=\"Continuity_count_error\"} 1\n"));
+    EXPECT_THAT(text, HasSubstr("check=\"2.2\",name=\"CRC_error\"} 0\n"));
+}
+
+TEST(Metrics, WhatIsNotCheckedHasNoState)
+{
+    auto report = report_of("News");
+    EXPECT_THAT(metrics_of(report), Not(HasSubstr("\nts_tr101290_active{")));
+    auto& checks = change(report).checks;
+    checks.suspend(false);
+    checks.applies(mpegcore::Check::CRC_error);
+    checks.settle(report.seen->clock);
+    EXPECT_THAT(metrics_of(report), HasSubstr("\nts_tr101290_active{stream=\"News\",priority=\"2\",check=\"2.2\","
+                                              "name=\"CRC_error\"} 0\n"));
+}
+
+TEST(Metrics, AStreamIsUpWhileDatagramsCome)
+{
+    auto report = report_of("News");
+    EXPECT_THAT(metrics_of(report), HasSubstr("\nts_input_up{stream=\"News\"} 1\n"));
+    for (const auto state :
+         {monitor::stream_state::closed, monitor::stream_state::silent, monitor::stream_state::waiting}) {
+        report.state = state;
+        EXPECT_THAT(metrics_of(report), HasSubstr("\nts_input_up{stream=\"News\"} 0\n"));
+    }
+}
+
+TEST(Metrics, NamesWithQuotesBackslashesAndBytesThatAreNoTextKeepTheirPlace)
+{
+    auto report = report_of("a\"b\\c\nd\xFF");
+    EXPECT_THAT(metrics_of(report), HasSubstr("\nts_input_up{stream=\"a\\\"b\\\\c\\nd\xEF\xBF\xBD\"} 1\n"));
+}
+
+TEST(Metrics, OfPIDsHaveABound)
+{
+    auto report = report_of("News");
+    for (unsigned PID = 0x20; PID < 0x20 + 2 * monitor::most_PIDs_with_metrics; ++PID)
+        add_PID(report, static_cast<std::uint16_t>(PID), PID != 0x20);
+    const auto text = metrics_of(report);
+    EXPECT_THAT(text, Not(HasSubstr("pid=\"0x0020\"")));
+    EXPECT_THAT(text, HasSubstr("ts_pid_packets_total{stream=\"News\",pid=\"0x0021\"} 10\n"));
+    EXPECT_THAT(text, HasSubstr("pid=\"0x0060\""));
+    EXPECT_THAT(text, Not(HasSubstr("pid=\"0x0061\"")));
+}
+} // namespace metrics_test

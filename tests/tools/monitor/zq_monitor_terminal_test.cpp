@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "support/udp_sender.h"
+#include "support/watchdog.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cstdlib>
+#include <string>
+
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace zq_monitor_terminal_test
+{
+using testing::HasSubstr;
+using testing::Not;
+
+/// The program on a terminal of its own.
+class on_terminal
+{
+public:
+    on_terminal(unsigned short columns, unsigned short rows, const char* kind)
+    {
+        winsize size{};
+        size.ws_col = columns;
+        size.ws_row = rows;
+        const std::string first = "News=udp://127.0.0.1:" + std::to_string(support::free_port());
+        const std::string second = "Sport=udp://192.0.2.1:5000";
+        m_child = forkpty(&m_terminal, nullptr, nullptr, &size);
+        if (m_child != 0)
+            return;
+        setenv("TERM", kind, 1);
+        setenv("NO_COLOR", "1", 1);
+        execl(ZQ_MONITOR, ZQ_MONITOR, first.c_str(), second.c_str(), nullptr);
+        _exit(127);
+    }
+    ~on_terminal()
+    {
+        close(m_terminal);
+        if (m_child > 0)
+            (void)exit_code();
+    }
+    on_terminal(const on_terminal&) = delete;
+    on_terminal& operator=(const on_terminal&) = delete;
+
+    void press(const std::string& keys) const { (void)!write(m_terminal, keys.data(), keys.size()); }
+    /// Reads up to where `text` stands; false when it never comes.
+    bool shows(const std::string& text)
+    {
+        return support::eventually([&] {
+            read_some();
+            return m_shown.find(text) != std::string::npos;
+        });
+    }
+    void forget() { m_shown.clear(); }
+    int exit_code()
+    {
+        int status = 0;
+        waitpid(m_child, &status, 0);
+        m_child = 0;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    [[nodiscard]] const std::string& shown() const { return m_shown; }
+
+private:
+    void read_some()
+    {
+        pollfd waited{m_terminal, POLLIN, 0};
+        std::array<char, 4096> part;
+        while (poll(&waited, 1, 0) > 0) {
+            const ssize_t got = read(m_terminal, part.data(), part.size());
+            if (got <= 0)
+                return;
+            m_shown.append(part.data(), static_cast<std::size_t>(got));
+        }
+    }
+
+    int m_terminal = -1;
+    pid_t m_child = -1;
+    std::string m_shown;
+};
+
+TEST(MonitorTerminal, DrawsTheTableInPlaceAndGivesTheTerminalBack)
+{
+    const support::watchdog watchdog;
+    on_terminal program(80, 10, "xterm");
+    EXPECT_TRUE(program.shows("> News     silent"));
+    EXPECT_TRUE(program.shows("  Sport    closed"));
+    EXPECT_THAT(program.shown(), testing::StartsWith("\033[?1049h\033[?25l"));
+    program.press("q");
+    EXPECT_TRUE(program.shows("\033[?25h\033[?1049l"));
+    EXPECT_EQ(program.exit_code(), 0);
+}
+
+TEST(MonitorTerminal, ArrowsChooseAStreamAndEnterShowsIt)
+{
+    const support::watchdog watchdog;
+    on_terminal program(80, 10, "xterm");
+    ASSERT_TRUE(program.shows("> News"));
+    program.press("\033[B");
+    EXPECT_TRUE(program.shows("> Sport"));
+    program.press("\r");
+    EXPECT_TRUE(program.shows("Sport: closed"));
+    EXPECT_TRUE(program.shows("udp://192.0.2.1:5000"));
+    program.forget();
+    program.press("\033[D");
+    EXPECT_TRUE(program.shows("> Sport"));
+    program.press("q");
+    EXPECT_EQ(program.exit_code(), 0);
+}
+
+TEST(MonitorTerminal, TwentyColumnsAreEnough)
+{
+    const support::watchdog watchdog;
+    on_terminal program(20, 4, "xterm");
+    EXPECT_TRUE(program.shows("> News     silent   \033[K"));
+    program.press("q");
+    EXPECT_EQ(program.exit_code(), 0);
+}
+
+TEST(MonitorTerminal, OneThatCannotMoveItsCursorGetsLines)
+{
+    const support::watchdog watchdog;
+    on_terminal program(80, 10, "dumb");
+    EXPECT_TRUE(program.shows(" News silent 0 bit/s"));
+    EXPECT_THAT(program.shown(), Not(HasSubstr("\033")));
+}
+
+TEST(MonitorTerminal, OneThatGoesAwayEndsTheProgram)
+{
+    const support::watchdog watchdog;
+    on_terminal program(80, 10, "xterm");
+    ASSERT_TRUE(program.shows("> News"));
+}
+} // namespace zq_monitor_terminal_test

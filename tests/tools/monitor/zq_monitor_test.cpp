@@ -1,0 +1,335 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "http_client.h"
+#include "support/Multiplex.h"
+#include "support/Program.h"
+#include "support/udp_sender.h"
+#include "support/watchdog.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <csignal>
+#include <deque>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <thread>
+
+#include <fcntl.h>
+
+namespace zq_monitor_test
+{
+using nlohmann::json;
+using support::eventually;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+/// The program as it is installed, running in the folder of the test.
+class running
+{
+public:
+    running(const std::filesystem::path& folder, std::vector<std::string> arguments)
+        : m_output(folder / "output"), m_errors(folder / "errors")
+    {
+        m_child = fork();
+        if (m_child != 0)
+            return;
+        const int output = open(m_output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+        const int errors = open(m_errors.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+        dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
+        dup2(output, STDOUT_FILENO);
+        dup2(errors, STDERR_FILENO);
+        std::vector<char*> words;
+        arguments.insert(arguments.begin(), ZQ_MONITOR);
+        for (auto& argument : arguments)
+            words.push_back(argument.data());
+        words.push_back(nullptr);
+        if (chdir(folder.c_str()) == 0)
+            execv(words[0], words.data());
+        _exit(127);
+    }
+    ~running()
+    {
+        if (m_child > 0)
+            end(SIGKILL);
+    }
+    running(const running&) = delete;
+    running& operator=(const running&) = delete;
+
+    /// The exit code, or -1 for a signal.
+    int end(int signal = SIGTERM)
+    {
+        int status = 0;
+        kill(m_child, signal);
+        waitpid(m_child, &status, 0);
+        m_child = 0;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    void read_again() const { kill(m_child, SIGHUP); }
+    [[nodiscard]] bool is_alive() const { return waitpid(m_child, nullptr, WNOHANG) == 0; }
+    [[nodiscard]] std::string output() const { return contents(m_output); }
+    [[nodiscard]] std::string errors() const { return contents(m_errors); }
+
+    /// Where it serves the page, once it says so; 0: it does not.
+    [[nodiscard]] std::uint16_t port() const
+    {
+        std::smatch found;
+        const std::regex address("http://127\\.0\\.0\\.1:([0-9]+)/");
+        std::string text;
+        const auto said = [&] {
+            text = errors();
+            return std::regex_search(text, found, address);
+        };
+        return eventually(said) ? static_cast<std::uint16_t>(std::stoul(found[1])) : std::uint16_t{0};
+    }
+
+private:
+    static std::string contents(const std::filesystem::path& file)
+    {
+        std::ifstream stream(file);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    std::filesystem::path m_output;
+    std::filesystem::path m_errors;
+    pid_t m_child;
+};
+
+class Monitor : public zqtest::Program
+{
+protected:
+    [[nodiscard]] Result run(const std::string& arguments) const { return shell("'" ZQ_MONITOR "' " + arguments); }
+    void write_text(const std::string& name, const std::string& text) const { std::ofstream(folder / name) << text; }
+
+    static std::string on_port(std::uint16_t port) { return "udp://127.0.0.1:" + std::to_string(port); }
+    static std::string entry(const std::string& name, std::uint16_t port)
+    {
+        return "[[stream]]\nname = \"" + name + "\"\naddress = \"" + on_port(port) + "\"\n";
+    }
+    static json streams_at(std::uint16_t port)
+    {
+        const auto body = monitor_http::body_of(monitor_http::ask(port, "/api/streams"));
+        const auto parsed = json::parse(body, nullptr, false);
+        return parsed.is_object() ? parsed["streams"] : json::array();
+    }
+
+    support::watchdog watchdog;
+};
+
+std::vector<unsigned char> datagram_with_service(const std::string& name)
+{
+    zqtest::Multiplex multiplex(1);
+    mpegcore::CSDT table(nullptr, 4098);
+    auto service = std::make_shared<mpegcore::CServiceDescriptionSection>();
+    service->service_id = 1;
+    auto text = std::make_shared<mpegcore::service_descriptor>();
+    text->service_type = 1;
+    text->service_name_length = static_cast<std::uint8_t>(name.size());
+    std::copy(name.begin(), name.end(), text->service_name.begin());
+    text->descriptor_length = static_cast<std::uint8_t>(3 + name.size());
+    service->descriptors.append(text);
+    table.table_id = 0x42;
+    table.section_syntax_indicator = 1;
+    table.current_next_indicator = 1;
+    table.transport_stream_id = 1;
+    table.services[1] = service;
+    zqtest::Stream stream;
+    stream.section(0, multiplex.PAT()).section(zqtest::Multiplex::PMT_PID(0), multiplex.PMT(0));
+    stream.section(0x11, zqtest::rendered(table));
+    return {stream.data.begin(), stream.data.end()};
+}
+
+TEST_F(Monitor, TellsWhatIsWrongWithAFileOfStreamsAndWhere)
+{
+    write_text("list.toml", entry("A", 5000) + entry("A", 5001) + "colour = 1\n");
+    const auto checked = run("--streams list.toml --check");
+    EXPECT_EQ(checked.exit_code, 1);
+    EXPECT_EQ(checked.text, "list.toml:5: there is a stream \"A\" already\nlist.toml:7: \"colour\" is unknown here\n");
+    EXPECT_EQ(run("--streams list.toml").exit_code, 1);
+    EXPECT_EQ(run("--streams nothing.toml --check").text, "nothing.toml: No such file or directory\n");
+}
+
+TEST_F(Monitor, TellsHowManyStreamsOfAGoodFileAreInItsShard)
+{
+    write_text("list.toml", entry("News", 5000) + entry("Sport", 5001) + entry("Film", 5002));
+    unsigned sum = 0;
+    for (const char index : {'0', '1', '2'}) {
+        const auto checked = run(std::string("--streams list.toml --check --shard ") + index + "/3");
+        EXPECT_EQ(checked.exit_code, 0);
+        EXPECT_THAT(checked.text, testing::MatchesRegex("list.toml: 3 streams, [0-3] of them in shard ./3\n"));
+        sum += static_cast<unsigned>(checked.text[22] - '0');
+    }
+    EXPECT_EQ(sum, 3U);
+}
+
+TEST_F(Monitor, RefusesWrongArguments)
+{
+    for (const auto* arguments :
+         {"", "239.1.1.1:5000", "udp://239.1.1.1", "A=", "--shard 3/3 udp://:5000", "--http x udp://:5000", "--check",
+          "--tick 0 udp://:5000", "--json --quiet udp://:5000"})
+        EXPECT_EQ(run(arguments).exit_code, 2) << arguments;
+    EXPECT_THAT(run("A=udp://:5000 A=udp://:5001").text, HasSubstr("there are two streams \"A\""));
+    EXPECT_THAT(run("--help").text, HasSubstr("--events FILE | -"));
+    EXPECT_THAT(run("--version").text, StartsWith("zq-monitor "));
+}
+
+TEST_F(Monitor, WritesALineOfJsonForEachStreamAndSecond)
+{
+    const auto port = support::free_port();
+    running program(folder, {"--json", "A=" + on_port(port), "B=" + on_port(support::free_port())});
+    ASSERT_TRUE(eventually([&] { return program.output().find('\n') != std::string::npos; }));
+    const support::udp_sender sender("127.0.0.1", port);
+    sender.send(datagram_with_service("One"));
+    ASSERT_TRUE(eventually([&] { return program.output().find("\"service\":\"One\"") != std::string::npos; }));
+    EXPECT_EQ(program.end(), 0);
+    std::istringstream lines(program.output());
+    std::string names;
+    for (std::string line; std::getline(lines, line);)
+        names += json::parse(line)["name"];
+    EXPECT_THAT(names, StartsWith("ABAB"));
+}
+
+TEST_F(Monitor, WritesPlainLinesIntoAPipe)
+{
+    running program(folder, {"A=" + on_port(support::free_port())});
+    ASSERT_TRUE(eventually([&] { return program.output().find(" A silent 0 bit/s, lost 0") != std::string::npos; }));
+    EXPECT_EQ(program.end(), 0);
+    EXPECT_EQ(program.output().find('\033'), std::string::npos);
+}
+
+TEST_F(Monitor, ServesThePageTheInterfaceAndTheMetrics)
+{
+    const auto port = support::free_port();
+    running program(folder, {"--http", "0", "A=" + on_port(port)});
+    const auto page = program.port();
+    ASSERT_NE(page, 0);
+    ASSERT_TRUE(eventually([&] { return monitor_http::ask(page, "/readyz").find("200 OK") != std::string::npos; }));
+    const support::udp_sender sender("127.0.0.1", port);
+    sender.send(datagram_with_service("<script>alert(1)</script>"));
+    ASSERT_TRUE(eventually([&] { return streams_at(page).at(0)["service"] == "<script>alert(1)</script>"; }));
+    EXPECT_THAT(monitor_http::ask(page, "/"), HasSubstr("Content-Type: text/html"));
+    EXPECT_THAT(monitor_http::ask(page, "/metrics"), HasSubstr("\nts_input_datagrams_total{stream=\"A\"} 1\n"));
+    EXPECT_THAT(monitor_http::ask(page, "/healthz"), HasSubstr("200 OK"));
+    const monitor_http::connection viewer(page);
+    viewer.send("GET /live/A HTTP/1.1\r\nHost: x\r\n\r\n");
+    EXPECT_THAT(viewer.receive("\n\n"), HasSubstr("text/event-stream"));
+    EXPECT_EQ(program.end(), 0);
+    EXPECT_EQ(program.output(), "");
+}
+
+TEST_F(Monitor, APortOfThePageThatIsTakenEndsIt)
+{
+    running first(folder, {"--http", "0", "A=" + on_port(support::free_port())});
+    EXPECT_THAT(run("--http " + std::to_string(first.port()) + " B=" + on_port(support::free_port())).text,
+                HasSubstr("Address already in use"));
+}
+
+TEST_F(Monitor, ReadsItsFileAgainAndLeavesAloneWhatStayedTheSame)
+{
+    const auto port = support::free_port();
+    write_text("list.toml", entry("A", port) + entry("B", support::free_port()));
+    running program(folder, {"--http", "0", "--streams", "list.toml"});
+    const auto page = program.port();
+    ASSERT_TRUE(eventually([&] { return monitor_http::ask(page, "/readyz").find("200 OK") != std::string::npos; }));
+    const support::udp_sender sender("127.0.0.1", port);
+    for (int count = 0; count < 10; ++count)
+        sender.send(datagram_with_service("One"));
+    write_text("list.toml", entry("C", support::free_port()) + entry("A", port));
+    program.read_again();
+    ASSERT_TRUE(eventually([&] { return streams_at(page).at(0)["name"] == "C"; }));
+    for (int count = 0; count < 10; ++count)
+        sender.send(datagram_with_service("One"));
+    EXPECT_TRUE(eventually([&] {
+        return monitor_http::ask(page, "/metrics").find("ts_input_datagrams_total{stream=\"A\"} 20\n") !=
+               std::string::npos;
+    }));
+    EXPECT_EQ(streams_at(page).size(), 2U);
+    write_text("list.toml", "nonsense");
+    program.read_again();
+    ASSERT_TRUE(eventually([&] { return program.errors().find("stay as they are") != std::string::npos; }));
+    EXPECT_THAT(program.errors(), HasSubstr("list.toml:1: "));
+    EXPECT_EQ(streams_at(page).size(), 2U);
+    EXPECT_EQ(program.end(), 0);
+}
+
+TEST_F(Monitor, WritesTheBeginningAndTheEndOfAnAlarm)
+{
+    const auto port = support::free_port();
+    running program(folder, {"--events", "events", "--hold-off", "0", "--http", "0", "A=" + on_port(port)});
+    const auto page = program.port();
+    ASSERT_TRUE(eventually([&] { return monitor_http::ask(page, "/readyz").find("200 OK") != std::string::npos; }));
+    const support::udp_sender sender("127.0.0.1", port);
+    auto damaged = datagram_with_service("One");
+    damaged[188 + 1] |= 0x80;
+    const auto told = [&](const std::string& kind) {
+        std::ifstream lines(folder / "events");
+        for (std::string line; std::getline(lines, line);)
+            if (const auto parsed = json::parse(line, nullptr, false);
+                parsed.is_object() && parsed["check"] == "2.1" && parsed["event"] == kind)
+                return true;
+        return false;
+    };
+    sender.send(datagram_with_service("One"));
+    sender.send(datagram_with_service("One"));
+    sender.send(datagram_with_service("One"));
+    sender.send(damaged);
+    EXPECT_TRUE(eventually([&] { return told("begin"); }));
+    EXPECT_TRUE(eventually([&] { return told("end"); }));
+    EXPECT_EQ(program.end(), 0);
+}
+
+TEST_F(Monitor, AFullDiskUnderTheEventsIsToldAndNothingEnds)
+{
+    running program(folder, {"--events", "/dev/full", "--http", "0", "A=udp://192.0.2.1:5000"});
+    const auto page = program.port();
+    ASSERT_TRUE(eventually([&] { return program.errors().find("No space left on device") != std::string::npos; }));
+    EXPECT_TRUE(eventually([&] {
+        const auto metrics = monitor_http::ask(page, "/metrics");
+        return std::regex_search(metrics, std::regex("\nts_events_lost_total [1-9]"));
+    }));
+    EXPECT_EQ(streams_at(page).at(0)["state"], "closed");
+    EXPECT_EQ(program.end(), 0);
+}
+
+TEST_F(Monitor, AFileForTheEventsThatCannotBeMadeEndsIt)
+{
+    const auto refused = run("--events /nowhere/events A=" + on_port(support::free_port()));
+    EXPECT_EQ(refused.exit_code, 1);
+    EXPECT_EQ(refused.text, "zq-monitor: /nowhere/events: No such file or directory\n");
+}
+
+TEST_F(Monitor, AReaderThatGoesAwayEndsIt)
+{
+    const auto read = shell("'" ZQ_MONITOR "' --json A=" + on_port(support::free_port()) + " | head -n 1 | wc -l");
+    EXPECT_EQ(read.exit_code, 0);
+    EXPECT_THAT(read.text, testing::MatchesRegex(" *1\n"));
+}
+
+TEST_F(Monitor, SlowAndSilentClientsDoNotTouchTheStreams)
+{
+    const auto port = support::free_port();
+    running program(folder, {"--http", "0", "A=" + on_port(port)});
+    const auto page = program.port();
+    ASSERT_TRUE(eventually([&] { return monitor_http::ask(page, "/readyz").find("200 OK") != std::string::npos; }));
+    std::deque<monitor_http::connection> clients;
+    for (int count = 0; count < 300; ++count) {
+        clients.emplace_back(page);
+        if (count % 3 == 1)
+            clients.back().send("GET /metrics HTTP/1.1\r\nX");
+        if (count % 3 == 2)
+            clients.back().send("GET /live HTTP/1.1\r\nHost: x\r\n\r\n");
+    }
+    const support::udp_sender sender("127.0.0.1", port);
+    for (int count = 0; count < 200; ++count) {
+        sender.send(datagram_with_service("One"));
+        std::this_thread::sleep_for(std::chrono::milliseconds{1});
+    }
+    clients.clear();
+    EXPECT_TRUE(eventually([&] {
+        return monitor_http::ask(page, "/metrics").find("ts_input_datagrams_total{stream=\"A\"} 200\n") !=
+               std::string::npos;
+    }));
+    EXPECT_EQ(program.end(), 0);
+}
+} // namespace zq_monitor_test
