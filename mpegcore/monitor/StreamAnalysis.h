@@ -74,11 +74,12 @@ private:
     SITimers m_SI;
     ProgramTables m_programs;
 
-    std::uint64_t m_now = 0;         ///< of the call at hand
-    std::uint64_t m_last_packet = 0; ///< when the last one came; 0: none yet
-    std::uint64_t m_begin = 0;       ///< of the first call
-    std::uint64_t m_times = 0;       ///< synchronised, as far as it was followed
-    std::size_t m_section_PIDs = 0;
+    std::uint64_t m_now = 0;             ///< of the call at hand
+    std::uint64_t m_last_packet = 0;     ///< when the last one came; 0: none yet
+    std::uint64_t m_begin = 0;           ///< of the first call
+    std::uint64_t m_times = 0;           ///< synchronised, as far as it was followed
+    std::size_t m_section_PIDs = 0;      ///< without those of fixed use
+    bool m_knows_all_programs = true;    ///< no bound keeps the PMT of one away
     std::uint64_t m_last_scrambled = 0;  ///< when a scrambled packet came last; 0: none yet
     std::uint64_t m_scrambled_since = 0; ///< without a pause of the limit for the CAT
     AbsenceTimer m_PAT, m_CAT;

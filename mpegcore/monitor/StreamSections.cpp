@@ -134,8 +134,12 @@ void StreamAnalysis::update_programs()
 {
     m_programs.update(m_contents.packets, m_last_packet);
     choose_T2MI_PID();
-    for (const auto& state : m_contents.PIDs.states())
+    m_knows_all_programs = m_contents.services.size() < ProgramTables::most_programs;
+    for (const auto& state : m_contents.PIDs.states()) {
         set_roles(*state);
+        if (state->figures.kind == PIDKind::PMT && !state->has_sections)
+            m_knows_all_programs = false;
+    }
 }
 
 void StreamAnalysis::choose_T2MI_PID()
@@ -167,11 +171,12 @@ void StreamAnalysis::watch_T2MI(int PID)
 void StreamAnalysis::set_roles(PIDState& state)
 {
     const PIDKind kind = state.figures.kind;
-    const bool wants_sections =
-        (kind >= PIDKind::PAT && kind <= PIDKind::TDT_TOT) || kind == PIDKind::PMT || kind == PIDKind::SCTE35;
-    if (wants_sections && !state.sections && m_section_PIDs < m_limits.most_section_PIDs) {
+    const bool is_fixed = kind >= PIDKind::PAT && kind <= PIDKind::TDT_TOT;
+    const bool wants_sections = is_fixed || kind == PIDKind::PMT || kind == PIDKind::SCTE35;
+    // Those of fixed use have their place in any case.
+    if (wants_sections && !state.sections && (is_fixed || m_section_PIDs < m_limits.most_section_PIDs)) {
         state.sections = std::make_unique<SectionGatherer>();
-        ++m_section_PIDs;
+        m_section_PIDs += is_fixed ? 0 : 1;
     } else if (!wants_sections && state.sections) {
         state.sections.reset();
         --m_section_PIDs;

@@ -62,7 +62,7 @@ void StreamAnalysis::tick_timers()
 void StreamAnalysis::tick_PID(PIDState& state)
 {
     const std::uint16_t PID = state.figures.PID;
-    if (state.figures.kind == PIDKind::PMT)
+    if (state.figures.kind == PIDKind::PMT && state.has_sections)
         look(state.PMT, since(state), m_limits.PMT, Check::PMT_error_2, PID);
     if (state.PCR)
         state.PCR->tick(m_last_packet, since(state), m_limits, m_checks);
@@ -96,8 +96,8 @@ void StreamAnalysis::check_reference(PIDState& state)
 {
     const std::uint64_t limit = m_limits.unreferenced_PID, last = state.figures.last_packet;
     const bool came_unreferenced = last > state.unreferenced_at && last - state.unreferenced_at > limit;
-    const bool is_stray =
-        limit != 0 && !state.figures.is_referenced && came_unreferenced && m_last_packet - last <= silence_to_pass;
+    const bool is_stray = limit != 0 && m_knows_all_programs && !state.figures.is_referenced && came_unreferenced &&
+                          m_last_packet - last <= silence_to_pass;
     if (is_stray && state.is_stray)
         m_checks.lasts(Check::Unreferenced_PID, m_now);
     else if (is_stray)

@@ -249,11 +249,20 @@ TEST(Bounds, PIDsBeyondTheMostAreCountedTogether)
 TEST(Bounds, SectionsOfSoManyPIDsAreGathered)
 {
     MonitorLimits limits;
-    limits.most_section_PIDs = 3;
+    limits.most_section_PIDs = 1;
     MonitoredStream watched(limits);
-    watched.run(1000);
-    EXPECT_THAT(watched.monitor.contents().services, SizeIs(1));
-    EXPECT_FALSE(watched.monitor.contents().PIDs.find(0x14) == nullptr);
+    watched.parts["PAT"].send = [](Stream& s) { s.section(0, zqtest::PAT_of({PMT_PID, 0x300})); };
+    watched.parts["other"] = {[](Stream& s) {
+                                  s.section(0x300, zqtest::PMT_section_of(2, 0x1FFF, {{0x1B, 0x301}}));
+                                  s.packet(0x301, Stream::begins, zqtest::PES_start());
+                              },
+                              100, 1};
+    watched.run(5000);
+    const auto& services = watched.monitor.contents().services;
+    ASSERT_THAT(services, SizeIs(2));
+    EXPECT_NE(services[0].has_PMT, services[1].has_PMT);
+    // What is not looked at is no error.
+    EXPECT_EQ(watched.errors(), "");
 }
 
 TEST(Bounds, NothingIsAllocatedForPacketsOfAStreamThatIsKnown)
@@ -290,10 +299,7 @@ TEST(LongRun, TakesAStepOfTheClockForSilence)
 
 TEST(LongRun, GoesOverTheWrapOfThePCRWithoutAnError)
 {
-    // The clock of the parts is that of the PCR: an hour before the wrap of 26.5 h to an hour behind it, in large
-    // steps.
-    MonitorLimits limits;
-    MonitoredStream watched(limits);
+    MonitoredStream watched;
     std::uint64_t base = (std::uint64_t{1} << 33) - 90'000;
     watched.parts["PCR"].send = [&base](Stream& s) { s.PCR(video_PID, (base += 3600) % (std::uint64_t{1} << 33), 0); };
     watched.run(3000);
