@@ -34,7 +34,7 @@ public:
             return;
         setenv("TERM", kind, 1);
         setenv("NO_COLOR", "1", 1);
-        execl(ZQ_MONITOR, ZQ_MONITOR, first.c_str(), second.c_str(), nullptr);
+        execl(ZQ_MONITOR_TOOL, ZQ_MONITOR_TOOL, first.c_str(), second.c_str(), nullptr);
         _exit(127);
     }
     ~on_terminal()

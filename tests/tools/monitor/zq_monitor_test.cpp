@@ -41,7 +41,7 @@ public:
         dup2(output, STDOUT_FILENO);
         dup2(errors, STDERR_FILENO);
         std::vector<char*> words;
-        arguments.insert(arguments.begin(), ZQ_MONITOR);
+        arguments.insert(arguments.begin(), ZQ_MONITOR_TOOL);
         for (auto& argument : arguments)
             words.push_back(argument.data());
         words.push_back(nullptr);
@@ -99,7 +99,7 @@ private:
 class Monitor : public zqtest::Program
 {
 protected:
-    [[nodiscard]] Result run(const std::string& arguments) const { return shell("'" ZQ_MONITOR "' " + arguments); }
+    [[nodiscard]] Result run(const std::string& arguments) const { return shell("'" ZQ_MONITOR_TOOL "' " + arguments); }
     void write_text(const std::string& name, const std::string& text) const { std::ofstream(folder / name) << text; }
 
     static std::string on_port(std::uint16_t port) { return "udp://127.0.0.1:" + std::to_string(port); }
@@ -301,7 +301,7 @@ TEST_F(Monitor, AFileForTheEventsThatCannotBeMadeEndsIt)
 
 TEST_F(Monitor, AReaderThatGoesAwayEndsIt)
 {
-    const auto read = shell("'" ZQ_MONITOR "' --json A=" + on_port(support::free_port()) + " | head -n 1 | wc -l");
+    const auto read = shell("'" ZQ_MONITOR_TOOL "' --json A=" + on_port(support::free_port()) + " | head -n 1 | wc -l");
     EXPECT_EQ(read.exit_code, 0);
     EXPECT_THAT(read.text, testing::MatchesRegex(" *1\n"));
 }
