@@ -6,6 +6,7 @@
 #include "mpegcore/SDT.h"
 #include "mpegcore/monitor/PIDState.h"
 #include "mpegcore/monitor/StreamKind.h"
+#include "mpegcore/monitor/TableID.h"
 #include "mpegcore/sections/ProgramSections.h"
 #include "mpegcore/text/DVBText.h"
 #include "mpegcore/text/StreamName.h"
@@ -16,21 +17,18 @@ namespace mpegcore
 {
 namespace
 {
-constexpr std::uint8_t PAT_id = 0x00, CAT_id = 0x01, PMT_id = 0x02, TSDT_id = 0x03, NIT_actual_id = 0x40,
-                       NIT_other_id = 0x41, SDT_actual_id = 0x42, SDT_other_id = 0x46, BAT_id = 0x4A;
-
 bool is_kept(std::uint8_t table_id)
 {
     switch (table_id) {
-    case PAT_id:
-    case CAT_id:
-    case PMT_id:
-    case TSDT_id:
-    case NIT_actual_id:
-    case NIT_other_id:
-    case SDT_actual_id:
-    case SDT_other_id:
-    case BAT_id:
+    case TableID::PAT:
+    case TableID::CAT:
+    case TableID::PMT:
+    case TableID::TSDT:
+    case TableID::NIT_actual:
+    case TableID::NIT_other:
+    case TableID::SDT_actual:
+    case TableID::SDT_other:
+    case TableID::BAT:
         return true;
     default:
         return false;
@@ -87,14 +85,14 @@ void ProgramTables::follow(TableNews news, const WholeTable& table)
     version.last_section_number = table.last_section_number;
     version.changes += news == TableNews::changed ? 1 : 0;
     version.last_change = m_now;
-    if (identity.table_id == PAT_id) {
+    if (identity.table_id == TableID::PAT) {
         if (m_contents.has_PAT && m_PAT != identity)
             m_old.insert(m_PAT);
         m_old.erase(identity);
         m_contents.has_PAT = true;
         m_PAT = identity;
     }
-    if (identity.table_id == PMT_id && news == TableNews::changed)
+    if (identity.table_id == TableID::PMT && news == TableNews::changed)
         m_changed_programs.insert(identity.table_id_extension);
     if (m_listener != nullptr)
         m_listener->on_table({news, table, version_before, m_now});
@@ -139,7 +137,7 @@ void ProgramTables::set_services()
 
 void ProgramTables::set_program(Service& service)
 {
-    const WholeTable* const PMT = m_tables.find(identity_of(service.PMT_PID, PMT_id, service.program_number));
+    const WholeTable* const PMT = m_tables.find(identity_of(service.PMT_PID, TableID::PMT, service.program_number));
     if (PMT == nullptr)
         return;
     service.has_PMT = true;
@@ -170,7 +168,7 @@ Service* ProgramTables::find_service(std::uint16_t program_number)
 void ProgramTables::drop_old_tables()
 {
     for (const auto& [identity, version] : m_contents.tables) {
-        if (identity.table_id != PMT_id)
+        if (identity.table_id != TableID::PMT)
             continue;
         const Service* const service = find_service(identity.table_id_extension);
         if (service == nullptr || service->PMT_PID != identity.PID)
@@ -183,7 +181,7 @@ void ProgramTables::drop_old_tables()
 
 void ProgramTables::set_names()
 {
-    const WholeTable* const SDT = m_tables.find(identity_of(0x11, SDT_actual_id, m_contents.transport_stream_id));
+    const WholeTable* const SDT = m_tables.find(identity_of(0x11, TableID::SDT_actual, m_contents.transport_stream_id));
     if (SDT == nullptr)
         return;
     for (const auto& [number, section] : SDT->sections)
@@ -276,11 +274,11 @@ void ProgramTables::set_kinds(std::uint64_t now)
 
 void ProgramTables::set_EMM_PIDs()
 {
-    for (auto at = m_contents.tables.lower_bound(identity_of(1, CAT_id, 0));
+    for (auto at = m_contents.tables.lower_bound(identity_of(1, TableID::CAT, 0));
          at != m_contents.tables.end() && at->first.PID == 1; ++at)
     {
         const WholeTable* const CAT = m_tables.find(at->first);
-        if (CAT == nullptr || at->first.table_id != CAT_id)
+        if (CAT == nullptr || at->first.table_id != TableID::CAT)
             continue;
         for (const auto& [number, section] : CAT->sections)
             read_section<CCAT>(section, [this](const CCAT& table) { add_CA_PIDs(table.descriptors, PIDKind::EMM); });

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/monitor/SITimers.h"
 
+#include "mpegcore/monitor/TableID.h"
+
 #include <iterator>
 
 namespace mpegcore
@@ -15,8 +17,6 @@ constexpr int any_section = -1;
 constexpr std::uint64_t limits_to_forget = 6;
 
 constexpr std::uint16_t NIT_PID = 0x10, SDT_PID = 0x11, EIT_PID = 0x12, RST_PID = 0x13, TDT_PID = 0x14;
-constexpr unsigned NIT_actual = 0x40, NIT_other = 0x41, SDT_actual = 0x42, SDT_other = 0x46, BAT = 0x4A,
-                   EIT_actual = 0x4E, EIT_other = 0x4F, last_EIT = 0x6F, TDT = 0x70, RST = 0x71, ST = 0x72, TOT = 0x73;
 
 /// A table, or one section of it, that a check of its own waits for.
 struct TableRow
@@ -30,14 +30,14 @@ struct TableRow
 };
 
 constexpr std::array table_rows{
-    TableRow{Check::NIT_actual_error, NIT_actual, any_section, NIT_PID, &MonitorLimits::NIT_actual, true},
-    TableRow{Check::SDT_actual_error, SDT_actual, any_section, SDT_PID, &MonitorLimits::SDT_actual, true},
-    TableRow{Check::EIT_actual_error, EIT_actual, 0, EIT_PID, &MonitorLimits::EIT_actual, true},
-    TableRow{Check::EIT_actual_error, EIT_actual, 1, EIT_PID, &MonitorLimits::EIT_actual, true},
-    TableRow{Check::EIT_other_error, EIT_other, 0, EIT_PID, &MonitorLimits::EIT_other, false},
-    TableRow{Check::EIT_other_error, EIT_other, 1, EIT_PID, &MonitorLimits::EIT_other, false},
-    TableRow{Check::TDT_error, TDT, any_section, TDT_PID, &MonitorLimits::TDT, true},
-    TableRow{Check::RST_error, RST, any_section, RST_PID, nullptr, false},
+    TableRow{Check::NIT_actual_error, TableID::NIT_actual, any_section, NIT_PID, &MonitorLimits::NIT_actual, true},
+    TableRow{Check::SDT_actual_error, TableID::SDT_actual, any_section, SDT_PID, &MonitorLimits::SDT_actual, true},
+    TableRow{Check::EIT_actual_error, TableID::EIT_actual, 0, EIT_PID, &MonitorLimits::EIT_actual, true},
+    TableRow{Check::EIT_actual_error, TableID::EIT_actual, 1, EIT_PID, &MonitorLimits::EIT_actual, true},
+    TableRow{Check::EIT_other_error, TableID::EIT_other, 0, EIT_PID, &MonitorLimits::EIT_other, false},
+    TableRow{Check::EIT_other_error, TableID::EIT_other, 1, EIT_PID, &MonitorLimits::EIT_other, false},
+    TableRow{Check::TDT_error, TableID::TDT, any_section, TDT_PID, &MonitorLimits::TDT, true},
+    TableRow{Check::RST_error, TableID::RST, any_section, RST_PID, nullptr, false},
 };
 
 /// What 3.2 waits for once it has come.
@@ -49,20 +49,20 @@ struct RepeatedRow
 };
 
 constexpr std::array repeated_rows{
-    RepeatedRow{NIT_actual, NIT_actual, NIT_PID, &MonitorLimits::NIT_actual},
-    RepeatedRow{NIT_other, NIT_other, NIT_PID, &MonitorLimits::NIT_other},
-    RepeatedRow{SDT_actual, SDT_actual, SDT_PID, &MonitorLimits::SDT_actual},
-    RepeatedRow{SDT_other, SDT_other, SDT_PID, &MonitorLimits::SDT_other},
-    RepeatedRow{BAT, BAT, SDT_PID, &MonitorLimits::BAT},
-    RepeatedRow{EIT_actual, EIT_actual, EIT_PID, &MonitorLimits::EIT_actual},
-    RepeatedRow{EIT_other, EIT_other, EIT_PID, &MonitorLimits::EIT_other},
+    RepeatedRow{TableID::NIT_actual, TableID::NIT_actual, NIT_PID, &MonitorLimits::NIT_actual},
+    RepeatedRow{TableID::NIT_other, TableID::NIT_other, NIT_PID, &MonitorLimits::NIT_other},
+    RepeatedRow{TableID::SDT_actual, TableID::SDT_actual, SDT_PID, &MonitorLimits::SDT_actual},
+    RepeatedRow{TableID::SDT_other, TableID::SDT_other, SDT_PID, &MonitorLimits::SDT_other},
+    RepeatedRow{TableID::BAT, TableID::BAT, SDT_PID, &MonitorLimits::BAT},
+    RepeatedRow{TableID::EIT_actual, TableID::EIT_actual, EIT_PID, &MonitorLimits::EIT_actual},
+    RepeatedRow{TableID::EIT_other, TableID::EIT_other, EIT_PID, &MonitorLimits::EIT_other},
     // Each table_id holds the events of four days.
     RepeatedRow{0x50, 0x51, EIT_PID, &MonitorLimits::EIT_schedule_near},
     RepeatedRow{0x52, 0x5F, EIT_PID, &MonitorLimits::EIT_schedule_later},
     RepeatedRow{0x60, 0x61, EIT_PID, &MonitorLimits::EIT_schedule_near},
     RepeatedRow{0x62, 0x6F, EIT_PID, &MonitorLimits::EIT_schedule_later},
-    RepeatedRow{TDT, TDT, TDT_PID, &MonitorLimits::TDT},
-    RepeatedRow{TOT, TOT, TDT_PID, &MonitorLimits::TOT},
+    RepeatedRow{TableID::TDT, TableID::TDT, TDT_PID, &MonitorLimits::TDT},
+    RepeatedRow{TableID::TOT, TableID::TOT, TDT_PID, &MonitorLimits::TOT},
 };
 
 struct PIDRow
@@ -74,17 +74,17 @@ struct PIDRow
 
 /// By PID from NIT_PID on.
 constexpr std::array PID_rows{
-    PIDRow{Check::NIT_actual_error, NIT_actual, NIT_other, NIT_other},
-    PIDRow{Check::SDT_actual_error, SDT_actual, SDT_actual, SDT_other},
-    PIDRow{Check::EIT_actual_error, EIT_actual, last_EIT, last_EIT},
-    PIDRow{Check::RST_error, RST, RST, RST},
-    PIDRow{Check::TDT_error, TDT, TDT, TOT},
+    PIDRow{Check::NIT_actual_error, TableID::NIT_actual, TableID::NIT_other, TableID::NIT_other},
+    PIDRow{Check::SDT_actual_error, TableID::SDT_actual, TableID::SDT_actual, TableID::SDT_other},
+    PIDRow{Check::EIT_actual_error, TableID::EIT_actual, TableID::last_EIT, TableID::last_EIT},
+    PIDRow{Check::RST_error, TableID::RST, TableID::RST, TableID::RST},
+    PIDRow{Check::TDT_error, TableID::TDT, TableID::TDT, TableID::TOT},
 };
 
 bool is_foreign(const PIDRow& row, unsigned table_id)
 {
-    const bool is_BAT = row.check == Check::SDT_actual_error && table_id == BAT;
-    return (table_id < row.first || table_id > row.last) && table_id != row.also && table_id != ST && !is_BAT;
+    const bool is_BAT = row.check == Check::SDT_actual_error && table_id == TableID::BAT;
+    return (table_id < row.first || table_id > row.last) && table_id != row.also && table_id != TableID::ST && !is_BAT;
 }
 
 constexpr std::uint64_t table_value(unsigned table_id, std::uint64_t absent)
@@ -121,8 +121,8 @@ void SITimers::put(std::uint16_t PID, const SectionHeader& section, std::uint64_
 void SITimers::check_gap(std::uint16_t PID, const SectionHeader& section, std::uint64_t now)
 {
     const unsigned table_id = section.table_id();
-    const bool has_gap = table_id == NIT_actual || table_id == SDT_actual || table_id == EIT_actual ||
-                         table_id == TDT || table_id == RST;
+    const bool has_gap = table_id == TableID::NIT_actual || table_id == TableID::SDT_actual ||
+                         table_id == TableID::EIT_actual || table_id == TableID::TDT || table_id == TableID::RST;
     if (!has_gap || m_limits.section_gap == 0)
         return;
     const std::uint32_t key = key_of(section);
@@ -171,9 +171,9 @@ void SITimers::feed_tables(const SectionHeader& section, std::uint64_t now, std:
 void SITimers::feed_sections(const SectionHeader& section, std::uint64_t now, std::uint64_t since)
 {
     const unsigned table_id = section.table_id();
-    if (table_id != NIT_other && table_id != SDT_other)
+    if (table_id != TableID::NIT_other && table_id != TableID::SDT_other)
         return;
-    const bool is_NIT = table_id == NIT_other;
+    const bool is_NIT = table_id == TableID::NIT_other;
     const Check check = is_NIT ? Check::NIT_other_error : Check::SDT_other_error;
     m_checks.applies(check);
     const std::uint32_t key = key_of(section);
@@ -193,10 +193,11 @@ void SITimers::feed_sections(const SectionHeader& section, std::uint64_t now, st
 void SITimers::feed_present_following(const SectionHeader& section, std::uint64_t now, std::uint64_t since)
 {
     const unsigned table_id = section.table_id();
-    if ((table_id != EIT_actual && table_id != EIT_other) || !section.is_EIT() || section.section_number() > 1)
+    if ((table_id != TableID::EIT_actual && table_id != TableID::EIT_other) || !section.is_EIT() ||
+        section.section_number() > 1)
         return;
     m_checks.applies(Check::EIT_PF_error);
-    const bool is_actual = table_id == EIT_actual;
+    const bool is_actual = table_id == TableID::EIT_actual;
     const std::uint64_t key = std::uint64_t{section.table_id_extension()} << 33 |
                               std::uint64_t{section.EIT_transport_stream_id()} << 17 |
                               std::uint64_t{section.EIT_original_network_id()} << 1 | (is_actual ? 1U : 0U);
@@ -246,7 +247,7 @@ void SITimers::tick_sections(std::uint64_t now, std::uint64_t since)
 {
     for (auto at = m_sections.begin(); at != m_sections.end();) {
         const unsigned table_id = at->first >> 24, number = at->first & 0xFFU;
-        const bool is_NIT = table_id == NIT_other;
+        const bool is_NIT = table_id == TableID::NIT_other;
         const Check check = is_NIT ? Check::NIT_other_error : Check::SDT_other_error;
         const std::uint64_t limit = is_NIT ? m_limits.NIT_other : m_limits.SDT_other;
         const std::uint64_t absent = at->second.absent_for(now, since);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/monitor/StreamAnalysis.h"
+#include "mpegcore/monitor/TableID.h"
 
 #include <algorithm>
 
@@ -8,7 +9,6 @@ namespace mpegcore
 {
 namespace
 {
-constexpr std::uint8_t PAT_id = 0x00, CAT_id = 0x01, PMT_id = 0x02, splice_id = 0xFC;
 constexpr std::uint64_t PTS_range = std::uint64_t{1} << 33;
 
 /// The time that a command names, if it does.
@@ -41,9 +41,9 @@ std::int64_t nanoseconds_ahead(std::uint64_t time, std::uint64_t PCR_base)
 
 bool CRC_is_checked(std::uint8_t table_id)
 {
-    constexpr std::uint8_t TOT = 0x73, BAT = 0x4A, first_EIT = 0x4E, last_EIT = 0x6F;
-    return table_id <= PMT_id || (table_id >= 0x40 && table_id <= 0x42) || table_id == 0x46 || table_id == BAT ||
-           (table_id >= first_EIT && table_id <= last_EIT) || table_id == TOT;
+    return table_id <= TableID::PMT || (table_id >= TableID::NIT_actual && table_id <= TableID::SDT_actual) ||
+           table_id == TableID::SDT_other || table_id == TableID::BAT ||
+           (table_id >= TableID::EIT_actual && table_id <= TableID::last_EIT) || table_id == TableID::TOT;
 }
 
 void StreamAnalysis::feed(AbsenceTimer& timer, std::uint64_t from, std::uint64_t limit, Check check, std::uint16_t PID)
@@ -68,20 +68,20 @@ void StreamAnalysis::take_section(PIDState& state, const unsigned char* section,
     bool is_wanted = false; // where the tables of programs are to come
     switch (state.figures.kind) {
     case PIDKind::PAT:
-        check_table(state, Check::PAT_error_2, table_id, PAT_id);
-        is_wanted = table_id == PAT_id;
+        check_table(state, Check::PAT_error_2, table_id, TableID::PAT);
+        is_wanted = table_id == TableID::PAT;
         if (is_wanted && is_current)
             feed(m_PAT, since(state), m_limits.PAT, Check::PAT_error_2, PID);
         break;
     case PIDKind::CAT:
         m_checks.applies(Check::CAT_error);
-        check_table(state, Check::CAT_error, table_id, CAT_id);
-        is_wanted = table_id == CAT_id;
+        check_table(state, Check::CAT_error, table_id, TableID::CAT);
+        is_wanted = table_id == TableID::CAT;
         if (is_wanted && is_current)
             static_cast<void>(m_CAT.feed(m_now, since(state), 0));
         break;
     case PIDKind::PMT:
-        is_wanted = table_id == PMT_id;
+        is_wanted = table_id == TableID::PMT;
         if (is_wanted && is_current)
             feed(state.PMT, since(state), m_limits.PMT, Check::PMT_error_2, PID);
         break;
@@ -97,7 +97,7 @@ void StreamAnalysis::take_section(PIDState& state, const unsigned char* section,
         is_wanted = table_id >= 0x40 && table_id <= 0x4A;
         break;
     case PIDKind::SCTE35:
-        if (table_id == splice_id)
+        if (table_id == TableID::splice_info)
             tell_splice(state, section, size);
         break;
     default:
