@@ -127,6 +127,7 @@ bool monitor_run::start()
         m_screen.emplace();
     else
         m_output.use(STDOUT_FILENO);
+    m_is_on_terminal = isatty(STDOUT_FILENO) != 0; // one that was closed does not look like one
     return true;
 }
 
@@ -136,7 +137,8 @@ void monitor_run::watch()
     std::uint64_t next = moment::now().clock + 100 * ms;
     const auto is_over = [this] {
         const int error = m_output.state().error;
-        return tools::is_asked_to_end() || error == EPIPE || (m_screen && m_screen->is_gone());
+        const bool has_no_reader = error == EPIPE || (m_is_on_terminal && error != 0);
+        return tools::is_asked_to_end() || has_no_reader || (m_screen && m_screen->is_gone());
     };
     while (!is_over()) {
         if (std::exchange(asked_to_read_again, 0) != 0)

@@ -41,6 +41,7 @@ private:
     std::size_t m_listed = 0;                ///< of all shards
 
     line_spooler m_output;
+    bool m_is_on_terminal = false;
     line_spooler m_events;
     line_spooler::condition m_events_before;
     web_site m_site;
