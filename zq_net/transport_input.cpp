@@ -108,6 +108,7 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
 {
     m_pieces.clear();
     m_ordered.clear();
+    m_notes.clear();
     m_delivered = m_looked_at = m_looked_at_bytes = 0;
     if (m_interrupted)
         return result::interrupted;
@@ -193,14 +194,22 @@ void transport_input::take(std::size_t leg, const datagram_reader::datagram& dat
         m_slot_size = datagram.size;
     if (const auto packet = m_kind.look(datagram.data, datagram.size, m_aligner.awaited())) {
         m_sees_rtp = true;
+        note(datagram.arrival, packet->payload_size);
         m_merger.put(leg, *packet, datagram.arrival, m_ordered);
     } else if (m_kind.demands_rtp()) {
         ++m_not_ts;
     } else {
         // Behind what was kept of RTP before, should there have been any.
         deliver();
+        note(datagram.arrival, datagram.size);
         take_bytes({datagram.data, datagram.size, datagram.arrival, gap});
     }
+}
+
+void transport_input::note(std::uint64_t arrival, std::size_t payload_size)
+{
+    if (m_settings.notes)
+        m_notes.push_back({arrival, payload_size});
 }
 
 void transport_input::deliver()

@@ -28,7 +28,15 @@ struct input_settings
     bool align = true;                  ///< give whole packets; otherwise the bytes as they come
     unsigned batch_time = 0;            ///< milliseconds to wait behind a datagram for more
     unsigned longest_wait = 0;          ///< milliseconds after which receive() says so when nothing came; 0: never
+    bool notes = false;                 ///< keep in notes() what each datagram was
     bool waits = true;                  ///< false: receive() takes what lies there and comes back at once
+};
+
+/// One datagram, without its bytes.
+struct datagram_note
+{
+    std::uint64_t arrival = 0;    ///< nanoseconds of the system's real-time clock
+    std::size_t payload_size = 0; ///< bytes behind the headers of UDP and RTP
 };
 
 /// Receives a transport stream from UDP: sockets, RTP, order, packets, counting. One thread receives; others may
@@ -57,6 +65,8 @@ public:
     /// What pieces() lend lies there or in the input itself, until the next call.
     [[nodiscard]] result receive(unsigned char* memory, std::size_t slots, std::size_t slot_size);
     [[nodiscard]] const piece_list& pieces() const { return m_pieces; }
+    /// Those of the last receive() as they came, with input_settings::notes; pieces() puts some of them together.
+    [[nodiscard]] const std::vector<datagram_note>& notes() const { return m_notes; }
     /// Datagrams that the last receive() read; as many as it had room for: there may be more.
     [[nodiscard]] std::size_t datagrams_read() const { return m_read; }
 
@@ -104,6 +114,7 @@ private:
     void take_from(input_leg& leg, std::uint64_t fresh_from);
     bool is_stale(input_leg& leg, std::uint64_t arrival);
     void take(std::size_t leg, const datagram_reader::datagram& datagram);
+    void note(std::uint64_t arrival, std::size_t payload_size);
     void take_bytes(piece bytes);
     void deliver();
     void look_at_packets();
@@ -121,6 +132,7 @@ private:
     piece_list m_ordered{0};     // payloads in order, before the packets are found in them
     std::size_t m_delivered = 0; // of them
     piece_list m_pieces;
+    std::vector<datagram_note> m_notes;
     std::size_t m_looked_at = 0;       // pieces whose packets were looked at, all but the last to the end
     std::size_t m_looked_at_bytes = 0; // of the piece behind them
     burst_size m_burst{most_slots};    // of one leg

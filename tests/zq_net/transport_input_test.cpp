@@ -111,6 +111,30 @@ TEST(TransportInput, ThatDoesNotWaitTakesWhatLiesThereAndComesBack)
     EXPECT_EQ(to.receive(), result::nothing);
 }
 
+TEST(TransportInput, NotesEachDatagramOfAPieceWhenItIsToldTo)
+{
+    for (const bool wanted : {false, true}) {
+        zq_net::input_settings settings;
+        settings.notes = wanted;
+        stand to{settings};
+        const std::uint64_t before = zq_net::real_time();
+        to.send(rtp_datagram(1, pattern(188, 1)));
+        to.send(rtp_datagram(2, pattern(376, 2)));
+        std::vector<zq_net::datagram_note> notes;
+        while (to.out.size() < 3 * 188) {
+            to.receive();
+            notes.insert(notes.end(), to.input.notes().begin(), to.input.notes().end());
+        }
+        ASSERT_EQ(notes.size(), wanted ? 2U : 0U);
+        if (!wanted)
+            continue;
+        EXPECT_EQ(notes[0].payload_size, 188U); // without the header of RTP
+        EXPECT_EQ(notes[1].payload_size, 376U);
+        EXPECT_GE(notes[0].arrival, before);
+        EXPECT_GE(notes[1].arrival, notes[0].arrival);
+    }
+}
+
 TEST(TransportInput, ThatDoesNotWaitLetsAPacketOutOfOrderGoWhenItsTimeIsOver)
 {
     const support::watchdog watchdog;

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tools/monitor/metrics.h"
 
-#include "tools/monitor/json_writer.h"
-#include "zq_net/nanoseconds.h"
+#include "tools/monitor/metrics_writer.h"
 
 #include <array>
 #include <cstdio>
@@ -11,98 +10,6 @@ namespace monitor
 {
 namespace
 {
-/// `value` as it stands between the quotation marks of a label.
-std::string escaped(std::string_view value)
-{
-    std::string text;
-    for (const char letter : valid_utf8(value)) {
-        if (letter == '\\' || letter == '"')
-            text += '\\';
-        text += letter == '\n' ? std::string("\\n") : std::string(1, letter);
-    }
-    return text;
-}
-
-std::string label(std::string_view name, std::string_view value)
-{
-    return std::string(name) + "=\"" + escaped(value) + '"';
-}
-
-std::string number(std::uint64_t value) { return std::to_string(value); }
-std::string number(double value)
-{
-    std::array<char, 32> digits{};
-    std::snprintf(digits.data(), digits.size(), "%.9g", value);
-    return digits.data();
-}
-std::string seconds(std::uint64_t real_time)
-{
-    std::array<char, 32> digits{};
-    std::snprintf(digits.data(), digits.size(), "%llu.%03u",
-                  static_cast<unsigned long long>(real_time / zq_net::second),
-                  static_cast<unsigned>(real_time % zq_net::second / zq_net::ms));
-    return digits.data();
-}
-
-enum class type : bool
-{
-    counter,
-    gauge,
-};
-
-/// Writes the metrics, all samples of one behind the other.
-class metrics_writer
-{
-public:
-    metrics_writer(std::string& out, const survey& all) : m_out(out), m_all(all)
-    {
-        for (const auto& report : all.streams)
-            m_streams.push_back(label("stream", report->settings.name));
-    }
-
-    void begin(std::string_view name, type kind, std::string_view help)
-    {
-        m_name = name;
-        m_out.append("# HELP ").append(name).append(" ").append(help).append("\n# TYPE ").append(name);
-        m_out += kind == type::counter ? " counter\n" : " gauge\n";
-    }
-
-    void sample(std::string_view labels, std::string_view value)
-    {
-        m_out.append(m_name);
-        if (!labels.empty())
-            m_out.append("{").append(labels).append("}");
-        m_out.append(" ").append(value).append("\n");
-    }
-
-    /// One of each stream; `value_of` gives the text of its value, empty for none.
-    template <class ValueOf>
-    void each(std::string_view name, type kind, std::string_view help, ValueOf value_of)
-    {
-        begin(name, kind, help);
-        for (std::size_t at = 0; at < m_streams.size(); ++at)
-            if (const std::string value = value_of(*m_all.streams[at]->seen); !value.empty())
-                sample(m_streams[at], value);
-    }
-
-    /// Any number of each stream: `tell(report, put)`, where `put(labels, value)` writes one.
-    template <class Tell>
-    void several(std::string_view name, type kind, std::string_view help, Tell tell)
-    {
-        begin(name, kind, help);
-        for (std::size_t at = 0; at < m_streams.size(); ++at)
-            tell(*m_all.streams[at], [&](const std::string& labels, const std::string& value) {
-                sample(labels.empty() ? m_streams[at] : m_streams[at] + ',' + labels, value);
-            });
-    }
-
-private:
-    std::string& m_out;
-    const survey& m_all;
-    std::vector<std::string> m_streams; ///< their labels
-    std::string m_name;
-};
-
 void write_input(metrics_writer& metrics)
 {
     const auto leg = [](const snapshot& seen) -> const zq_net::leg_figures& { return seen.input.legs[0]; };
@@ -156,6 +63,44 @@ void write_RTP(metrics_writer& metrics)
                  [&](const snapshot& seen) { return number(leg(seen).repeated); });
     metrics.each("ts_rtp_packets_late_total", type::counter, "RTP packets that came when they counted as lost.",
                  [](const snapshot& seen) { return number(seen.input.rtp_late); });
+}
+
+void write_delivery(metrics_writer& metrics)
+{
+    metrics.inter_arrival("ts_interarrival_seconds", "Times from one datagram to the next.");
+    metrics.each("ts_mdi_delay_factor_seconds", type::gauge, "Delay factor of RFC 4445 over the last whole second.",
+                 [](const snapshot& seen) {
+                     const auto& index = seen.delivery.index;
+                     return index.media_rate == 0 ? std::string() : duration(index.delay_factor);
+                 });
+    metrics.each("ts_mdi_media_loss_packets_per_second", type::gauge,
+                 "Media loss rate of RFC 4445 over the last whole second.", [](const snapshot& seen) {
+                     const auto& index = seen.delivery.index;
+                     return index.intervals == 0 ? std::string() : number(index.media_loss_rate);
+                 });
+    metrics.each("ts_mdi_lost_packets_total", type::counter, "Transport packets that the media loss rate counted.",
+                 [](const snapshot& seen) { return number(seen.delivery.index.lost); });
+    metrics.each("ts_mdi_loss_seconds_total", type::counter, "Seconds with at least one of them.",
+                 [](const snapshot& seen) { return number(seen.delivery.index.seconds_with_loss); });
+}
+
+void write_T2MI(metrics_writer& metrics)
+{
+    metrics.each("ts_t2mi_packets_total", type::counter, "T2-MI packets with a good CRC-32.",
+                 [](const snapshot& seen) { return seen.T2MI ? number(seen.T2MI->packets) : std::string(); });
+    const auto each_PLP = [](auto value_of) {
+        return [value_of](const stream_report& report, auto put) {
+            if (report.seen->T2MI)
+                for (const auto& PLP : report.seen->T2MI->PLPs)
+                    put(label("plp", number(std::uint64_t{PLP.figures.plp_id})), number(value_of(PLP.figures)));
+        };
+    };
+    metrics.several("ts_plp_frames_total", type::counter, "Baseband frames of a PLP.",
+                    each_PLP([](const mpegcore::PLPFigures& PLP) { return PLP.frames; }));
+    metrics.several("ts_plp_packets_total", type::counter, "Transport packets of a PLP.",
+                    each_PLP([](const mpegcore::PLPFigures& PLP) { return PLP.packets; }));
+    metrics.several("ts_plp_header_errors_total", type::counter, "Baseband frames of a PLP with a bad header.",
+                    each_PLP([](const mpegcore::PLPFigures& PLP) { return PLP.header_errors; }));
 }
 
 void write_packets(metrics_writer& metrics)
@@ -233,7 +178,9 @@ std::string metrics_text(const survey& all, const process_facts& process)
     metrics.sample("", number(all.events_lost));
     write_input(metrics);
     write_RTP(metrics);
+    write_delivery(metrics);
     write_packets(metrics);
+    write_T2MI(metrics);
     write_checks(metrics);
     return text;
 }

@@ -4,6 +4,7 @@
 #include "mpegcore/text/Meanings.h"
 #include "tools/monitor/json_writer.h"
 #include "tools/monitor/note_keeper.h"
+#include "tools/monitor/t2mi_json.h"
 
 #include <algorithm>
 
@@ -12,6 +13,7 @@ namespace monitor
 namespace
 {
 constexpr double nanoseconds = 1e9;
+constexpr double milliseconds = 1e6;
 constexpr std::size_t recent_seconds = 60;
 
 void write_summary(json_writer& json, const stream_report& report)
@@ -47,6 +49,22 @@ void write_network(json_writer& json, const snapshot& seen)
     json.member("rtp_reordered", leg.rtp.reordered).member("senders", seen.input.senders);
     json.member("sender_changes", seen.input.sender_changes).member("rejoins", leg.rejoins);
     json.member("receive_buffer_bytes", leg.buffer_got).close('}');
+}
+
+void write_delivery(json_writer& json, const snapshot& seen)
+{
+    const auto in_ms = [](std::uint64_t time) { return static_cast<double>(time) / milliseconds; };
+    const auto& [recent, total, index] = seen.delivery;
+    json.key("inter_arrival_ms").open('{').member("min", in_ms(recent.min)).member("mean", in_ms(recent.mean()));
+    json.member("p50", in_ms(recent.quantile(0.5))).member("p99", in_ms(recent.quantile(0.99)));
+    json.member("max", in_ms(recent.max)).member("longest_of_all", in_ms(total.max)).close('}');
+    json.key("mdi").open('{').key("delay_factor_ms");
+    if (index.media_rate == 0)
+        json.null();
+    else
+        json.value(in_ms(index.delay_factor));
+    json.member("media_loss_rate", index.media_loss_rate).member("media_bit_rate", index.media_rate);
+    json.member("lost", index.lost).member("seconds_with_loss", index.seconds_with_loss).close('}');
 }
 
 const char* name_of(mpegcore::CheckState state)
@@ -122,7 +140,6 @@ void write_PIDs(json_writer& json, const snapshot& seen)
     for (const auto& [PID, PCR] : seen.PIDs) {
         if (!PCR)
             continue;
-        constexpr double milliseconds = 1e6;
         json.open('{').member("pid", PID.PID).member("pcrs", PCR->PCRs).member("bit_rate", PCR->bit_rate);
         json.member("longest_interval_ms", static_cast<double>(PCR->longest_interval) / milliseconds);
         json.member("arrival_jitter_ms", static_cast<double>(PCR->arrival_jitter) / milliseconds).close('}');
@@ -192,6 +209,7 @@ std::string stream_json(const stream_report& report, const std::deque<event>* ev
         json.member(name, value);
     json.close('}');
     write_network(json, seen);
+    write_delivery(json, seen);
     json.member("synchronised", seen.is_synchronised).member("packets", seen.packets);
     json.member("null_packets", seen.null_packets).member("null_share", seen.null_share);
     json.member("scrambled_packets", seen.scrambled_packets);
@@ -201,6 +219,7 @@ std::string stream_json(const stream_report& report, const std::deque<event>* ev
     write_services(json, seen);
     write_PIDs(json, seen);
     write_tables(json, seen);
+    write_T2MI(json, seen);
     if (events != nullptr) {
         write_rates(json.key("history"), report, stream_report::history_seconds);
         json.key("events").open('[');

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/monitor/StreamContents.h"
+#include "mpegcore/monitor/T2MIWatch.h"
 #include "mpegcore/monitor/TR101290.h"
+#include "tools/monitor/delivery_meter.h"
 #include "zq_net/input_figures.h"
 
 #include <cstdint>
@@ -44,6 +46,22 @@ struct pid_state
     std::optional<mpegcore::PCRFigures> PCR;
 };
 
+struct plp_state
+{
+    mpegcore::PLPFigures figures; ///< its L1 leads nowhere
+    std::optional<mpegcore::L1PostConfigurable::PLP> L1;
+};
+
+/// What the T2-MI stream in it carries.
+struct t2mi_state
+{
+    std::uint16_t PID = 0;
+    std::optional<std::uint8_t> t2mi_stream_id;
+    std::uint64_t packets = 0; ///< T2-MI packets
+    std::optional<mpegcore::L1Pre> L1;
+    std::vector<plp_state> PLPs; ///< ascending
+};
+
 /// Everything about a stream at one moment. Counters are since the stream is watched.
 struct snapshot
 {
@@ -54,6 +72,7 @@ struct snapshot
     std::string fault;       ///< why nothing can be received; empty: the socket is open
     bool is_rtp = false;
     zq_net::input_figures input;
+    delivery_figures delivery;
 
     bool is_synchronised = false;
     mpegcore::TR101290 checks;
@@ -67,6 +86,7 @@ struct snapshot
     std::uint64_t null_packets = 0;
     std::uint64_t scrambled_packets = 0;
     double null_share = 0;
+    std::optional<t2mi_state> T2MI;
 
     std::deque<splice_note> splices; ///< the last ones, oldest first
     std::deque<table_note> changes;

@@ -46,7 +46,8 @@ std::string label_fault(std::string_view name)
         return quoted + "is not made of a to z, 0 to 9 and _";
     if (name.substr(0, 2) == "__")
         return quoted + "begins with __, which belongs to Prometheus";
-    constexpr std::array<std::string_view, 7> ours{"stream", "source", "group", "port", "le", "quantile", "interface"};
+    constexpr std::array<std::string_view, 8> ours{"stream", "address", "interface", "source",
+                                                   "group",  "port",    "le",        "quantile"};
     return std::find(ours.begin(), ours.end(), name) == ours.end() ? "" : quoted + "has a meaning already";
 }
 

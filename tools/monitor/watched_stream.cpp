@@ -6,7 +6,6 @@
 #include "zq_net/nanoseconds.h"
 
 #include <algorithm>
-#include <ctime>
 #include <utility>
 
 namespace monitor
@@ -33,14 +32,6 @@ bool is_aligned(const zq_net::piece& bytes)
     return 2 * good >= bytes.size / zq_net::ts_packet_size;
 }
 } // namespace
-
-moment moment::now()
-{
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    const auto seconds = static_cast<std::uint64_t>(time.tv_sec);
-    return {seconds * second + static_cast<std::uint64_t>(time.tv_nsec), zq_net::real_time()};
-}
 
 watched_stream::watched_stream(stream_settings settings)
     : m_settings(std::move(settings)), m_monitor(m_settings.limits, &m_notes)
@@ -83,6 +74,8 @@ void watched_stream::open(const moment& now)
     // Damaged sync bytes are the monitor's to find.
     input.align = false;
     input.waits = false;
+    input.notes = true;
+    m_delivery.forget();
     m_is_open = m_input.open(input);
     m_fault = m_is_open ? std::string() : m_input.error();
 }
@@ -94,6 +87,7 @@ bool watched_stream::drain(const moment& now, std::vector<unsigned char>& memory
         const std::size_t slot_size = m_input.wanted_slot_size();
         memory.resize(std::max(memory.size(), slots * slot_size));
         const auto got = m_input.receive(memory.data(), slots, slot_size);
+        m_delivery.put(m_input.notes(), now);
         for (const auto& bytes : m_input.pieces())
             analyse(bytes, now);
         if (got == zq_net::transport_input::result::failed) {
@@ -111,10 +105,7 @@ bool watched_stream::drain(const moment& now, std::vector<unsigned char>& memory
 
 void watched_stream::analyse(const zq_net::piece& bytes, const moment& now)
 {
-    // Stamped by a clock that may be set; when it was, `now` is nearer to the truth.
-    const std::uint64_t age = now.real > bytes.arrival ? now.real - bytes.arrival : 0;
-    const std::uint64_t arrival = std::max(m_last_arrival, now.clock - std::min(age, now.clock));
-    m_last_arrival = std::min(arrival, std::max(m_last_arrival, now.clock));
+    m_last_arrival = std::max(m_last_arrival, std::min(now.clock, now.clock_at(bytes.arrival)));
     if (bytes.gap)
         m_monitor.note_gap();
     if (m_aligner.awaited() == 0 && is_aligned(bytes))
@@ -154,33 +145,70 @@ std::shared_ptr<const snapshot> watched_stream::look(const moment& now)
     seen->time = now.real;
     seen->clock = now.clock;
     seen->fault = m_fault;
-    if (m_is_open) {
-        seen->is_rtp = m_input.sees_rtp();
-        seen->input = m_input.figures();
-        seen->input.not_ts += m_not_ts;
-        seen->input.resync_bytes += m_aligner.dropped_bytes();
-    }
+    look_at_input(*seen, now);
+    look_at_contents(*seen);
+    look_at_T2MI(*seen);
     seen->is_synchronised = m_monitor.is_synchronised();
     seen->checks = m_monitor.checks();
+    seen->splices = m_notes.splices();
+    seen->changes = m_notes.changes();
+    return seen;
+}
+
+void watched_stream::look_at_input(snapshot& seen, const moment& now)
+{
+    if (m_is_open) {
+        seen.is_rtp = m_input.sees_rtp();
+        seen.input = m_input.figures();
+        seen.input.not_ts += m_not_ts;
+        seen.input.resync_bytes += m_aligner.dropped_bytes();
+    }
+    std::uint64_t missing = 0;
+    for (const auto* const PID : m_monitor.contents().PIDs.all())
+        missing += PID->missing_packets;
+    const std::uint64_t lost = seen.is_rtp ? seen.input.rtp_lost * m_delivery.packets_in_datagram() : missing;
+    seen.delivery = m_delivery.look(now, lost);
+}
+
+void watched_stream::look_at_contents(snapshot& seen) const
+{
     const auto& contents = m_monitor.contents();
-    seen->has_PAT = contents.has_PAT;
-    seen->transport_stream_id = contents.transport_stream_id;
-    seen->services = contents.services;
+    seen.has_PAT = contents.has_PAT;
+    seen.transport_stream_id = contents.transport_stream_id;
+    seen.services = contents.services;
     for (const auto& [identity, version] : contents.tables)
-        seen->tables.push_back({identity, version});
+        seen.tables.push_back({identity, version});
     for (const auto* const PID : contents.PIDs.all()) {
-        auto& kept = seen->PIDs.emplace_back();
+        auto& kept = seen.PIDs.emplace_back();
         kept.figures = *PID;
         if (PID->PCR != nullptr)
             kept.PCR = *PID->PCR;
         kept.figures.PCR = nullptr;
     }
-    seen->packets = contents.packets;
-    seen->null_packets = contents.null_packets;
-    seen->scrambled_packets = contents.scrambled_packets;
-    seen->null_share = contents.null_share();
-    seen->splices = m_notes.splices();
-    seen->changes = m_notes.changes();
-    return seen;
+    seen.packets = contents.packets;
+    seen.null_packets = contents.null_packets;
+    seen.scrambled_packets = contents.scrambled_packets;
+    seen.null_share = contents.null_share();
+}
+
+void watched_stream::look_at_T2MI(snapshot& seen) const
+{
+    const auto contents = m_monitor.T2MI();
+    if (!contents)
+        return;
+    auto& kept = seen.T2MI.emplace();
+    kept.PID = contents->PID;
+    if (contents->t2mi_stream_id != mpegcore::T2MIDemultiplexer::any)
+        kept.t2mi_stream_id = static_cast<std::uint8_t>(contents->t2mi_stream_id);
+    kept.packets = contents->packets;
+    if (contents->L1 != nullptr)
+        kept.L1 = contents->L1->L1PRE;
+    for (const auto& figures : contents->PLPs) {
+        auto& PLP = kept.PLPs.emplace_back();
+        PLP.figures = figures;
+        if (figures.L1 != nullptr)
+            PLP.L1 = *figures.L1;
+        PLP.figures.L1 = nullptr;
+    }
 }
 } // namespace monitor

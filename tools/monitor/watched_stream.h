@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "mpegcore/monitor/StreamMonitor.h"
+#include "tools/monitor/delivery_meter.h"
+#include "tools/monitor/moment.h"
 #include "tools/monitor/note_keeper.h"
 #include "tools/monitor/snapshot.h"
 #include "tools/monitor/stream_settings.h"
@@ -14,15 +16,6 @@
 
 namespace monitor
 {
-/// The same moment by two clocks, in nanoseconds.
-struct moment
-{
-    std::uint64_t clock = 0; ///< never goes back
-    std::uint64_t real = 0;  ///< since 1970
-
-    [[nodiscard]] static moment now();
-};
-
 /// One stream: its socket, its analysis, and what is known of it. Work is for one thread, the receiver's; the rest for
 /// any.
 class watched_stream
@@ -48,6 +41,9 @@ private:
     void find_packets(const zq_net::piece& bytes, std::uint64_t arrival);
     void publish(const moment& now);
     [[nodiscard]] std::shared_ptr<const snapshot> look(const moment& now);
+    void look_at_input(snapshot& seen, const moment& now);
+    void look_at_contents(snapshot& seen) const;
+    void look_at_T2MI(snapshot& seen) const;
 
     const stream_settings m_settings;
     zq_net::transport_input m_input;
@@ -60,6 +56,7 @@ private:
     zq_net::ts_aligner m_aligner;     ///< for packets that lie across datagrams
     zq_net::piece_list m_aligned;
     std::uint64_t m_not_ts = 0;
+    delivery_meter m_delivery;
     note_keeper m_notes;
     mpegcore::StreamMonitor m_monitor;
 

@@ -148,7 +148,8 @@ TEST(StreamContents, CountsWhatARepetitionIs)
     MonitoredStream watched;
     watched.run(300);
     watched.stream.packet(audio_PID, Stream::goes_on, Bytes(184));
-    watched.stream.data.insert(watched.stream.data.end(), watched.stream.data.begin(), watched.stream.data.end());
+    const auto packet = watched.stream.data;
+    watched.stream.data.insert(watched.stream.data.end(), packet.begin(), packet.end());
     watched.flush();
     EXPECT_EQ(watched.monitor.contents().PIDs.find(audio_PID)->repeated_packets, 1U);
     EXPECT_EQ(watched.errors(), "");

@@ -32,20 +32,24 @@ TEST(Metrics, HaveTheNamesThatAlertsAreWrittenFor)
     const std::regex type("# TYPE (\\S+ \\S+)\n");
     for (std::sregex_iterator found(text.begin(), text.end(), type), end; found != end; ++found)
         names.push_back((*found)[1]);
-    EXPECT_THAT(names, testing::ElementsAre(
-                           "ts_build_info gauge", "process_start_time_seconds gauge", "ts_events_total counter",
-                           "ts_events_lost_total counter", "ts_input_info gauge", "ts_input_up gauge",
-                           "ts_input_datagrams_total counter", "ts_input_bytes_total counter",
-                           "ts_input_last_datagram_timestamp_seconds gauge", "ts_socket_drops_total counter",
-                           "ts_socket_receive_buffer_bytes gauge", "ts_malformed_datagrams_total counter",
-                           "ts_rejoins_total counter", "ts_source_changes_total counter",
-                           "ts_rtp_packets_expected_total counter", "ts_rtp_packets_lost_total counter",
-                           "ts_rtp_packets_reordered_total counter", "ts_rtp_packets_duplicate_total counter",
-                           "ts_rtp_packets_late_total counter", "ts_packets_total counter",
-                           "ts_null_packets_total counter", "ts_scrambled_packets_total counter",
-                           "ts_pid_packets_total counter", "ts_pid_continuity_errors_total counter",
-                           "ts_pcr_bytes_per_second gauge", "ts_tr101290_errors_total counter",
-                           "ts_tr101290_error_seconds_total counter", "ts_tr101290_active gauge"));
+    EXPECT_THAT(
+        names,
+        testing::ElementsAre(
+            "ts_build_info gauge", "process_start_time_seconds gauge", "ts_events_total counter",
+            "ts_events_lost_total counter", "ts_input_info gauge", "ts_input_up gauge",
+            "ts_input_datagrams_total counter", "ts_input_bytes_total counter",
+            "ts_input_last_datagram_timestamp_seconds gauge", "ts_socket_drops_total counter",
+            "ts_socket_receive_buffer_bytes gauge", "ts_malformed_datagrams_total counter", "ts_rejoins_total counter",
+            "ts_source_changes_total counter", "ts_rtp_packets_expected_total counter",
+            "ts_rtp_packets_lost_total counter", "ts_rtp_packets_reordered_total counter",
+            "ts_rtp_packets_duplicate_total counter", "ts_rtp_packets_late_total counter",
+            "ts_interarrival_seconds histogram", "ts_mdi_delay_factor_seconds gauge",
+            "ts_mdi_media_loss_packets_per_second gauge", "ts_mdi_lost_packets_total counter",
+            "ts_mdi_loss_seconds_total counter", "ts_packets_total counter", "ts_null_packets_total counter",
+            "ts_scrambled_packets_total counter", "ts_pid_packets_total counter",
+            "ts_pid_continuity_errors_total counter", "ts_pcr_bytes_per_second gauge", "ts_t2mi_packets_total counter",
+            "ts_plp_frames_total counter", "ts_plp_packets_total counter", "ts_plp_header_errors_total counter",
+            "ts_tr101290_errors_total counter", "ts_tr101290_error_seconds_total counter", "ts_tr101290_active gauge"));
 }
 
 TEST(Metrics, EveryLineIsACommentOrASampleAndNoSampleComesTwice)
@@ -96,6 +100,44 @@ TEST(Metrics, WhatIsNotCheckedHasNoState)
     checks.settle(report.seen->clock);
     EXPECT_THAT(metrics_of(report), HasSubstr("\nts_tr101290_active{stream=\"News\",priority=\"2\",check=\"2.2\","
                                               "name=\"CRC_error\"} 0\n"));
+}
+
+TEST(Metrics, OfInterArrivalTimesAddUpFromBucketToBucket)
+{
+    auto report = report_of("News");
+    auto& times = change(report).delivery.total;
+    for (const std::uint64_t time : {1, 1, 3, 2000})
+        times.add(time * 1'000'000);
+    const auto text = metrics_of(report);
+    EXPECT_THAT(text, HasSubstr("\nts_interarrival_seconds_bucket{stream=\"News\",le=\"0.0001\"} 0\n"));
+    EXPECT_THAT(text, HasSubstr("\nts_interarrival_seconds_bucket{stream=\"News\",le=\"0.001\"} 2\n"));
+    EXPECT_THAT(text, HasSubstr("\nts_interarrival_seconds_bucket{stream=\"News\",le=\"0.005\"} 3\n"));
+    EXPECT_THAT(text, HasSubstr("\nts_interarrival_seconds_bucket{stream=\"News\",le=\"1\"} 3\n"
+                                "ts_interarrival_seconds_bucket{stream=\"News\",le=\"+Inf\"} 4\n"
+                                "ts_interarrival_seconds_sum{stream=\"News\"} 2.005\n"
+                                "ts_interarrival_seconds_count{stream=\"News\"} 4\n"));
+}
+
+TEST(Metrics, OfTheMediaDeliveryIndexWaitForARate)
+{
+    auto report = report_of("News");
+    EXPECT_THAT(metrics_of(report), Not(HasSubstr("\nts_mdi_delay_factor_seconds{")));
+    auto& index = change(report).delivery.index;
+    index.intervals = 2;
+    index.delay_factor = 1'052'800;
+    index.media_rate = 10'000'000;
+    index.media_loss_rate = 7;
+    const auto text = metrics_of(report);
+    EXPECT_THAT(text, HasSubstr("\nts_mdi_delay_factor_seconds{stream=\"News\"} 0.0010528\n"));
+    EXPECT_THAT(text, HasSubstr("\nts_mdi_media_loss_packets_per_second{stream=\"News\"} 7\n"));
+}
+
+TEST(Metrics, OfPLPsAreThereWithT2MI)
+{
+    auto report = report_of("News");
+    EXPECT_THAT(metrics_of(report), Not(HasSubstr("\nts_t2mi_packets_total{")));
+    monitor_surveys::add_PLP(report, 3);
+    EXPECT_THAT(metrics_of(report), HasSubstr("\nts_plp_packets_total{stream=\"News\",plp=\"3\"} 700\n"));
 }
 
 TEST(Metrics, AStreamIsUpWhileDatagramsCome)

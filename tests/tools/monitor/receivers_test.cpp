@@ -3,6 +3,7 @@
 
 #include "support/Multiplex.h"
 #include "support/RTP.h"
+#include "support/T2MIFeed.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
 
@@ -16,6 +17,7 @@ namespace receivers_test
 using monitor::receivers;
 using monitor::stream_settings;
 using support::eventually;
+using zqtest::operator+;
 
 stream_settings on_port(const std::string& name, std::uint16_t port)
 {
@@ -73,14 +75,61 @@ TEST_F(Receivers, RTPThatIsLostRepeatedAndOutOfOrderIsCounted)
     all.watch({on_port("A", port)});
     ASSERT_TRUE(eventually([&] { return seen_of(all, 0).input.legs[0].buffer_got > 0; }));
     const support::udp_sender sender("127.0.0.1", port);
+    std::vector<std::vector<unsigned char>> datagrams;
     for (const unsigned number : {1U, 2U, 3U, 3U, 6U, 8U, 7U})
-        sender.send(support::rtp_datagram(static_cast<std::uint16_t>(number), datagram()));
+        datagrams.push_back(support::rtp_datagram(static_cast<std::uint16_t>(number), datagram()));
+    for (const auto& made : datagrams) // 7 is not awaited for long
+        sender.send(made);
     ASSERT_TRUE(eventually([&] { return seen_of(all, 0).input.rtp_lost == 2; }));
     const auto& seen = seen_of(all, 0);
     EXPECT_TRUE(seen.is_rtp);
     EXPECT_EQ(seen.input.legs[0].rtp.repeated, 1U);
     EXPECT_EQ(seen.input.legs[0].rtp.reordered, 1U);
     EXPECT_EQ(seen.packets, 6U * 7);
+}
+
+TEST_F(Receivers, MeasureHowDatagramsCome)
+{
+    const auto port = support::free_port();
+    all.watch({on_port("A", port)});
+    ASSERT_TRUE(eventually([&] { return seen_of(all, 0).input.legs[0].buffer_got > 0; }));
+    const support::udp_sender sender("127.0.0.1", port);
+    std::uint64_t sent = 0;
+    ASSERT_TRUE(eventually([&] {
+        sender.send(datagram());
+        ++sent;
+        return seen_of(all, 0).delivery.index.delay_factor > 0;
+    }));
+    ASSERT_TRUE(eventually([&] { return seen_of(all, 0).input.legs[0].datagrams == sent; }));
+    const auto& delivery = seen_of(all, 0).delivery;
+    EXPECT_EQ(delivery.total.count, sent - 1);
+    EXPECT_GT(delivery.total.max, 0U);
+    EXPECT_EQ(delivery.index.lost, 0U);
+}
+
+TEST_F(Receivers, TellPLPsAndTheirL1)
+{
+    const auto port = support::free_port();
+    all.watch({on_port("A", port)});
+    ASSERT_TRUE(eventually([&] { return seen_of(all, 0).input.legs[0].buffer_got > 0; }));
+    const support::udp_sender sender("127.0.0.1", port);
+    zqtest::Feed feed({1});
+    feed.signal().add(3, 900).end();
+    const auto stream =
+        zqtest::tables({{0x06, zqtest::T2MI_PID, zqtest::T2MI_descriptor()}}) + zqtest::packed(feed.packets);
+    for (std::size_t at = 0; at < stream.size(); at += 1316) {
+        const auto* const begin = stream.data() + at;
+        sender.send({begin, begin + std::min<std::size_t>(1316, stream.size() - at)});
+    }
+    ASSERT_TRUE(eventually([&] { return seen_of(all, 0).packets == stream.size() / 188; }));
+    const auto& T2MI = seen_of(all, 0).T2MI;
+    ASSERT_TRUE(T2MI.has_value());
+    EXPECT_EQ(T2MI->PID, zqtest::T2MI_PID);
+    EXPECT_EQ(T2MI->packets, feed.packets.size());
+    EXPECT_TRUE(T2MI->L1.has_value());
+    ASSERT_EQ(T2MI->PLPs.size(), 2U); // L1 lists 102
+    EXPECT_EQ(T2MI->PLPs[0].figures.packets, feed.sent[1].size());
+    EXPECT_TRUE(T2MI->PLPs[1].L1.has_value());
 }
 
 TEST_F(Receivers, ADamagedSyncByteIsFound)

@@ -9,6 +9,7 @@
 namespace report_json_test
 {
 using monitor_surveys::add_PID;
+using monitor_surveys::add_PLP;
 using monitor_surveys::add_service;
 using monitor_surveys::change;
 using monitor_surveys::noon;
@@ -57,11 +58,12 @@ TEST(StreamJson, HasTheMembersThatAreDocumented)
     const auto stream = nlohmann::ordered_json::parse(stream_json(report));
     for (const auto& [name, value] : stream.items())
         names.push_back(name);
-    EXPECT_THAT(names, testing::ElementsAre("time", "name", "address", "interface", "state", "fault", "bit_rate",
-                                            "lost", "kernel_drops", "errors", "active", "services_found", "service",
-                                            "last_datagram_age", "labels", "network", "synchronised", "packets",
-                                            "null_packets", "null_share", "scrambled_packets", "checks", "services",
-                                            "pids", "pcr", "tables", "splices"));
+    EXPECT_THAT(names,
+                testing::ElementsAre("time", "name", "address", "interface", "state", "fault", "bit_rate", "lost",
+                                     "kernel_drops", "errors", "active", "services_found", "service",
+                                     "last_datagram_age", "labels", "network", "inter_arrival_ms", "mdi",
+                                     "synchronised", "packets", "null_packets", "null_share", "scrambled_packets",
+                                     "checks", "services", "pids", "pcr", "tables", "splices", "t2mi", "plps"));
 }
 
 TEST(StreamJson, TellsOfAllChecksByTheirStandardNames)
@@ -78,7 +80,8 @@ TEST(StreamJson, TellsOfAllChecksByTheirStandardNames)
     EXPECT_EQ(stream["checks"][3], json::parse(R"({"number": "1.4", "name": "Continuity_count_error", "priority": 1,
         "state": "failing", "count": 1, "error_seconds": 1, "first": "2026-01-31T11:59:59.000Z",
         "last": "2026-01-31T11:59:59.000Z", "pid": 257, "detail": "2 packets missing, or 16 more each"})"));
-    EXPECT_EQ(stream["checks"][0]["state"], "not applicable");
+    EXPECT_EQ(stream["checks"][0]["state"], "ok"); // of the synchronisation, which is always checked
+    EXPECT_EQ(stream["checks"][2]["state"], "not applicable");
 }
 
 TEST(StreamJson, TellsOfServicesPIDsAndTables)
@@ -101,6 +104,46 @@ TEST(StreamJson, TellsOfServicesPIDsAndTables)
     EXPECT_EQ(stream["pcr"][0]["longest_interval_ms"], 40.0);
     EXPECT_EQ(stream["tables"][0]["since"], "2026-01-31T11:59:59.000Z");
     EXPECT_EQ(stream["splices"][0]["ahead_seconds"], 2.0);
+}
+
+TEST(StreamJson, TellsHowEvenlyDatagramsCome)
+{
+    auto report = report_of("News");
+    auto& delivery = change(report).delivery;
+    EXPECT_TRUE(json::parse(stream_json(report))["mdi"]["delay_factor_ms"].is_null());
+    delivery.recent.add(1'000'000);
+    delivery.recent.add(3'000'000);
+    delivery.total.add(9'000'000);
+    delivery.index.media_rate = 10'000'000;
+    delivery.index.delay_factor = 2'500'000;
+    delivery.index.lost = 14;
+    const auto stream = json::parse(stream_json(report));
+    EXPECT_EQ(stream["inter_arrival_ms"]["min"], 1.0);
+    EXPECT_EQ(stream["inter_arrival_ms"]["mean"], 2.0);
+    EXPECT_EQ(stream["inter_arrival_ms"]["max"], 3.0);
+    EXPECT_EQ(stream["inter_arrival_ms"]["longest_of_all"], 9.0);
+    EXPECT_EQ(stream["mdi"]["delay_factor_ms"], 2.5);
+    EXPECT_EQ(stream["mdi"]["lost"], 14);
+}
+
+TEST(StreamJson, TellsOfPLPsAndTheirL1)
+{
+    auto report = report_of("News");
+    EXPECT_TRUE(json::parse(stream_json(report))["t2mi"].is_null());
+    add_PLP(report, 3);
+    auto& T2MI = *change(report).T2MI;
+    T2MI.L1.emplace().GUARD_INTERVAL = 4;
+    T2MI.PLPs.emplace_back().figures.plp_id = 9; // came without being listed
+    T2MI.PLPs[0].L1->PLP_TYPE = 7;               // reserved
+    const auto stream = json::parse(stream_json(report));
+    EXPECT_EQ(stream["t2mi"]["pid"], 0x1000);
+    EXPECT_TRUE(stream["t2mi"]["t2mi_stream_id"].is_null());
+    EXPECT_EQ(stream["t2mi"]["guard_interval"], "1/128");
+    ASSERT_EQ(stream["plps"].size(), 2U);
+    EXPECT_EQ(stream["plps"][0]["modulation"], "256-QAM");
+    EXPECT_EQ(stream["plps"][0]["code_rate"], "2/3");
+    EXPECT_EQ(stream["plps"][0]["type"], 7);
+    EXPECT_EQ(stream["plps"][1], json::parse(R"({"plp_id": 9, "frames": 0, "packets": 0, "header_errors": 0})"));
 }
 
 TEST(StreamJson, TheDetailHasItsOwnEventsAndHistory)

@@ -126,7 +126,7 @@ TEST(StreamList, ALimitThatIsNoneIsNamed)
 
 TEST(StreamList, LabelsAreThoseThatPrometheusTakes)
 {
-    for (const auto* label : {"Site", "a-b", "\"\"", "__a", "stream", "le"})
+    for (const auto* label : {"Site", "a-b", "\"\"", "__a", "stream", "address", "le"})
         EXPECT_THAT(faults_of(std::string("[defaults.labels]\n") + label + " = \"x\""),
                     ElementsAre(StartsWith("list.toml:2: the label")))
             << label;

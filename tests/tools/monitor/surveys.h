@@ -61,6 +61,19 @@ inline void add_PID(monitor::stream_report& report, std::uint16_t PID, bool is_r
     change(report).PIDs.push_back(state);
 }
 
+/// With 700 packets, whose L1 says 256-QAM 2/3.
+inline void add_PLP(monitor::stream_report& report, std::uint8_t plp_id)
+{
+    auto& T2MI = change(report).T2MI;
+    if (!T2MI)
+        T2MI.emplace().PID = 0x1000;
+    auto& PLP = T2MI->PLPs.emplace_back();
+    PLP.figures.plp_id = plp_id;
+    PLP.figures.packets = 700;
+    PLP.L1.emplace().PLP_MOD = 3;
+    PLP.L1->PLP_COD = 2;
+}
+
 template <class... Reports>
 std::shared_ptr<monitor::survey> survey_of(Reports... reports)
 {

@@ -195,9 +195,11 @@ function checkPanel(checks) {
     if (check.detail) told.append(node('div', {class: 'dim'}, check.detail));
     return told;
   };
-  return [1, 2, 3].flatMap((priority) => {
+  return [1, 2, 3, 0].flatMap((priority) => {
     const own = checks.filter((check) => check.priority === priority);
-    return own.length === 0 ? [] : [node('h2', {}, 'Priority ' + priority), node('div', {class: 'checks'}, ...own.map(one))];
+    const isThere = priority > 0 || own.some((check) => check.state !== 'not applicable');
+    const title = priority > 0 ? 'Priority ' + priority : 'T2-MI';
+    return own.length === 0 || !isThere ? [] : [node('h2', {}, title), node('div', {class: 'checks'}, ...own.map(one))];
   });
 }
 
@@ -218,9 +220,12 @@ function showStream(name) {
       part('Bit rate', ...chart(told.history)),
       part('TR 101 290', ...checkPanel(told.checks || [])),
       part('Network', listOf(told.network || {})),
-      ...['services', 'pids', 'pcr', 'tables', 'splices', 'plps'].filter((key) => (told[key] || []).length > 0)
-        .map((key) => part(key === 'pids' ? 'PIDs' : key === 'plps' ? 'T2-MI' : key === 'pcr' ? 'PCR' : words(key),
-          tableOf(told[key]))),
+      part('Inter-arrival times of the last second, ms', listOf(told.inter_arrival_ms || {})),
+      part('Media delivery index', listOf(told.mdi || {})),
+      ...(told.t2mi ? [part('T2-MI', listOf(told.t2mi))] : []),
+      ...[['plps', 'PLPs'], ['services', 'Services'], ['pids', 'PIDs'], ['pcr', 'PCR'], ['tables', 'Tables'],
+        ['splices', 'Splices']].filter(([key]) => (told[key] || []).length > 0)
+        .map(([key, title]) => part(title, tableOf(told[key]))),
       part('Events', tableOf((told.events || []).slice().reverse())));
     main.querySelectorAll('.scroll').forEach((box, at) => { box.scrollLeft = offsets[at] || 0; });
   });
