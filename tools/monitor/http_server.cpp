@@ -4,6 +4,7 @@
 #include "tools/common/parse_number.h"
 #include "tools/monitor/http_bounds.h"
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -54,7 +55,8 @@ public:
                 response.set_content(std::to_string(response.status) + '\n', "text/plain; charset=utf-8");
         });
         // The library's own choice shares the port with whoever asks for it, so that a taken one goes unnoticed.
-        set_socket_options([](socket_t socket) {
+        set_socket_options([this](socket_t socket) {
+            m_listening = socket;
             const int on = 1;
             setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
             // Those who connect and send nothing stay with the kernel.
@@ -62,6 +64,9 @@ public:
             setsockopt(socket, IPPROTO_TCP, TCP_DEFER_ACCEPT, &seconds, sizeof seconds);
         });
     }
+
+    /// More than the library's own choice, so that a crowd is refused at once instead of waiting for its turn.
+    void lengthen_queue() const { ::listen(m_listening, longest_queue); }
 
     std::thread listener;
     std::atomic<bool> has_ended{false};
@@ -87,9 +92,18 @@ private:
                 stream.begin_writing();
             });
         }
-        ::shutdown(socket, SHUT_RDWR);
+        ::shutdown(socket, SHUT_WR);
+        discard_input(socket);
         ::close(socket);
         return good;
+    }
+
+    /// What was not read would take the answer away from who is yet to read it.
+    static void discard_input(int socket)
+    {
+        std::array<char, 4096> unread;
+        for (int count = 0; count < 4 && ::recv(socket, unread.data(), unread.size(), MSG_DONTWAIT) > 0; ++count) {
+        }
     }
 
     void answer(const httplib::Request& request, httplib::Response& response)
@@ -125,8 +139,11 @@ private:
     /// The connection that the thread serves.
     static thread_local bounded_stream* current;
 
+    static constexpr int longest_queue = 1024;
+
     responder m_respond;
     limits m_bounds;
+    socket_t m_listening = -1;
     std::atomic<std::size_t> m_live{0};
 };
 
@@ -146,7 +163,7 @@ std::optional<http_address> parse_http_address(const std::string& text)
         address.host = text.substr(0, colon);
     if (address.host.size() > 2 && address.host.front() == '[' && address.host.back() == ']')
         address.host = address.host.substr(1, address.host.size() - 2);
-    else if (address.host.find(':') != std::string::npos)
+    else if (address.host.find_first_of(":[]") != std::string::npos)
         return std::nullopt;
     const auto port = colon == std::string::npos ? text : text.substr(colon + 1);
     if (address.host.empty() || !tools::parse_number(port, address.port))
@@ -167,6 +184,7 @@ bool http_server::start(const http_address& address)
                   (errno != 0 ? std::strerror(errno) : "not an address of this host");
         return false;
     }
+    m_server->lengthen_queue();
     m_server->listener = std::thread([this] {
         m_server->listen_after_bind();
         m_server->has_ended = true;

@@ -34,6 +34,12 @@ public:
     {
         return ::send(m_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
     }
+    /// Whether something came, be it the end.
+    [[nodiscard]] bool has_answer() const
+    {
+        pollfd waited{m_socket, POLLIN, 0};
+        return poll(&waited, 1, 0) > 0;
+    }
     /// What comes up to the end, or until `enough` stands in it.
     [[nodiscard]] std::string receive(std::string_view enough = {}) const
     {

@@ -21,7 +21,7 @@ TEST(JsonWriter, PutsCommasWhereTheyBelong)
 TEST(JsonWriter, QuotesWhateverATextHolds)
 {
     std::string text;
-    json_writer(text).value(std::string("a\"\\\n\x01\xFF\xC3\xA4\0b", 11));
+    json_writer(text).value(std::string("a\"\\\n\x01\xFF\xC3\xA4\0b", 10));
     EXPECT_EQ(text, "\"a\\\"\\\\\\n\\u0001\xEF\xBF\xBD\xC3\xA4\\u0000b\"");
 }
 

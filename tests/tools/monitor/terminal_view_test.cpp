@@ -32,9 +32,9 @@ TEST(TerminalView, HasALineForEachStream)
     terminal_view view;
     EXPECT_THAT(view.lines(*survey_of(report, closed("Sport"))),
                 ElementsAre("2 streams, 1 closed, 1 good, 9.98 Mbit/s                                        ",
-                            "  STREAM   STATE        BIT RATE    LOST      P1      P2 FIRST SERVICE            ",
-                            "> News     good      9.98 Mbit/s       0       0       0 One                      ",
-                            "  Sport    closed        0 bit/s       0       0       0 no interface eth9        "));
+                            "  STREAM   STATE        BIT RATE    LOST      P1      P2 FIRST SERVICE          ",
+                            "> News     good      9.98 Mbit/s       0       0       0 One                    ",
+                            "  Sport    closed        0 bit/s       0       0       0 no interface eth9      "));
 }
 
 TEST(TerminalView, IsAsWideAndAsHighAsItMayBeWhateverTheSize)
