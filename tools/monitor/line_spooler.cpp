@@ -32,9 +32,12 @@ line_spooler::~line_spooler()
 
 bool line_spooler::open(const std::string& file)
 {
-    const int descriptor = ::open(file.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+    // A named pipe that nobody reads would keep the caller here otherwise.
+    constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY;
+    const int descriptor = ::open(file.c_str(), flags | O_NONBLOCK, 0644);
     if (descriptor < 0)
         return false;
+    fcntl(descriptor, F_SETFL, O_APPEND);
     take(descriptor, true);
     return true;
 }
@@ -87,7 +90,8 @@ line_spooler::condition line_spooler::state() const
 void line_spooler::work()
 {
     std::unique_lock lock{m_mutex};
-    while (!m_ended) {
+    // At the end what waits is written as far as nobody has to be waited for.
+    while (!m_ended || !m_waiting.empty()) {
         m_changed.wait(lock, [this] { return m_ended || m_next_descriptor >= 0 || !m_waiting.empty(); });
         if (m_next_descriptor >= 0) {
             if (std::exchange(m_is_ours, m_next_is_ours))
@@ -95,7 +99,7 @@ void line_spooler::work()
             m_descriptor = std::exchange(m_next_descriptor, -1);
             m_next_is_ours = m_cut = false;
         }
-        if (!m_waiting.empty() && !m_ended)
+        if (!m_waiting.empty())
             write_waiting(lock);
     }
 }

@@ -13,6 +13,7 @@
 #include <iterator>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace line_spooler_test
@@ -50,6 +51,27 @@ TEST(LineSpooler, AFileThatCannotBeOpenedLeavesTheOneBefore)
         spooler.put_line("one");
     }
     EXPECT_EQ(contents(file), "one\n");
+    std::filesystem::remove(file);
+}
+
+TEST(LineSpooler, ANamedPipeThatNobodyReadsIsNotWaitedFor)
+{
+    const support::watchdog watchdog;
+    const auto file = std::filesystem::path(testing::TempDir()) / "spooled-pipe";
+    std::filesystem::remove(file);
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    {
+        line_spooler spooler;
+        EXPECT_FALSE(spooler.open(file));
+        EXPECT_EQ(errno, ENXIO);
+        const int reader = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        ASSERT_TRUE(spooler.open(file));
+        spooler.put_line("one");
+        EXPECT_TRUE(eventually([&] { return spooler.is_idle(); }));
+        std::array<char, 8> bytes{};
+        EXPECT_EQ(read(reader, bytes.data(), bytes.size()), 4);
+        close(reader);
+    }
     std::filesystem::remove(file);
 }
 
