@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tools/monitor/command_line.h"
 
+#include "tools/common/udp_address.h"
 #include "tools/monitor/stream_settings.h"
+
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
@@ -15,18 +18,29 @@ constexpr const char* footer =
     "second, unless --http or --events is given. SIGHUP reads the file of streams again.\n"
     "Exits with 0, with 1 when something it needs cannot be had, with 2 when the arguments are wrong.";
 
-std::string stream_fault(const std::string& argument)
+/// Parts the files among the streams from the others. What is wrong with one of them; empty when nothing is.
+std::string part_streams(options& options, bool takes_files)
 {
-    const auto stream = stream_of_argument(argument);
-    auto fault = stream_name_fault(stream.name);
-    return fault.empty() ? stream_address_fault(stream.address) : fault;
+    for (const auto& argument : std::exchange(options.streams, {})) {
+        const auto stream = stream_of_argument(argument);
+        const bool is_file = takes_files && !tools::is_udp_address(stream.address);
+        auto fault = stream_name_fault(stream.name);
+        if (fault.empty() && !is_file)
+            fault = stream_address_fault(stream.address);
+        if (!fault.empty())
+            return fault;
+        (is_file ? options.files : options.streams).push_back(argument);
+    }
+    return {};
 }
 
 void add_streams(CLI::App& app, options& options)
 {
-    app.add_option("STREAM", options.streams, "streams to watch")
-        ->option_text("[NAME=]udp://[SOURCE@]GROUP:PORT ...")
-        ->check(stream_fault);
+    app.add_option("STREAM", options.streams, "streams to watch")->option_text("[NAME=]udp://[SOURCE@]GROUP:PORT ...");
+    app.add_option("--pace", "take [NAME=]FILE for a stream, too, and send it by its PCRs through the loopback")
+        ->option_text("pcr")
+        ->check(CLI::IsMember({"pcr"}));
+    app.add_flag("--demo", options.demo, "watch streams that the program makes itself, some of them with faults");
     auto* const file = app.add_option("--streams", options.file, "a file of streams (TOML); zq-monitor(1) describes it")
                            ->option_text("FILE");
     app.add_flag("--check", options.check, "only tell what is wrong with the file of streams")->needs(file);
@@ -70,10 +84,9 @@ tools::request parse_command_line(const std::vector<std::string>& arguments, con
     const auto asked = tools::parse_arguments(app, arguments, version, text);
     if (asked != tools::request::run)
         return asked;
-    if (options.streams.empty() && options.file.empty()) {
+    text = part_streams(options, app.count("--pace") > 0);
+    if (text.empty() && options.streams.empty() && options.files.empty() && options.file.empty() && !options.demo)
         text = "there is no stream to watch";
-        return tools::request::refuse;
-    }
-    return asked;
+    return text.empty() ? asked : tools::request::refuse;
 }
 } // namespace monitor

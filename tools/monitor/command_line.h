@@ -14,6 +14,8 @@ namespace monitor
 struct options
 {
     std::vector<std::string> streams; ///< "udp://..." or "NAME=udp://..."
+    std::vector<std::string> files;   ///< to be sent by their PCRs: "FILE" or "NAME=FILE"
+    bool demo = false;                ///< streams that the program makes itself
     std::string file;                 ///< of streams; empty: none
     bool check = false;               ///< the file, and nothing else
     shard share;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tools/monitor/monitor_run.h"
 
+#include "tools/monitor/demo/demo.h"
 #include "tools/monitor/report_json.h"
 #include "tools/monitor/stream_list.h"
 #include "zq_net/nanoseconds.h"
@@ -48,6 +49,8 @@ int monitor_run::to_end()
 {
     if (m_options.check)
         return check();
+    if (!prepare_player())
+        return tools::exit_failed;
     if (const auto faults = read_streams(); !faults.empty()) {
         for (const auto& fault : faults)
             m_program.fail(fault);
@@ -77,6 +80,17 @@ int monitor_run::check() const
     return 0;
 }
 
+bool monitor_run::prepare_player()
+{
+    std::string fault;
+    bool good = !m_options.demo || add_demo(m_player, m_played, fault);
+    for (const auto& argument : m_options.files)
+        good = good && add_file(argument, m_player, m_played, fault);
+    if (!good)
+        m_program.fail(fault);
+    return good;
+}
+
 /// What is wrong; then the streams stay as they are.
 std::vector<std::string> monitor_run::read_streams()
 {
@@ -85,6 +99,7 @@ std::vector<std::string> monitor_run::read_streams()
         list = read_stream_list(m_options.file);
     for (const auto& argument : m_options.streams)
         list.streams.push_back(stream_of_argument(argument));
+    list.streams.insert(list.streams.end(), m_played.begin(), m_played.end());
     if (list.faults.empty())
         for (const auto& name : repeated_names(list.streams))
             list.faults.push_back("there are two streams \"" + name + "\"");
@@ -122,6 +137,8 @@ bool monitor_run::start()
     }
     m_receivers.emplace(m_options.threads, m_options.tick_ms);
     m_receivers->watch(m_settings);
+    if (!m_played.empty())
+        m_player.start();
     const bool lines_elsewhere = m_options.json || m_options.quiet || m_options.events == "-";
     if (!lines_elsewhere && terminal_screen::is_there())
         m_screen.emplace();

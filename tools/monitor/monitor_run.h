@@ -2,6 +2,7 @@
 #pragma once
 #include "tools/common/program.h"
 #include "tools/monitor/command_line.h"
+#include "tools/monitor/demo/player.h"
 #include "tools/monitor/line_spooler.h"
 #include "tools/monitor/observer.h"
 #include "tools/monitor/receivers.h"
@@ -26,6 +27,7 @@ public:
 
 private:
     [[nodiscard]] std::vector<std::string> read_streams();
+    [[nodiscard]] bool prepare_player();
     [[nodiscard]] int check() const;
     [[nodiscard]] bool start();
     void watch();
@@ -39,6 +41,8 @@ private:
     options m_options;
     std::vector<stream_settings> m_settings; ///< of this shard
     std::size_t m_listed = 0;                ///< of all shards
+    player m_player;
+    std::vector<stream_settings> m_played; ///< by it
 
     line_spooler m_output;
     bool m_is_on_terminal = false;
