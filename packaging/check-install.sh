@@ -54,7 +54,7 @@ echo "pkg-config $version: the same"
 ! grep -rlE 'include "mpegcore/(crc|parser)/' "$prefix/include" || fail "these headers include private ones"
 echo "headers: $(wc -l <"$scratch/all-headers.cpp")"
 
-for tool in zq-t2mi-mux zq-t2mi-demux zq-tables; do
+for tool in zq-t2mi-mux zq-t2mi-demux zq-tables zq-monitor; do
     "$(only "$prefix/bin" "$tool")" --help | grep -q "^Usage: .*$tool" || fail "$tool does not run"
 done
 
