@@ -2,6 +2,7 @@
 #include "zq_net/media_delivery_index.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace zq_net
 {
@@ -55,7 +56,7 @@ void media_delivery_index::open(std::uint64_t now)
 void media_delivery_index::finish_interval()
 {
     ++m_figures.intervals;
-    m_figures.delay_factor = static_cast<std::uint64_t>(m_highest - m_lowest + 0.5);
+    m_figures.delay_factor = static_cast<std::uint64_t>(std::llround(m_highest - m_lowest));
     m_figures.media_rate = m_rate;
     m_figures.media_loss_rate = m_lost;
     m_figures.lost += m_lost;

@@ -2,6 +2,7 @@
 #include "mpegcore/monitor/StreamAnalysis.h"
 
 #include <algorithm>
+#include <cmath>
 
 // What StreamAnalysis finds when time passes.
 namespace mpegcore
@@ -112,7 +113,7 @@ void StreamAnalysis::finish_second()
     const auto rate = [passed](std::uint64_t packets) {
         // In double, for 2^64 is not far away.
         return static_cast<std::uint64_t>(
-            static_cast<double>(packets * packet_bits) * 1e9 / static_cast<double>(passed) + 0.5);
+            std::llround(static_cast<double>(packets * packet_bits) * 1e9 / static_cast<double>(passed)));
     };
     m_second = m_now;
     m_contents.bit_rate = rate(m_contents.packets - m_packets_before);
