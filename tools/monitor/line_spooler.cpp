@@ -106,7 +106,9 @@ void line_spooler::work()
 
 void line_spooler::write_waiting(std::unique_lock<std::mutex>& lock)
 {
-    const std::string text = std::exchange(m_waiting, {});
+    std::string text = std::exchange(m_waiting, {});
+    if (m_cut)
+        text.insert(0, 1, '\n');
     const std::uint64_t texts = std::exchange(m_texts, 0);
     m_is_writing = true;
     lock.unlock();
@@ -121,9 +123,6 @@ void line_spooler::write_waiting(std::unique_lock<std::mutex>& lock)
 /// The errno of a failure. What is written in one step is what a pipe takes without waiting once it takes anything.
 int line_spooler::write_all(int descriptor, std::string_view text)
 {
-    if (m_cut && ::write(descriptor, "\n", 1) != 1)
-        return errno;
-    m_cut = false;
     while (!text.empty()) {
         pollfd waited{descriptor, POLLOUT, 0};
         const int ready = ::poll(&waited, 1, 100);

@@ -187,7 +187,8 @@ TEST_F(HttpServer, TooManyAreToldToComeAgain)
     const auto answered_ones = [&] {
         return std::count_if(many.begin(), many.end(), [](const connection& each) { return each.has_answer(); });
     };
-    EXPECT_TRUE(support::eventually([&] { return answered_ones() == 30 - 2 - 2; }));
+    // Two are served; two wait, or less while those were not taken up yet.
+    EXPECT_TRUE(support::eventually([&] { return answered_ones() >= 30 - 2 - 2; }));
     for (const auto& each : many)
         if (each.has_answer()) {
             EXPECT_THAT(each.receive(), StartsWith("HTTP/1.1 503 Service Unavailable\r\n"));

@@ -13,6 +13,7 @@
 #include <iterator>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -104,6 +105,10 @@ TEST(LineSpooler, AReaderThatStandsStillKeepsNobodyWaitingAndNoMemoryBeyondItsBo
             spooler.put_line(line);
         EXPECT_GT(spooler.state().lost, line_spooler::most_bytes / line.size() / 2);
         EXPECT_FALSE(spooler.is_idle());
+        EXPECT_TRUE(eventually([&] { // full, in the middle of a line, with more behind it
+            pollfd writing{ends[1], POLLOUT, 0};
+            return poll(&writing, 1, 0) == 0;
+        }));
     }
     close(ends[0]);
     close(ends[1]);
