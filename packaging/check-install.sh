@@ -57,6 +57,7 @@ echo "headers: $(wc -l <"$scratch/all-headers.cpp")"
 for tool in zq-t2mi-mux zq-t2mi-demux zq-tables zq-monitor; do
     "$(only "$prefix/bin" "$tool")" --help | grep -q "^Usage: .*$tool" || fail "$tool does not run"
 done
+only "$prefix/share/man/man1" zq-monitor.1 >/dev/null
 
 grep -q '^ZQ_ELEMENT:BOOL=ON' "$build/CMakeCache.txt" || exit 0
 inspect() { # inspect ELEMENT PLUGIN_FILE PAD
