@@ -83,21 +83,40 @@ void send_paced(const std::vector<unsigned char>& bytes, std::size_t datagram_si
     send_over_time(socket.descriptor, messages, per_tick, 200us);
 }
 
-unsigned long send_to_many(std::uint16_t first_port, unsigned ports, unsigned rate, double seconds)
+namespace
+{
+constexpr std::size_t datagram_size = 1316;
+
+/// `count` datagrams for each port, the first behind the last of `packets` again.
+unsigned long send_turn_by_turn(std::vector<unsigned char>& packets, std::size_t count, std::uint16_t first_port,
+                                unsigned ports, unsigned rate)
 {
     const udp_socket socket;
-    // After 16 datagrams the counters are where they began.
-    auto packets = transport_packets(16 * 7);
     std::vector<iovec> parts;
-    for (std::size_t at = 0; at < packets.size(); at += 1316)
-        parts.push_back({packets.data() + at, 1316});
+    for (std::size_t at = 0; at + datagram_size <= packets.size(); at += datagram_size)
+        parts.push_back({packets.data() + at, datagram_size});
     std::vector<sockaddr_in> targets;
     for (unsigned i = 0; i < ports; ++i)
         targets.push_back(loopback(static_cast<std::uint16_t>(first_port + i)));
-    std::vector<mmsghdr> messages(static_cast<std::size_t>(seconds * rate) * ports);
+    std::vector<mmsghdr> messages(count * ports);
     for (std::size_t i = 0; i < messages.size(); ++i)
-        messages[i].msg_hdr = {&targets[i % ports], sizeof(sockaddr_in), &parts[i / ports % 16], 1, nullptr, 0, 0};
+        messages[i].msg_hdr = {
+            &targets[i % ports], sizeof(sockaddr_in), &parts[i / ports % parts.size()], 1, nullptr, 0, 0};
     send_over_time(socket.descriptor, messages, static_cast<double>(rate) * ports / 5000, 200us);
     return messages.size();
+}
+} // namespace
+
+unsigned long send_to_many(std::uint16_t first_port, unsigned ports, unsigned rate, double seconds)
+{
+    // After 16 datagrams the counters are where they began.
+    auto packets = transport_packets(16 * 7);
+    return send_turn_by_turn(packets, static_cast<std::size_t>(seconds * rate), first_port, ports, rate);
+}
+
+unsigned long send_stream_to_many(std::vector<unsigned char>& stream, std::uint16_t first_port, unsigned ports,
+                                  unsigned rate)
+{
+    return send_turn_by_turn(stream, stream.size() / datagram_size, first_port, ports, rate);
 }
 } // namespace bench

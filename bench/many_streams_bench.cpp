@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+// zq-monitor as a process with many streams on loopback, beside `udpsrc ! tsparse ! fakesink` for each of them under
+// the same load: share of a core, datagrams lost, memory a stream.
+#include "paced_load.h"
+#include "receiving_process.h"
+#include "tools/monitor/demo/demo_multiplex.h"
+#include "tools/monitor/http_client.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+constexpr std::uint64_t bitrate = 10'000'000;
+constexpr std::chrono::seconds length{5};
+constexpr unsigned datagrams_per_second = bitrate / 8 / 1316;
+
+/// What every port is sent.
+std::vector<unsigned char> stream()
+{
+    monitor::demo_multiplex source({}, bitrate);
+    monitor::packet_source::timed_packet packet;
+    std::vector<unsigned char> bytes;
+    while (source.next(packet) && packet.due < length)
+        bytes.insert(bytes.end(), packet.bytes.begin(), packet.bytes.end());
+    return bytes;
+}
+
+/// zq-monitor, watching ports from `first_port` on.
+class monitor_process
+{
+public:
+    monitor_process(std::uint16_t first_port, unsigned streams)
+    {
+        std::array<int, 2> ends{};
+        if (pipe(ends.data()) != 0)
+            std::abort();
+        m_child = fork();
+        if (m_child == 0) {
+            dup2(ends[1], STDERR_FILENO);
+            std::vector<std::string> words{ZQ_MONITOR_TOOL, "--quiet", "--http", "0"};
+            for (unsigned at = 0; at < streams; ++at)
+                words.push_back(std::to_string(at) + "=udp://127.0.0.1:" + std::to_string(first_port + at));
+            std::vector<char*> arguments;
+            for (auto& word : words)
+                arguments.push_back(word.data());
+            arguments.push_back(nullptr);
+            execv(arguments[0], arguments.data());
+            _exit(127);
+        }
+        close(ends[1]);
+        std::FILE* const told = fdopen(ends[0], "r");
+        unsigned port = 0;
+        if (std::fscanf(told, "zq-monitor: http://127.0.0.1:%u/", &port) != 1)
+            std::abort();
+        m_page = static_cast<std::uint16_t>(port);
+        m_errors = told;
+        while (monitor_http::ask(m_page, "/readyz").find("200 OK") == std::string::npos)
+            std::this_thread::sleep_for(std::chrono::milliseconds{50});
+    }
+    ~monitor_process()
+    {
+        kill(m_child, SIGTERM);
+        waitpid(m_child, nullptr, 0);
+        std::fclose(m_errors);
+    }
+    monitor_process(const monitor_process&) = delete;
+    monitor_process& operator=(const monitor_process&) = delete;
+
+    [[nodiscard]] std::uint16_t page() const { return m_page; }
+
+    /// Of the process and its threads, in seconds.
+    [[nodiscard]] double cpu() const
+    {
+        std::ifstream file("/proc/" + std::to_string(m_child) + "/stat");
+        std::string word;
+        double ticks = 0;
+        constexpr int user_time = 14, system_time = 15;
+        for (int at = 1; at <= system_time && file >> word; ++at)
+            if (at >= user_time)
+                ticks += std::atof(word.c_str());
+        return ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
+    }
+    [[nodiscard]] double resident_mb() const
+    {
+        std::ifstream file("/proc/" + std::to_string(m_child) + "/statm");
+        double size = 0, resident = 0;
+        file >> size >> resident;
+        return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1 << 20);
+    }
+    /// The sum of a metric over all streams.
+    [[nodiscard]] double sum(const std::string& metric) const
+    {
+        std::istringstream lines(monitor_http::ask(m_page, "/metrics"));
+        double all = 0;
+        for (std::string line; std::getline(lines, line);)
+            if (line.compare(0, metric.size() + 1, metric + '{') == 0)
+                all += std::atof(line.substr(line.rfind(' ')).c_str());
+        return all;
+    }
+
+private:
+    pid_t m_child = -1;
+    std::FILE* m_errors = nullptr;
+    std::uint16_t m_page = 0;
+};
+
+/// Read the list's events until told to end.
+class viewers
+{
+public:
+    viewers(std::uint16_t page, unsigned count)
+    {
+        for (unsigned at = 0; at < count; ++at)
+            m_threads.emplace_back([page, this] {
+                const monitor_http::connection to(page);
+                to.send("GET /live HTTP/1.1\r\nHost: x\r\n\r\n");
+                while (!m_ended)
+                    (void)to.receive("\n\n");
+            });
+    }
+    ~viewers()
+    {
+        m_ended = true;
+        for (auto& thread : m_threads)
+            thread.join();
+    }
+    viewers(const viewers&) = delete;
+    viewers& operator=(const viewers&) = delete;
+
+private:
+    std::atomic<bool> m_ended{false};
+    std::vector<std::thread> m_threads;
+};
+
+void measure(unsigned streams, unsigned watching)
+{
+    static std::uint16_t port = 20000;
+    auto bytes = stream();
+    const auto seconds = static_cast<double>(length.count());
+    const monitor_process watched(port, streams);
+    const double idle_mb = watched.resident_mb();
+    double share = 0;
+    unsigned long sent = 0;
+    {
+        const viewers all(watched.page(), watching);
+        const double before = watched.cpu();
+        sent = bench::send_stream_to_many(bytes, port, streams, datagrams_per_second);
+        share = (watched.cpu() - before) / seconds;
+        std::this_thread::sleep_for(std::chrono::milliseconds{1500}); // up to the next look
+    }
+    std::printf("%3u streams, %2u viewers: %.3f of a core, %.0f of %lu datagrams lost, errors %.0f, %.2f MB a stream, "
+                "%.2f MB before data\n",
+                streams, watching, share, static_cast<double>(sent) - watched.sum("ts_input_datagrams_total"), sent,
+                watched.sum("ts_tr101290_errors_total"), watched.resident_mb() / streams, idle_mb);
+    std::fflush(stdout);
+    port = static_cast<std::uint16_t>(port + streams);
+    if (watching > 0)
+        return;
+    unsigned long sent_to_peer = 0;
+    const auto peer = bench::measure({"udpsrc port=PORT ! tsparse", port, streams, 0}, [&] {
+        sent_to_peer = bench::send_stream_to_many(bytes, port, streams, datagrams_per_second);
+    });
+    std::printf(
+        "    udpsrc ! tsparse ! fakesink: %.3f of a core, %ld of %lu datagrams lost, ratio %.3f, %.2f MB a stream\n",
+        peer.cpu_us / 1e6 / seconds, static_cast<long>(sent_to_peer) - static_cast<long>(peer.received), sent_to_peer,
+        share / (peer.cpu_us / 1e6 / seconds), peer.kb_per_source / 1024);
+    std::fflush(stdout);
+    port = static_cast<std::uint16_t>(port + streams);
+}
+} // namespace
+
+/// many_streams_bench [STREAMS] [VIEWERS]
+int main(int argc, char** argv)
+{
+    if (const int code = bench::receive_if_asked(argc, argv); code >= 0)
+        return code;
+    std::signal(SIGPIPE, SIG_IGN);
+    if (argc > 1) {
+        measure(static_cast<unsigned>(std::atoi(argv[1])), argc > 2 ? static_cast<unsigned>(std::atoi(argv[2])) : 0);
+        return 0;
+    }
+    for (const unsigned streams : {1U, 20U, 200U})
+        measure(streams, 0);
+    measure(200, 20);
+    return 0;
+}
