@@ -21,7 +21,11 @@ using zqtest::operator+;
 
 stream_settings on_port(const std::string& name, std::uint16_t port)
 {
-    return monitor::stream_of_argument(name + "=udp://127.0.0.1:" + std::to_string(port));
+    auto settings = monitor::stream_of_argument(name + "=udp://127.0.0.1:" + std::to_string(port));
+    // However long the machine lets the sender wait, that is no loss of synchronisation, behind which packets do not
+    // count.
+    settings.limits.input_loss = 0;
+    return settings;
 }
 
 /// Seven packets with a PAT, a PMT and an SDT among them.
