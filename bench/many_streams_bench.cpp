@@ -23,17 +23,22 @@
 
 namespace
 {
-constexpr std::uint64_t bitrate = 10'000'000;
-constexpr std::chrono::seconds length{5};
-constexpr unsigned datagrams_per_second = bitrate / 8 / 1316;
+struct load
+{
+    unsigned streams = 1;
+    std::uint64_t bit_rate = 10'000'000;
+    std::chrono::seconds length{5};
+
+    [[nodiscard]] unsigned datagrams_per_second() const { return static_cast<unsigned>(bit_rate / 8 / 1316); }
+};
 
 /// What every port is sent.
-std::vector<unsigned char> stream()
+std::vector<unsigned char> stream_of(const load& wanted)
 {
-    monitor::demo_multiplex source({}, bitrate);
+    monitor::demo_multiplex source({}, wanted.bit_rate);
     monitor::packet_source::timed_packet packet;
     std::vector<unsigned char> bytes;
-    while (source.next(packet) && packet.due < length)
+    while (source.next(packet) && packet.due < wanted.length)
         bytes.insert(bytes.end(), packet.bytes.begin(), packet.bytes.end());
     return bytes;
 }
@@ -145,55 +150,98 @@ private:
     std::vector<std::thread> m_threads;
 };
 
-void measure(unsigned streams, unsigned watching)
+/// Ports that no run has had; not those that the system gives away.
+std::uint16_t take_ports(unsigned count)
 {
-    static std::uint16_t port = 20000;
-    auto bytes = stream();
-    const auto seconds = static_cast<double>(length.count());
-    const monitor_process watched(port, streams);
+    static std::uint16_t next = 20000;
+    const std::uint16_t first = next;
+    next = static_cast<std::uint16_t>(next + count);
+    return first;
+}
+
+/// Sends to all ports, and gives the number of datagrams; `seconds` becomes how long it took.
+unsigned long send(const load& wanted, std::vector<unsigned char>& bytes, std::uint16_t port, double& seconds)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    const auto sent = bench::send_stream_to_many(bytes, port, wanted.streams, wanted.datagrams_per_second());
+    seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    return sent;
+}
+
+/// The share of a core.
+double measure_monitor(const load& wanted, std::vector<unsigned char>& bytes, unsigned watching)
+{
+    const std::uint16_t port = take_ports(wanted.streams);
+    const monitor_process watched(port, wanted.streams);
     const double idle_mb = watched.resident_mb();
     double share = 0;
+    double seconds = 0;
     unsigned long sent = 0;
     {
         const viewers all(watched.page(), watching);
         const double before = watched.cpu();
-        sent = bench::send_stream_to_many(bytes, port, streams, datagrams_per_second);
+        sent = send(wanted, bytes, port, seconds);
         share = (watched.cpu() - before) / seconds;
         std::this_thread::sleep_for(std::chrono::milliseconds{1500}); // up to the next look
     }
-    std::printf("%3u streams, %2u viewers: %.3f of a core, %.0f of %lu datagrams lost, errors %.0f, %.2f MB a stream, "
-                "%.2f MB before data\n",
-                streams, watching, share, static_cast<double>(sent) - watched.sum("ts_input_datagrams_total"), sent,
-                watched.sum("ts_tr101290_errors_total"), watched.resident_mb() / streams, idle_mb);
+    const double mb = watched.resident_mb();
+    std::printf("%3u streams of %3.0f Mbit/s, %2u viewers: %.3f of a core in %.1f s, %.0f of %lu datagrams lost (%.0f "
+                "dropped by the kernel), errors %.0f, %.2f MB a stream (%.2f MB before data, %.2f MB then)\n",
+                wanted.streams, static_cast<double>(wanted.bit_rate) / 1e6, watching, share, seconds,
+                static_cast<double>(sent) - watched.sum("ts_input_datagrams_total"), sent,
+                watched.sum("ts_socket_drops_total"), watched.sum("ts_tr101290_errors_total"), mb / wanted.streams,
+                idle_mb, mb);
     std::fflush(stdout);
-    port = static_cast<std::uint16_t>(port + streams);
-    if (watching > 0)
+    return share;
+}
+
+void measure(const load& wanted, unsigned watching, bool with_peer)
+{
+    auto bytes = stream_of(wanted);
+    const double share = measure_monitor(wanted, bytes, watching);
+    if (!with_peer)
         return;
-    unsigned long sent_to_peer = 0;
-    const auto peer = bench::measure({"udpsrc port=PORT ! tsparse", port, streams, 0}, [&] {
-        sent_to_peer = bench::send_stream_to_many(bytes, port, streams, datagrams_per_second);
-    });
-    std::printf(
-        "    udpsrc ! tsparse ! fakesink: %.3f of a core, %ld of %lu datagrams lost, ratio %.3f, %.2f MB a stream\n",
-        peer.cpu_us / 1e6 / seconds, static_cast<long>(sent_to_peer) - static_cast<long>(peer.received), sent_to_peer,
-        share / (peer.cpu_us / 1e6 / seconds), peer.kb_per_source / 1024);
+    const std::uint16_t port = take_ports(wanted.streams);
+    unsigned long sent = 0;
+    double seconds = 0;
+    const auto peer = bench::measure({"udpsrc port=PORT ! tsparse", port, wanted.streams, 0},
+                                     [&] { sent = send(wanted, bytes, port, seconds); });
+    const double peer_share = peer.cpu_us / 1e6 / seconds;
+    std::printf("    udpsrc ! tsparse ! fakesink: %.3f of a core in %.1f s, %ld of %lu datagrams lost, ratio %.3f, "
+                "%.2f MB a stream\n",
+                peer_share, seconds, static_cast<long>(sent) - static_cast<long>(peer.received), sent,
+                share / peer_share, peer.kb_per_source / 1024);
     std::fflush(stdout);
-    port = static_cast<std::uint16_t>(port + streams);
 }
 } // namespace
 
-/// many_streams_bench [STREAMS] [VIEWERS]
+/// many_streams_bench [STREAMS [VIEWERS [MBIT_PER_SECOND]]]: the peer is left out where there are viewers.
 int main(int argc, char** argv)
 {
     if (const int code = bench::receive_if_asked(argc, argv); code >= 0)
         return code;
     std::signal(SIGPIPE, SIG_IGN);
+    const auto number = [&](int index) {
+        return index < argc ? static_cast<unsigned>(std::strtoul(argv[index], nullptr, 10)) : 0;
+    };
+    constexpr std::uint64_t mbit = 1'000'000;
+    load fast;
+    fast.bit_rate = 500 * mbit;
+    fast.length = std::chrono::seconds{2}; // all of it lies in memory
     if (argc > 1) {
-        measure(static_cast<unsigned>(std::atoi(argv[1])), argc > 2 ? static_cast<unsigned>(std::atoi(argv[2])) : 0);
+        load wanted = argc > 3 ? fast : load{};
+        wanted.streams = number(1);
+        wanted.bit_rate = argc > 3 ? number(3) * mbit : wanted.bit_rate;
+        measure(wanted, number(2), number(2) == 0);
         return 0;
     }
-    for (const unsigned streams : {1U, 20U, 200U})
-        measure(streams, 0);
-    measure(200, 20);
+    for (const unsigned streams : {1U, 20U, 200U}) {
+        load wanted;
+        wanted.streams = streams;
+        measure(wanted, 0, true);
+        if (streams == 200)
+            measure(wanted, 20, false);
+    }
+    measure(fast, 0, true);
     return 0;
 }
