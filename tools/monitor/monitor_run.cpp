@@ -49,6 +49,7 @@ int monitor_run::to_end()
 {
     if (m_options.check)
         return check();
+    take_hangups();
     if (!prepare_player())
         return tools::exit_failed;
     if (const auto faults = read_streams(); !faults.empty()) {
@@ -56,7 +57,6 @@ int monitor_run::to_end()
             m_program.fail(fault);
         return tools::exit_failed;
     }
-    take_hangups();
     if (!start())
         return tools::exit_failed;
     watch();
@@ -158,8 +158,10 @@ void monitor_run::watch()
         return tools::is_asked_to_end() || has_no_reader || (m_screen && m_screen->is_gone());
     };
     while (!is_over()) {
-        if (std::exchange(asked_to_read_again, 0) != 0)
+        if (asked_to_read_again != 0) {
+            asked_to_read_again = 0; // before the reading, so that what is asked meanwhile is not forgotten
             read_again();
+        }
         const auto now = moment::now();
         if (now.clock >= next) {
             each_second(now);

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <future>
-#include <regex>
 
 namespace web_site_test
 {

@@ -9,7 +9,7 @@ namespace
 {
 constexpr std::chrono::milliseconds step{5};
 
-t2mi::t2mi_options options()
+t2mi::t2mi_options stream_options()
 {
     t2mi::t2mi_options options;
     options.bitrate = demo_t2mi::bitrate;
@@ -27,7 +27,7 @@ demo_service service(std::uint16_t number)
 } // namespace
 
 demo_t2mi::demo_t2mi()
-    : m_encapsulator(options(), [this](const unsigned char* packet) {
+    : m_encapsulator(stream_options(), [this](const unsigned char* packet) {
           auto& made = m_made.emplace_back();
           std::copy_n(packet, made.bytes.size(), made.bytes.begin());
       })
