@@ -51,7 +51,10 @@ class player::line
 {
 public:
     line(std::unique_ptr<packet_source> source, const wire& way, std::uint16_t port)
-        : m_source(std::move(source)), m_way(way), m_socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+        : m_source(std::move(source)),
+          m_way(way),
+          m_port(port),
+          m_socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
     {
         const sockaddr_in address = loopback(port);
         m_good = m_socket >= 0 && connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
@@ -66,6 +69,7 @@ public:
     line& operator=(const line&) = delete;
 
     [[nodiscard]] bool is_good() const { return m_good; }
+    [[nodiscard]] std::uint16_t port() const { return m_port; }
     [[nodiscard]] bool has_next() const { return m_has_next; }
     [[nodiscard]] nanoseconds due() const { return m_next.due; }
 
@@ -113,6 +117,7 @@ private:
 
     std::unique_ptr<packet_source> m_source;
     wire m_way;
+    std::uint16_t m_port;
     int m_socket;
     bool m_good = false;
     bool m_has_next = false;
@@ -134,8 +139,14 @@ player::~player()
 
 std::uint16_t player::add(std::unique_ptr<packet_source> source, const wire& way)
 {
-    const std::uint16_t port = free_port();
-    if (port == 0)
+    const auto is_taken = [this](std::uint16_t port) {
+        return std::any_of(m_lines.begin(), m_lines.end(), [port](const auto& one) { return one->port() == port; });
+    };
+    std::uint16_t port = free_port();
+    // Nobody listens on those of the others yet, so the system may give one of them again.
+    for (int tries = 0; tries < 10 && is_taken(port); ++tries)
+        port = free_port();
+    if (port == 0 || is_taken(port))
         return 0;
     m_lines.push_back(std::make_unique<line>(std::move(source), way, port));
     return m_lines.back()->is_good() ? port : std::uint16_t{0};
