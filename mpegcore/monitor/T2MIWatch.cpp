@@ -16,7 +16,8 @@ bool is_same(const DVBT2Timestamp& one, const DVBT2Timestamp& other)
 }
 } // namespace
 
-T2MIWatch::T2MIWatch(std::uint16_t PID, TR101290& checks) : m_PID(PID), m_checks(checks), m_demultiplexer(*this)
+T2MIWatch::T2MIWatch(std::uint16_t PID, TR101290& checks)
+    : m_PID(PID), m_checks(checks), m_demultiplexer(*this), m_frames(PID, checks)
 {
     m_demultiplexer.set_PID(PID);
     for (const CheckName& name : TR101290_checks)
@@ -46,7 +47,16 @@ void T2MIWatch::put(const unsigned char* packet, std::uint64_t now)
 void T2MIWatch::reset()
 {
     m_demultiplexer.reset();
+    m_frames.forget();
     m_has_timestamp = false;
+}
+
+void T2MIWatch::on_baseband_frame(const T2MIHeader& header, std::uint8_t frame_idx, std::uint8_t plp_id,
+                                  bool intl_frame_start)
+{
+    if (has_new_gap())
+        m_frames.forget();
+    m_frames.put_frame({header.superframe_idx, frame_idx}, plp_id, intl_frame_start, m_now);
 }
 
 void T2MIWatch::on_T2MI_packet(const T2MIHeader& header, const unsigned char* payload, std::size_t size)
@@ -54,6 +64,10 @@ void T2MIWatch::on_T2MI_packet(const T2MIHeader& header, const unsigned char* pa
     m_last_type = header.packet_type;
     if (!is_known_T2MI_packet_type(header.packet_type))
         m_checks.raise(Check::T2MI_packet_type_error_2, m_now, Finding::packet_type, header.packet_type, m_PID);
+    if (has_new_gap())
+        m_frames.forget();
+    if (header.packet_type == static_cast<std::uint8_t>(T2MIPacketType::L1_current) && m_L1.read(payload, size))
+        m_frames.put_L1(header.superframe_idx, m_L1, m_now);
     DVBT2Timestamp timestamp;
     if (header.packet_type == static_cast<std::uint8_t>(T2MIPacketType::DVB_T2_timestamp) &&
         read_record(timestamp, payload, size))

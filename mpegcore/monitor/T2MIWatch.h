@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "mpegcore/monitor/T2MIFrameCheck.h"
 #include "mpegcore/monitor/TR101290.h"
 #include "mpegcore/t2mi/T2MIDemultiplexer.h"
 
@@ -46,6 +47,8 @@ public:
     T2MIContents contents() const;
 
 private:
+    void on_baseband_frame(const T2MIHeader& header, std::uint8_t frame_idx, std::uint8_t plp_id,
+                           bool intl_frame_start) override;
     void on_T2MI_packet(const T2MIHeader& header, const unsigned char* payload, std::size_t size) override;
     void on_PLP_appeared(std::uint8_t plp_id) override { m_PLPs.set(plp_id); }
     void on_PLP_gone(std::uint8_t plp_id) override { m_PLPs.reset(plp_id); }
@@ -63,6 +66,9 @@ private:
     std::uint8_t m_last_type = 0; ///< packet_type of the last packet that is no baseband frame
     // As far as they were raised.
     std::uint64_t m_CRC_32_errors = 0, m_packet_count_gaps = 0, m_payload_errors = 0;
+
+    T2MIFrameCheck m_frames;
+    L1Current m_L1; ///< of the last T2 frame; here so that its loops keep their room
 
     bool m_has_timestamp = false; ///< the next one can be held against it
     std::uint8_t m_superframe_idx = 0;

@@ -30,7 +30,7 @@ std::string text(const char* format, std::uint64_t a = 0, std::uint64_t b = 0, s
 
 std::string CheckRecord::detail() const
 {
-    constexpr std::uint64_t low_32 = 0xFFFFFFFF, low_8 = 0xFF;
+    constexpr std::uint64_t low_32 = 0xFFFFFFFF, low_16 = 0xFFFF, low_8 = 0xFF;
     switch (finding) {
     case Finding::none:
         return {};
@@ -85,6 +85,13 @@ std::string CheckRecord::detail() const
         return "CRC-32 of a T2-MI packet";
     case Finding::T2MI_payload:
         return text("contents of a packet of packet_type 0x%02llX", value);
+    case Finding::PLP_blocks:
+        return text("PLP %llu: %llu baseband frames for a PLP_NUM_BLOCKS of %llu", value >> 48, value & low_32,
+                    value >> 32 & low_16);
+    case Finding::frame_behind_L1:
+        return text("PLP %llu: baseband frame behind the L1 of its T2 frame", value);
+    case Finding::L1_goes_back:
+        return text("L1 went back to frame_idx %llu", value);
     case Finding::timestamps_differ:
         return "timestamps of a super-frame differ";
     case Finding::timestamp_step:

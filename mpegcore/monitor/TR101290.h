@@ -39,6 +39,8 @@ enum class Check : std::uint8_t
     T2MI_packet_count_error,
     T2MI_CRC_error,
     T2MI_payload_error,
+    T2MI_plp_num_blocks_error,
+    T2MI_transmission_order_error,
     T2MI_DVB_T2_Timestamp_error,
     T2MI_DVB_T2_Timestamp_discontinuity,
 };
@@ -81,6 +83,8 @@ inline constexpr std::array TR101290_checks{
     CheckName{Check::T2MI_packet_count_error, "11.2.2.3", "T2MI_packet_count_error", 0},
     CheckName{Check::T2MI_CRC_error, "11.2.2.4", "T2MI_CRC_error", 0},
     CheckName{Check::T2MI_payload_error, "11.2.2.5", "T2MI_payload_error", 0},
+    CheckName{Check::T2MI_plp_num_blocks_error, "11.2.2.6", "T2MI_plp_num_blocks_error", 0},
+    CheckName{Check::T2MI_transmission_order_error, "11.2.2.7", "T2MI_transmission_order_error", 0},
     CheckName{Check::T2MI_DVB_T2_Timestamp_error, "11.2.2.8", "T2MI_DVB-T2_Timestamp_error", 0},
     CheckName{Check::T2MI_DVB_T2_Timestamp_discontinuity, "11.2.2.9", "T2MI_DVB-T2_Timestamp_discontinuity", 0},
 };
@@ -120,7 +124,10 @@ enum class Finding : std::uint8_t
     packet_type,    ///< value: packet_type
     packet_count,   ///< it does not follow
     T2MI_CRC_32,
-    T2MI_payload, ///< value: packet_type
+    T2MI_payload,    ///< value: packet_type
+    PLP_blocks,      ///< value: plp_id << 48 | PLP_NUM_BLOCKS << 32 | baseband frames that came
+    frame_behind_L1, ///< value: plp_id
+    L1_goes_back,    ///< value: frame_idx
     timestamps_differ,
     timestamp_step, ///< value: units of 1/subseconds_per_second
 };

@@ -180,14 +180,18 @@ void T2MIDemultiplexer::take(unsigned char* packet, std::size_t size)
     ++m_counters.packets_by_type[packet_type];
     unsigned char* const payload = packet + T2MIHeader::size;
     const std::size_t payload_size = size - T2MIHeader::size - T2MIHeader::crc_size;
+    T2MIHeader header;
+    const bool has_header = read_record(header, packet, T2MIHeader::size);
     if (packet_type == static_cast<std::uint8_t>(T2MIPacketType::baseband_frame)) {
+        constexpr std::size_t prefix_size = 3;
+        if (has_header && payload_size >= prefix_size)
+            m_listener.on_baseband_frame(header, payload[0], payload[1], (payload[2] & 0x80U) != 0);
         m_counters.payload_errors += m_PLPs.take_frame(payload, payload_size) ? 0 : 1;
         return;
     }
     if (!is_known_T2MI_packet_type(packet_type))
         ++m_counters.unknown_types;
-    T2MIHeader header;
-    if (read_record(header, packet, T2MIHeader::size))
+    if (has_header)
         m_listener.on_T2MI_packet(header, payload, payload_size);
     if (packet_type == static_cast<std::uint8_t>(T2MIPacketType::L1_current))
         m_counters.payload_errors += m_PLPs.take_L1(payload, payload_size) ? 0 : 1;

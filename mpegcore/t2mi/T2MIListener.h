@@ -32,6 +32,11 @@ public:
     /// L1-pre or the configurable part of L1-post is another than before, or the first one.
     virtual void on_L1_changed(const L1Current&) {}
     virtual void on_timestamp(const DVBT2Timestamp&) {}
+    /// A baseband frame of the chosen stream, of any PLP, in its T2-MI packet (ETSI TS 102 773, 5.2.1); before its
+    /// packets.
+    virtual void on_baseband_frame(const T2MIHeader&, std::uint8_t /*frame_idx*/, std::uint8_t /*plp_id*/,
+                                   bool /*intl_frame_start*/)
+    {}
     /// Any T2-MI packet of the chosen stream that is no baseband frame; `size` in whole bytes.
     virtual void on_T2MI_packet(const T2MIHeader&, const unsigned char* /*payload*/, std::size_t /*size*/) {}
     /// The PID was chosen, or another one.

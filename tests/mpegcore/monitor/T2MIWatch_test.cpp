@@ -56,12 +56,22 @@ Bytes timestamp(std::uint64_t seconds, std::uint64_t subseconds, unsigned utco =
 }
 constexpr std::uint64_t superframe = 10'866'688, units_per_second = 48'000'000;
 
+/// An L1 of T2 frames without baseband frames.
+Bytes L1_of_no_blocks()
+{
+    mpegcore::L1Current L1;
+    EXPECT_TRUE(L1.read(L1_on_air.data(), L1_on_air.size()));
+    for (auto& PLP : L1.L1DYN_CURR.PLPs)
+        PLP.PLP_NUM_BLOCKS = 0;
+    return L1.payload();
+}
+
 /// Gives each packet a super-frame of its own choice.
 struct Frames
 {
     void add(unsigned superframe_idx, const Bytes& stamp)
     {
-        for (const auto& [type, payload] : {std::pair(0x20U, stamp), std::pair(0x10U, L1_on_air)}) {
+        for (const auto& [type, payload] : {std::pair(0x20U, stamp), std::pair(0x10U, L1_of_no_blocks())}) {
             Bytes packet = sender.packet(type, payload);
             packet.resize(packet.size() - 4);
             packet[2] = static_cast<unsigned char>(superframe_idx << 4);
