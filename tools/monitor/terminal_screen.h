@@ -32,8 +32,8 @@ public:
     [[nodiscard]] bool take_keys(std::size_t streams);
 
 private:
+    termios m_before{}; ///< before m_has_keys, which is found out by filling it
     bool m_has_keys;
-    termios m_before{};
     terminal_view m_view;
     line_spooler m_output;
 };

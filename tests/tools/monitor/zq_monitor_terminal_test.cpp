@@ -4,13 +4,16 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <iterator>
 #include <string>
 
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace zq_monitor_terminal_test
@@ -56,6 +59,13 @@ public:
         });
     }
     void forget() { m_shown.clear(); }
+    /// As the terminal is set now.
+    [[nodiscard]] termios settings() const
+    {
+        termios now{};
+        EXPECT_EQ(tcgetattr(m_terminal, &now), 0);
+        return now;
+    }
     int exit_code()
     {
         int status = 0;
@@ -109,6 +119,36 @@ TEST(MonitorTerminal, ArrowsChooseAStreamAndEnterShowsIt)
     program.press("\033[D");
     EXPECT_TRUE(program.shows("> Sport"));
     program.press("q");
+    EXPECT_EQ(program.exit_code(), 0);
+}
+
+TEST(MonitorTerminal, KeysAreReadOneByOneAndTheRestStaysAsItWas)
+{
+    const support::watchdog watchdog;
+    on_terminal program(80, 10, "xterm");
+    const termios before = program.settings();
+    ASSERT_TRUE(program.shows("> News"));
+    const termios drawn = program.settings();
+    EXPECT_EQ(drawn.c_lflag, before.c_lflag & ~static_cast<tcflag_t>(ICANON | ECHO));
+    EXPECT_EQ(drawn.c_iflag, before.c_iflag);
+    EXPECT_EQ(drawn.c_oflag, before.c_oflag);
+    EXPECT_EQ(drawn.c_cc[VINTR], before.c_cc[VINTR]);
+    EXPECT_EQ(drawn.c_cc[VSUSP], _POSIX_VDISABLE);
+    program.press("q");
+    ASSERT_TRUE(program.shows("\033[?1049l"));
+    EXPECT_EQ(program.exit_code(), 0);
+    const termios after = program.settings();
+    EXPECT_EQ(after.c_lflag, before.c_lflag);
+    EXPECT_TRUE(std::equal(std::begin(after.c_cc), std::end(after.c_cc), std::begin(before.c_cc)));
+}
+
+TEST(MonitorTerminal, TheKeyForInterruptsEndsTheProgram)
+{
+    const support::watchdog watchdog;
+    on_terminal program(80, 10, "xterm");
+    ASSERT_TRUE(program.shows("> News"));
+    program.press("\003");
+    EXPECT_TRUE(program.shows("\033[?25h\033[?1049l"));
     EXPECT_EQ(program.exit_code(), 0);
 }
 
