@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "http_client.h"
+#include "running_monitor.h"
 #include "support/Multiplex.h"
 #include "support/Program.h"
 #include "support/udp_sender.h"
@@ -10,110 +11,29 @@
 #include <nlohmann/json.hpp>
 
 #include <chrono>
-#include <csignal>
 #include <deque>
 #include <fstream>
 #include <regex>
 #include <sstream>
 #include <thread>
 
-#include <fcntl.h>
-
 namespace zq_monitor_test
 {
+using monitor_runs::entry;
+using monitor_runs::is_ready;
+using monitor_runs::on_port;
+using monitor_runs::running;
+using monitor_runs::streams_at;
 using nlohmann::json;
 using support::eventually;
 using testing::HasSubstr;
 using testing::StartsWith;
-
-/// The program as it is installed, running in the folder of the test.
-class running
-{
-public:
-    running(const std::filesystem::path& folder, std::vector<std::string> arguments)
-        : m_output(folder / "output"), m_errors(folder / "errors")
-    {
-        m_child = fork();
-        if (m_child != 0)
-            return;
-        const int output = open(m_output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-        const int errors = open(m_errors.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-        dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
-        dup2(output, STDOUT_FILENO);
-        dup2(errors, STDERR_FILENO);
-        std::vector<char*> words;
-        arguments.insert(arguments.begin(), ZQ_MONITOR_TOOL);
-        for (auto& argument : arguments)
-            words.push_back(argument.data());
-        words.push_back(nullptr);
-        if (chdir(folder.c_str()) == 0)
-            execv(words[0], words.data());
-        _exit(127);
-    }
-    ~running()
-    {
-        if (m_child > 0)
-            end(SIGKILL);
-    }
-    running(const running&) = delete;
-    running& operator=(const running&) = delete;
-
-    /// The exit code, or -1 for a signal.
-    int end(int signal = SIGTERM)
-    {
-        int status = 0;
-        kill(m_child, signal);
-        waitpid(m_child, &status, 0);
-        m_child = 0;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-    void read_again() const { kill(m_child, SIGHUP); }
-    [[nodiscard]] bool is_alive() const { return waitpid(m_child, nullptr, WNOHANG) == 0; }
-    [[nodiscard]] std::string output() const { return contents(m_output); }
-    [[nodiscard]] std::string errors() const { return contents(m_errors); }
-
-    /// Where it serves the page, once it says so; 0: it does not.
-    [[nodiscard]] std::uint16_t port() const
-    {
-        std::smatch found;
-        const std::regex address("http://127\\.0\\.0\\.1:([0-9]+)/");
-        std::string text;
-        const auto said = [&] {
-            text = errors();
-            return std::regex_search(text, found, address);
-        };
-        return eventually(said) ? static_cast<std::uint16_t>(std::stoul(found[1])) : std::uint16_t{0};
-    }
-
-private:
-    static std::string contents(const std::filesystem::path& file)
-    {
-        std::ifstream stream(file);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-
-    std::filesystem::path m_output;
-    std::filesystem::path m_errors;
-    pid_t m_child;
-};
 
 class Monitor : public zqtest::Program
 {
 protected:
     [[nodiscard]] Result run(const std::string& arguments) const { return shell("'" ZQ_MONITOR_TOOL "' " + arguments); }
     void write_text(const std::string& name, const std::string& text) const { std::ofstream(folder / name) << text; }
-
-    static std::string on_port(std::uint16_t port) { return "udp://127.0.0.1:" + std::to_string(port); }
-    static std::string entry(const std::string& name, std::uint16_t port)
-    {
-        return "[[stream]]\nname = \"" + name + "\"\naddress = \"" + on_port(port) + "\"\n";
-    }
-    static json streams_at(std::uint16_t port)
-    {
-        const auto body = monitor_http::body_of(monitor_http::ask(port, "/api/streams"));
-        const auto parsed = json::parse(body, nullptr, false);
-        return parsed.is_object() ? parsed["streams"] : json::array();
-    }
 
     support::watchdog watchdog{std::chrono::minutes{5}}; // a process, or several, are begun in each
 };
@@ -244,7 +164,7 @@ TEST_F(Monitor, ServesThePageTheInterfaceAndTheMetrics)
     running program(folder, {"--http", "0", "A=" + on_port(port)});
     const auto page = program.port();
     ASSERT_NE(page, 0);
-    ASSERT_TRUE(eventually([&] { return monitor_http::ask(page, "/readyz").find("200 OK") != std::string::npos; }));
+    ASSERT_TRUE(eventually([&] { return is_ready(page); }));
     const support::udp_sender sender("127.0.0.1", port);
     sender.send(datagram_with_service("<script>alert(1)</script>"));
     ASSERT_TRUE(eventually([&] { return streams_at(page).at(0)["service"] == "<script>alert(1)</script>"; }));
@@ -271,7 +191,7 @@ TEST_F(Monitor, ReadsItsFileAgainAndLeavesAloneWhatStayedTheSame)
     write_text("list.toml", entry("A", port) + entry("B", support::free_port()));
     running program(folder, {"--http", "0", "--streams", "list.toml"});
     const auto page = program.port();
-    ASSERT_TRUE(eventually([&] { return monitor_http::ask(page, "/readyz").find("200 OK") != std::string::npos; }));
+    ASSERT_TRUE(eventually([&] { return is_ready(page); }));
     const support::udp_sender sender("127.0.0.1", port);
     for (int count = 0; count < 10; ++count)
         sender.send(datagram_with_service("One"));
@@ -298,7 +218,7 @@ TEST_F(Monitor, WritesTheBeginningAndTheEndOfAnAlarm)
     const auto port = support::free_port();
     running program(folder, {"--events", "events", "--hold-off", "0", "--http", "0", "A=" + on_port(port)});
     const auto page = program.port();
-    ASSERT_TRUE(eventually([&] { return monitor_http::ask(page, "/readyz").find("200 OK") != std::string::npos; }));
+    ASSERT_TRUE(eventually([&] { return is_ready(page); }));
     const support::udp_sender sender("127.0.0.1", port);
     auto damaged = datagram_with_service("One");
     damaged[7 * 188 + 1] |= 0x80;
@@ -351,7 +271,7 @@ TEST_F(Monitor, SlowAndSilentClientsDoNotTouchTheStreams)
     const auto port = support::free_port();
     running program(folder, {"--http", "0", "A=" + on_port(port)});
     const auto page = program.port();
-    ASSERT_TRUE(eventually([&] { return monitor_http::ask(page, "/readyz").find("200 OK") != std::string::npos; }));
+    ASSERT_TRUE(eventually([&] { return is_ready(page); }));
     std::deque<monitor_http::connection> clients;
     for (int count = 0; count < 300; ++count) {
         clients.emplace_back(page);

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "outside.h"
+#include "support/child_process.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <regex>
+#include <sstream>
+
+namespace terminal_in_tmux_test
+{
+using support::eventually;
+
+/// The demo in a terminal that tmux makes.
+class TerminalInTmux : public monitor_outside::Outside
+{
+protected:
+    TerminalInTmux() : Outside("tmux") {}
+
+    void SetUp() override
+    {
+        Outside::SetUp();
+        if (IsSkipped() || HasFailure())
+            return;
+        m_server = std::make_unique<support::child_process>(
+            folder, "tmux", std::vector<std::string>{"tmux", "-u", "-S", "socket", "-f", "/dev/null", "-D"});
+        ASSERT_TRUE(eventually([this] { return tmux("show-options -s").exit_code == 0; })) << m_server->errors();
+    }
+
+    [[nodiscard]] Result tmux(const std::string& words) const { return shell("tmux -u -N -S socket " + words); }
+
+    /// Begins the program behind a line of a shell, which goes on after it.
+    void begin(unsigned columns, unsigned rows) const
+    {
+        std::ofstream(folder / "begin") << "trap : INT\necho before\n'" ZQ_MONITOR_TOOL
+                                           "' --demo\necho \"ended with $?\"\nexec cat\n";
+        const auto begun =
+            tmux("new-session -d -x " + std::to_string(columns) + " -y " + std::to_string(rows) + " 'exec sh begin'");
+        ASSERT_EQ(begun.exit_code, 0) << begun.text;
+    }
+    void press(const std::string& key) const { ASSERT_EQ(tmux("send-keys " + key).exit_code, 0); }
+
+    /// Waits for a screen of these lines; "#" in them stands for any number, "@" for the state of a stream that
+    /// something comes for, and a line that ends in "..." for all that begin so.
+    [[nodiscard]] bool shows(const std::vector<std::string>& lines)
+    {
+        const auto fits = [&] {
+            m_screen = screen();
+            bool all = m_screen.size() == lines.size();
+            for (std::size_t at = 0; all && at < lines.size(); ++at)
+                all = std::regex_match(m_screen[at], std::regex(pattern_of(lines[at])));
+            return all;
+        };
+        if (eventually(fits, std::chrono::seconds{60}))
+            return true;
+        for (const auto& line : m_screen)
+            std::fprintf(stderr, "|%s|\n", line.c_str());
+        return false;
+    }
+    /// The lines of the last screen, without blanks at their ends and empty lines below.
+    [[nodiscard]] std::vector<std::string> screen() const
+    {
+        std::istringstream text(tmux("capture-pane -p").text);
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(text, line);)
+            lines.push_back(line.erase(line.find_last_not_of(' ') + 1));
+        while (!lines.empty() && lines.back().empty())
+            lines.pop_back();
+        return lines;
+    }
+
+    const std::vector<std::string> after{"before", "ended with 0"};
+
+private:
+    static std::string pattern_of(const std::string& line)
+    {
+        const std::string quoted = std::regex_replace(line, std::regex("[.^$|()\\[\\]{}*+?\\\\]"), "\\$&");
+        const std::string numbers = std::regex_replace(quoted, std::regex("#"), "[0-9.]+");
+        const std::string states = std::regex_replace(numbers, std::regex("@"), "(good|bad|warning)");
+        return std::regex_replace(std::regex_replace(states, std::regex(" +"), " +"),
+                                  std::regex("\\\\\\.\\\\\\.\\\\\\.$"), ".*");
+    }
+
+    std::unique_ptr<support::child_process> m_server;
+    std::vector<std::string> m_screen;
+};
+
+TEST_F(TerminalInTmux, ShowsAllStreamsAndOneAndGivesTheScreenBack)
+{
+    begin(90, 12);
+    const std::vector<std::string> list{"6 streams, ...",
+                                        "  STREAM STATE BIT RATE LOST P1 P2 FIRST SERVICE",
+                                        "  News @ # Mbit/s # # # News 24",
+                                        "> Sport, lossy RTP @ # Mbit/s # # # Sport One",
+                                        "  Film, PMT pauses @ # Mbit/s # # # Film & Series",
+                                        "  Music, damaged @ # Mbit/s # # # Music <live>",
+                                        "  Night, silent silent # bit/s # # #",
+                                        "  Distribution, T2-MI @ # Mbit/s # # #"};
+    ASSERT_TRUE(eventually([this] { return screen().size() == 8; }));
+    press("Down");
+    EXPECT_TRUE(shows(list));
+    press("Enter");
+    ASSERT_TRUE(eventually([this] { return !screen().empty() && screen()[0].rfind("Sport, lossy RTP: ", 0) == 0; }));
+    EXPECT_THAT(screen().at(1), testing::MatchesRegex("udp://127\\.0\\.0\\.1:[0-9]+"));
+    EXPECT_THAT(screen().at(2), testing::MatchesRegex("[0-9.]+ Mbit/s, [0-9]+ datagrams, [0-9]+ lost, "
+                                                      "[0-9]+ dropped by the kernel, 1 senders"));
+    press("Left");
+    EXPECT_TRUE(shows(list));
+    press("q");
+    EXPECT_TRUE(shows(after));
+}
+
+TEST_F(TerminalInTmux, TwentyColumnsAreEnoughAlsoWhenItBecomesSoSmall)
+{
+    begin(90, 12);
+    ASSERT_TRUE(eventually([this] { return screen().size() == 8; }));
+    ASSERT_EQ(tmux("resize-window -x 20 -y 6").exit_code, 0);
+    EXPECT_TRUE(shows({"6 streams, ...", "  STREAM     STATE", "> News       @", "  Sport, los @", "  Film, PMT  @",
+                       "  Music, dam @"}));
+    for (const auto& line : screen())
+        EXPECT_LE(line.size(), 20U) << line;
+    press("C-c");
+    EXPECT_TRUE(eventually([this] { return screen() == after; }, std::chrono::seconds{60}));
+}
+} // namespace terminal_in_tmux_test
