@@ -68,6 +68,8 @@ public:
     /// More than the library's own choice, so that a crowd is refused at once instead of waiting for its turn.
     void lengthen_queue() const { ::listen(m_listening, longest_queue); }
 
+    void serve(socket_t socket) { process_and_close_socket(socket); }
+
     std::thread listener;
     std::atomic<bool> has_ended{false};
     int port = 0;
@@ -201,6 +203,8 @@ void http_server::stop()
     m_server->httplib::Server::stop();
     m_server->listener.join();
 }
+
+void http_server::serve(int socket) { m_server->serve(socket); }
 
 std::uint16_t http_server::port() const { return static_cast<std::uint16_t>(m_server->port); }
 } // namespace monitor

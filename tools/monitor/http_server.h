@@ -58,6 +58,8 @@ public:
     [[nodiscard]] bool start(const http_address& address);
     /// Waits for the answers that are under way; who gives those of `live` has ended them before.
     void stop();
+    /// Answers one request on a stream socket that came from elsewhere, in the thread that calls, and closes it.
+    void serve(int socket);
 
     [[nodiscard]] std::uint16_t port() const;
     [[nodiscard]] const std::string& error() const { return m_error; }
