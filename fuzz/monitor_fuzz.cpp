@@ -35,7 +35,7 @@ mpegcore::MonitorLimits small_limits()
 class Watched
 {
 public:
-    void record(unsigned kind, unsigned PID, unsigned flags, Bytes bytes)
+    void record(unsigned kind, unsigned PID, unsigned flags, const Bytes& bytes)
     {
         zqtest::Stream stream;
         switch (kind % 8) {

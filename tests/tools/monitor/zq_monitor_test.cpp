@@ -13,7 +13,6 @@
 #include <chrono>
 #include <deque>
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <thread>
 
@@ -246,7 +245,8 @@ TEST_F(Monitor, AFullDiskUnderTheEventsIsToldAndNothingEnds)
     ASSERT_TRUE(eventually([&] { return program.errors().find("No space left on device") != std::string::npos; }));
     EXPECT_TRUE(eventually([&] {
         const auto metrics = monitor_http::ask(page, "/metrics");
-        return std::regex_search(metrics, std::regex("\nts_events_lost_total [1-9]"));
+        return metrics.find("\nts_events_lost_total ") != std::string::npos &&
+               metrics.find("\nts_events_lost_total 0") == std::string::npos;
     }));
     EXPECT_EQ(streams_at(page).at(0)["state"], "closed");
     EXPECT_EQ(program.end(), 0);
