@@ -179,36 +179,36 @@ unsigned long send(const load& wanted, std::vector<unsigned char>& bytes, std::u
     return sent;
 }
 
-/// The share of a core.
+/// The CPU time, in seconds.
 double measure_monitor(const load& wanted, std::vector<unsigned char>& bytes, unsigned watching)
 {
     const std::uint16_t port = take_ports(wanted.streams);
     const monitor_process watched(port, wanted.streams);
     const double idle_mb = watched.resident_mb();
-    double share = 0;
+    double cpu = 0;
     double seconds = 0;
     unsigned long sent = 0;
     {
         const viewers all(watched.page(), watching);
         const double before = watched.cpu();
         sent = send(wanted, bytes, port, seconds);
-        share = (watched.cpu() - before) / seconds;
+        cpu = watched.cpu() - before;
     }
     const double received = watched.sum_of_datagrams(sent);
     const double mb = watched.resident_mb();
     std::printf("%3u streams of %3.0f Mbit/s, %2u viewers: %.3f of a core in %.1f s, %.0f of %lu datagrams lost (%.0f "
                 "dropped by the kernel), %.2f MB a stream (%.2f MB before data, %.2f MB then)\n",
-                wanted.streams, static_cast<double>(wanted.bit_rate) / 1e6, watching, share, seconds,
+                wanted.streams, static_cast<double>(wanted.bit_rate) / 1e6, watching, cpu / seconds, seconds,
                 static_cast<double>(sent) - received, sent, watched.sum("ts_socket_drops_total"), mb / wanted.streams,
                 idle_mb, mb);
     std::fflush(stdout);
-    return share;
+    return cpu;
 }
 
 void measure(const load& wanted, unsigned watching, bool with_peer)
 {
     auto bytes = stream_of(wanted);
-    const double share = measure_monitor(wanted, bytes, watching);
+    const double cpu = measure_monitor(wanted, bytes, watching);
     if (!with_peer)
         return;
     const std::uint16_t port = take_ports(wanted.streams);
@@ -216,11 +216,12 @@ void measure(const load& wanted, unsigned watching, bool with_peer)
     double seconds = 0;
     const auto peer = bench::measure({"udpsrc port=PORT ! tsparse", port, wanted.streams, 0},
                                      [&] { sent = send(wanted, bytes, port, seconds); });
-    const double peer_share = peer.cpu_us / 1e6 / seconds;
-    std::printf("    udpsrc ! tsparse ! fakesink: %.3f of a core in %.1f s, %ld of %lu datagrams lost, ratio %.3f, "
+    const double peer_cpu = peer.cpu_us / 1e6;
+    std::printf("    udpsrc ! tsparse ! fakesink: %.3f of a core in %.1f s, %ld of %lu datagrams lost, ratio of CPU "
+                "times %.3f, "
                 "%.2f MB a stream\n",
-                peer_share, seconds, static_cast<long>(sent) - static_cast<long>(peer.received), sent,
-                share / peer_share, peer.kb_per_source / 1024);
+                peer_cpu / seconds, seconds, static_cast<long>(sent) - static_cast<long>(peer.received), sent,
+                cpu / peer_cpu, peer.kb_per_source / 1024);
     std::fflush(stdout);
 }
 } // namespace
