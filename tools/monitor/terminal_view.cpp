@@ -130,6 +130,19 @@ std::string summary_of(const survey& all)
     return text + ", " + rate_text(bits);
 }
 
+const char* word_of(event::kind kind)
+{
+    switch (kind) {
+    case event::kind::begin:
+        return " begin ";
+    case event::kind::end:
+        return " end   ";
+    case event::kind::note:
+        return " note  ";
+    }
+    return "";
+}
+
 std::vector<std::string> detail_of(const stream_report& report, const survey& all)
 {
     const snapshot& seen = *report.seen;
@@ -169,8 +182,8 @@ std::vector<std::string> detail_of(const stream_report& report, const survey& al
     lines.emplace_back();
     for (auto told = all.events->rbegin(); told != all.events->rend(); ++told)
         if (told->stream == report.settings.name)
-            lines.push_back(iso_time(told->time) + (told->what == event::kind::end ? " end   " : " begin ") +
-                            told->check + ' ' + told->name + ' ' + told->text);
+            lines.push_back(iso_time(told->time) + word_of(told->what) + told->check + ' ' + told->name + ' ' +
+                            told->text);
     return lines;
 }
 } // namespace

@@ -7,6 +7,7 @@
 
 namespace terminal_view_test
 {
+using monitor::event;
 using monitor::fitted;
 using monitor::terminal_view;
 using monitor_surveys::add_service;
@@ -90,6 +91,30 @@ TEST(TerminalView, EnterShowsOneStreamAndBackAllOfThem)
     EXPECT_FALSE(view.lines(*all).empty());
     EXPECT_TRUE(view.press("back", 1));
     EXPECT_EQ(view.lines(*all)[2].substr(0, 6), "> News");
+}
+
+TEST(TerminalView, ADetailEndsWithTheEventsOfItsStreamTheLastOneFirst)
+{
+    const auto told = [](event::kind what, const std::string& stream, const std::string& check) {
+        event one;
+        one.time = noon;
+        one.what = what;
+        one.stream = stream;
+        one.check = check;
+        one.name = "Name";
+        return one;
+    };
+    const auto all = survey_of(report_of("A"), report_of("B"));
+    all->events = std::make_shared<const std::deque<event>>(
+        std::deque<event>{told(event::kind::begin, "A", "1.4"), told(event::kind::begin, "B", "2.2"),
+                          told(event::kind::note, "A", "table"), told(event::kind::end, "A", "1.4")});
+    terminal_view view;
+    view.rows = 60;
+    view.detail = true;
+    auto lines = view.lines(*all);
+    lines.erase(lines.begin(), lines.end() - 3);
+    EXPECT_THAT(lines, ElementsAre(testing::HasSubstr("Z end   1.4 Name"), testing::HasSubstr("Z note  table Name"),
+                                   testing::HasSubstr("Z begin 1.4 Name")));
 }
 
 TEST(TerminalView, StreamsThatWentLeaveTheSelectionOnWhatIsThere)
