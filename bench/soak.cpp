@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// What a parser holds while it runs for long: over clean recordings, and with 20 bits flipped or a piece cut in one of
-// eight. The recordings are generated; those in the folder that ZQ_SAMPLE_DIR names are added.
-//   soak [millions of packets of each kind, 1000 unless given]
+// What a parser, and what the monitor of one stream, holds while it runs for long: over clean recordings, and with 20
+// bits flipped or a piece cut in one of eight. The recordings are generated; those in the folder that ZQ_SAMPLE_DIR
+// names are added.
+//   soak [millions of packets of each kind, 1000 unless given [parser|monitor]]
 #include "CountingParser.h"
 #include "MultiplexStream.h"
+#include "mpegcore/monitor/StreamMonitor.h"
 #include "support/Noise.h"
 #include "support/Samples.h"
 
@@ -16,6 +18,7 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <string_view>
 
 namespace
 {
@@ -45,6 +48,44 @@ std::size_t heap_bytes()
     return heap.uordblks + heap.hblkhd;
 }
 
+struct parsing
+{
+    static constexpr const char* name = "parser";
+
+    void take(Bytes& recording) { parser.Process(recording.data(), recording.size()); }
+    [[nodiscard]] std::size_t packets() const { return parser.packets; }
+
+    zqbench::CountingParser parser{true};
+};
+
+/// Seven packets a datagram, in the time of a stream of 10 Mbit/s.
+struct monitoring
+{
+    static constexpr const char* name = "monitor";
+
+    void take(const Bytes& recording)
+    {
+        constexpr std::size_t datagram = 7;
+        constexpr std::uint64_t datagram_time = 1'052'800, tick_time = 100'000'000;
+        const std::size_t whole = recording.size() / mpegcore::ts_packet_size;
+        for (std::size_t at = 0; at < whole; at += datagram) {
+            monitor.put(recording.data() + at * mpegcore::ts_packet_size, std::min(datagram, whole - at), now);
+            now += datagram_time;
+            if (now < next_tick)
+                continue;
+            monitor.tick(now);
+            next_tick = now + tick_time;
+        }
+        taken += whole;
+    }
+    [[nodiscard]] std::size_t packets() const { return taken; }
+
+    mpegcore::StreamMonitor monitor;
+    std::uint64_t now = 1, next_tick = 0;
+    std::size_t taken = 0;
+};
+
+template <class Kind>
 void soak(const std::vector<Bytes>& recordings, bool noisy, std::size_t packets)
 {
     zqtest::Noise noise(1);
@@ -54,20 +95,20 @@ void soak(const std::vector<Bytes>& recordings, bool noisy, std::size_t packets)
         longest = std::max(longest, one.size());
     recording.reserve(longest);
     const std::size_t before = heap_bytes();
-    auto parser = std::make_unique<zqbench::CountingParser>(true);
-    std::printf("%s recordings\n", noisy ? "noisy" : "clean");
+    auto kind = std::make_unique<Kind>();
+    std::printf("%s over %s recordings\n", Kind::name, noisy ? "noisy" : "clean");
     std::size_t most = 0, next_line = 0;
-    for (std::size_t round = 0; parser->packets < packets; ++round) {
+    for (std::size_t round = 0; kind->packets() < packets; ++round) {
         recording = recordings[round % recordings.size()];
         if (noisy && noise.below(8) == 0)
             noise.damage(recording);
-        parser->Process(recording.data(), recording.size());
+        kind->take(recording);
         const std::size_t held = heap_bytes() - before;
         most = std::max(most, held);
-        if (parser->packets < next_line)
+        if (kind->packets() < next_line)
             continue;
-        std::printf("%6zu million packets: the parser holds %zu kB, at most %zu kB so far\n",
-                    static_cast<std::size_t>(parser->packets) / million, held / 1024, most / 1024);
+        std::printf("%6zu million packets: the %s holds %zu kB, at most %zu kB so far\n", kind->packets() / million,
+                    Kind::name, held / 1024, most / 1024);
         std::fflush(stdout);
         next_line += std::max(packets / 10, million);
     }
@@ -78,6 +119,11 @@ int main(int argc, char** argv)
 {
     const std::size_t millions = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000;
     const auto recordings = make_recordings();
-    for (const bool noisy : {false, true})
-        soak(recordings, noisy, millions * million);
+    const std::string_view only = argc > 2 ? argv[2] : "";
+    for (const bool noisy : {false, true}) {
+        if (only.empty() || only == parsing::name)
+            soak<parsing>(recordings, noisy, millions * million);
+        if (only.empty() || only == monitoring::name)
+            soak<monitoring>(recordings, noisy, millions * million);
+    }
 }
