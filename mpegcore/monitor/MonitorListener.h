@@ -11,8 +11,8 @@ namespace mpegcore
 /// A table that became whole or changed.
 struct TableChange
 {
-    TableNews news; ///< complete or changed
-    const WholeTable& table;
+    TableNews news;              ///< complete or changed
+    const WholeTable& table;     ///< of NIT, SDT other, BAT and TSDT only header and CRC_32 of each section
     std::uint8_t version_before; ///< of the table before, for `changed`
     std::uint64_t time;          ///< ns of the caller's clock
 };

@@ -29,7 +29,7 @@ struct PIDState
     AbsenceTimer PMT; ///< sections with table_id 2, on the PID of a PMT
     AbsenceTimer PTS;
 
-    std::uint64_t referenced_at = 0;   ///< when a table first named it without a break
+    std::uint64_t referenced_at = 0;   ///< when tables began to name it for what it is now
     std::uint64_t unreferenced_at = 0; ///< when its first packet came that no table had named it for
     bool is_absent = false;            ///< told so
     bool is_stray = false;             ///< told to be unreferenced

@@ -63,7 +63,7 @@ struct PIDFigures
     std::uint8_t stream_type = 0; ///< of elementary streams
     bool is_referenced = false;   ///< a table names it, or it has a fixed use
     bool is_scrambled = false;    ///< its last packet was
-    std::uint64_t packets = 0;    ///< all, also damaged ones
+    std::uint64_t packets = 0;    ///< all but those with transport_error_indicator
     std::uint64_t scrambled_packets = 0;
     std::uint64_t continuity_errors = 0;
     std::uint64_t missing_packets = 0;  ///< by continuity_counter, at least

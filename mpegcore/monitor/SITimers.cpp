@@ -13,7 +13,7 @@ using News = AbsenceTimer::News;
 using Limit = std::uint64_t MonitorLimits::*;
 
 constexpr int any_section = -1;
-/// A section that has not come for so many of its limits is taken to be gone for good.
+/// What nobody has to send and has not come for so many of its limits is taken to be gone for good.
 constexpr std::uint64_t limits_to_forget = 6;
 
 constexpr std::uint16_t NIT_PID = 0x10, SDT_PID = 0x11, EIT_PID = 0x12, RST_PID = 0x13, TDT_PID = 0x14;
@@ -46,22 +46,23 @@ struct RepeatedRow
     std::uint8_t first, last; ///< table_id
     std::uint16_t PID;
     Limit limit;
+    bool is_expected = false; ///< if SI_is_expected
 };
 
 constexpr std::array repeated_rows{
-    RepeatedRow{TableID::NIT_actual, TableID::NIT_actual, NIT_PID, &MonitorLimits::NIT_actual},
+    RepeatedRow{TableID::NIT_actual, TableID::NIT_actual, NIT_PID, &MonitorLimits::NIT_actual, true},
     RepeatedRow{TableID::NIT_other, TableID::NIT_other, NIT_PID, &MonitorLimits::NIT_other},
-    RepeatedRow{TableID::SDT_actual, TableID::SDT_actual, SDT_PID, &MonitorLimits::SDT_actual},
+    RepeatedRow{TableID::SDT_actual, TableID::SDT_actual, SDT_PID, &MonitorLimits::SDT_actual, true},
     RepeatedRow{TableID::SDT_other, TableID::SDT_other, SDT_PID, &MonitorLimits::SDT_other},
     RepeatedRow{TableID::BAT, TableID::BAT, SDT_PID, &MonitorLimits::BAT},
-    RepeatedRow{TableID::EIT_actual, TableID::EIT_actual, EIT_PID, &MonitorLimits::EIT_actual},
+    RepeatedRow{TableID::EIT_actual, TableID::EIT_actual, EIT_PID, &MonitorLimits::EIT_actual, true},
     RepeatedRow{TableID::EIT_other, TableID::EIT_other, EIT_PID, &MonitorLimits::EIT_other},
     // Each table_id holds the events of four days.
     RepeatedRow{0x50, 0x51, EIT_PID, &MonitorLimits::EIT_schedule_near},
     RepeatedRow{0x52, 0x5F, EIT_PID, &MonitorLimits::EIT_schedule_later},
     RepeatedRow{0x60, 0x61, EIT_PID, &MonitorLimits::EIT_schedule_near},
     RepeatedRow{0x62, 0x6F, EIT_PID, &MonitorLimits::EIT_schedule_later},
-    RepeatedRow{TableID::TDT, TableID::TDT, TDT_PID, &MonitorLimits::TDT},
+    RepeatedRow{TableID::TDT, TableID::TDT, TDT_PID, &MonitorLimits::TDT, true},
     RepeatedRow{TableID::TOT, TableID::TOT, TDT_PID, &MonitorLimits::TOT},
 };
 
@@ -72,7 +73,7 @@ struct PIDRow
     std::uint8_t also;
 };
 
-/// By PID from NIT_PID on.
+/// By PIDKind from NIT on.
 constexpr std::array PID_rows{
     PIDRow{Check::NIT_actual_error, TableID::NIT_actual, TableID::NIT_other, TableID::NIT_other},
     PIDRow{Check::SDT_actual_error, TableID::SDT_actual, TableID::SDT_actual, TableID::SDT_other},
@@ -94,6 +95,11 @@ constexpr std::uint64_t table_value(unsigned table_id, std::uint64_t absent)
 
 std::uint8_t number_of(const SectionHeader& section) { return section.has_extension() ? section.section_number() : 0; }
 
+bool is_gone(const AbsenceTimer& timer, std::uint64_t now, std::uint64_t since, std::uint64_t limit)
+{
+    return limit != 0 && timer.absent_for(now, since) / limits_to_forget > limit;
+}
+
 /// Table, extension and number of a section in one number.
 std::uint32_t key_of(const SectionHeader& section)
 {
@@ -102,9 +108,10 @@ std::uint32_t key_of(const SectionHeader& section)
 }
 } // namespace
 
-void SITimers::put(std::uint16_t PID, const SectionHeader& section, std::uint64_t now, std::uint64_t since)
+void SITimers::put(PIDKind kind, std::uint16_t PID, const SectionHeader& section, std::uint64_t now,
+                   std::uint64_t since)
 {
-    const PIDRow& row = PID_rows.at(PID - NIT_PID);
+    const PIDRow& row = PID_rows.at(static_cast<std::size_t>(kind) - static_cast<std::size_t>(PIDKind::NIT));
     if (is_foreign(row, section.table_id())) {
         m_checks.applies(row.check);
         m_checks.raise(row.check, now, Finding::foreign_table, section.table_id(), PID);
@@ -112,13 +119,13 @@ void SITimers::put(std::uint16_t PID, const SectionHeader& section, std::uint64_
     }
     if (section.has_extension() && !section.current_next_indicator())
         return;
-    check_gap(PID, section, now);
+    check_gap(row.check, PID, section, now);
     feed_tables(section, now, since);
     feed_sections(section, now, since);
     feed_present_following(section, now, since);
 }
 
-void SITimers::check_gap(std::uint16_t PID, const SectionHeader& section, std::uint64_t now)
+void SITimers::check_gap(Check check, std::uint16_t PID, const SectionHeader& section, std::uint64_t now)
 {
     const unsigned table_id = section.table_id();
     const bool has_gap = table_id == TableID::NIT_actual || table_id == TableID::SDT_actual ||
@@ -136,7 +143,7 @@ void SITimers::check_gap(std::uint16_t PID, const SectionHeader& section, std::u
     const std::uint64_t gap = now - found->second;
     found->second = now;
     if (gap < m_limits.section_gap)
-        m_checks.raise(PID_rows.at(PID - NIT_PID).check, now, Finding::too_close, gap / 1000, PID);
+        m_checks.raise(check, now, Finding::too_close, gap / 1000, PID);
 }
 
 void SITimers::feed_tables(const SectionHeader& section, std::uint64_t now, std::uint64_t since)
@@ -210,7 +217,11 @@ void SITimers::feed_present_following(const SectionHeader& section, std::uint64_
         found->second.is_actual = is_actual;
         found->second.begin = now;
     }
-    static_cast<void>(found->second.sections[section.section_number()].feed(now, since, 0));
+    PresentFollowing& table = found->second;
+    const unsigned number = section.section_number();
+    static_cast<void>(table.sections[number].feed(now, since, 0));
+    table.alone.at(1 - number) = 0;
+    ++table.alone.at(number);
 }
 
 void SITimers::tick(std::uint64_t now, std::uint64_t since)
@@ -227,6 +238,8 @@ void SITimers::tick(std::uint64_t now, std::uint64_t since)
                            table_value(row.table_id, m_tables[at].absent_for(now, since)), row.PID);
         else if (news == News::still_late)
             m_checks.lasts(row.check, now);
+        if (!is_expected && is_gone(m_tables[at], now, since, m_limits.*row.limit))
+            m_tables[at] = {};
     }
     for (std::size_t at = 0; at < repeated_tables; ++at) {
         const RepeatedRow& row = repeated_rows[at];
@@ -238,6 +251,8 @@ void SITimers::tick(std::uint64_t now, std::uint64_t since)
                            table_value(row.first, m_repeated[at].absent_for(now, since)), row.PID);
         else if (news == News::still_late)
             m_checks.lasts(Check::SI_repetition_error, now);
+        if (!(row.is_expected && m_limits.SI_is_expected) && is_gone(m_repeated[at], now, since, m_limits.*row.limit))
+            m_repeated[at] = {};
     }
     tick_sections(now, since);
     tick_present_following(now, since);
@@ -250,15 +265,15 @@ void SITimers::tick_sections(std::uint64_t now, std::uint64_t since)
         const bool is_NIT = table_id == TableID::NIT_other;
         const Check check = is_NIT ? Check::NIT_other_error : Check::SDT_other_error;
         const std::uint64_t limit = is_NIT ? m_limits.NIT_other : m_limits.SDT_other;
-        const std::uint64_t absent = at->second.absent_for(now, since);
         const News news = at->second.look(now, since, limit);
         if (news == News::became_late)
             m_checks.raise(check, now, Finding::section_absent,
-                           std::uint64_t{table_id} << 40 | std::uint64_t{number} << 32 | absent / MonitorLimits::ms,
+                           std::uint64_t{table_id} << 40 | std::uint64_t{number} << 32 |
+                               at->second.absent_for(now, since) / MonitorLimits::ms,
                            is_NIT ? NIT_PID : SDT_PID);
         else if (news == News::still_late)
             m_checks.lasts(check, now);
-        at = limit != 0 && absent > limits_to_forget * limit ? m_sections.erase(at) : std::next(at);
+        at = is_gone(at->second, now, since, limit) ? m_sections.erase(at) : std::next(at);
     }
 }
 
@@ -274,7 +289,10 @@ void SITimers::tick_present_following(std::uint64_t now, std::uint64_t since)
             at = m_present_following.erase(at); // the whole table is gone
             continue;
         }
-        const bool is_incomplete = is_present_late != is_following_late;
+        // A table that is slow as a whole is late with one section first; its sections come in turn.
+        constexpr std::uint64_t no_turn = 2;
+        const bool is_incomplete =
+            is_present_late != is_following_late && table.alone[is_present_late ? 1 : 0] >= no_turn;
         if (is_incomplete && !table.is_incomplete)
             m_checks.raise(Check::EIT_PF_error, now, Finding::pf_incomplete,
                            std::uint64_t{table.service_id} << 8 | (is_present_late ? 0U : 1U), EIT_PID);

@@ -2,6 +2,7 @@
 #pragma once
 #include "mpegcore/monitor/AbsenceTimer.h"
 #include "mpegcore/monitor/MonitorLimits.h"
+#include "mpegcore/monitor/PIDTable.h"
 #include "mpegcore/monitor/TR101290.h"
 #include "mpegcore/sections/SectionHeader.h"
 
@@ -22,9 +23,9 @@ public:
 
     SITimers(const MonitorLimits& limits, TR101290& checks) : m_limits(limits), m_checks(checks) {}
 
-    /// A section of the PIDs 0x0010 to 0x0014 whose CRC_32 is good or that has none. Before `since` nothing was
-    /// expected.
-    void put(std::uint16_t PID, const SectionHeader& section, std::uint64_t now, std::uint64_t since);
+    /// A section of a PID whose kind is NIT, SDT_BAT, EIT, RST or TDT_TOT, whose CRC_32 is good or that has none.
+    /// Before `since` nothing was expected.
+    void put(PIDKind kind, std::uint16_t PID, const SectionHeader& section, std::uint64_t now, std::uint64_t since);
     void tick(std::uint64_t now, std::uint64_t since);
     /// What comes next need not keep its distance from what came.
     void forget_gaps() { m_gaps.clear(); }
@@ -35,6 +36,7 @@ private:
         std::uint16_t service_id = 0;
         bool is_actual = false;
         std::array<AbsenceTimer, 2> sections; ///< by section_number
+        std::array<std::uint64_t, 2> alone{}; ///< how often each came since the other one did
         std::uint64_t begin = 0;              ///< when it came first
         bool is_incomplete = false;           ///< told so
     };
@@ -42,7 +44,7 @@ private:
     void feed_tables(const SectionHeader& section, std::uint64_t now, std::uint64_t since);
     void feed_sections(const SectionHeader& section, std::uint64_t now, std::uint64_t since);
     void feed_present_following(const SectionHeader& section, std::uint64_t now, std::uint64_t since);
-    void check_gap(std::uint16_t PID, const SectionHeader& section, std::uint64_t now);
+    void check_gap(Check check, std::uint16_t PID, const SectionHeader& section, std::uint64_t now);
     void tick_sections(std::uint64_t now, std::uint64_t since);
     void tick_present_following(std::uint64_t now, std::uint64_t since);
 

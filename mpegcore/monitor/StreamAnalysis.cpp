@@ -69,6 +69,10 @@ void StreamAnalysis::put_packet(const unsigned char* packet)
         restart();
     ++m_contents.packets;
     const unsigned PID = PID_of(packet);
+    if ((packet[1] & transport_error_bit) != 0) {
+        note_transport_error(PID);
+        return;
+    }
     if (PID == null_packet_PID) {
         ++m_contents.null_packets;
         return;
@@ -83,13 +87,6 @@ void StreamAnalysis::put_packet(const unsigned char* packet)
     }
     ++state->figures.packets;
     state->figures.last_packet = m_now;
-    if ((packet[1] & transport_error_bit) != 0) {
-        // Nothing else in the packet is to be relied on.
-        ++state->figures.transport_errors;
-        m_checks.raise(Check::Transport_error, m_now, Finding::transport_error_indicator, 0,
-                       static_cast<std::uint16_t>(PID));
-        return;
-    }
     const bool is_scrambled = (packet[3] & 0xC0) != 0;
     state->figures.is_scrambled = is_scrambled;
     if (is_scrambled) {
@@ -104,6 +101,15 @@ void StreamAnalysis::put_packet(const unsigned char* packet)
         note_continuity(*state, verdict);
     if (state->looks_closer)
         look_closer(*state, packet, is_scrambled, verdict == ContinuityCheck::Verdict::repeated);
+}
+
+/// Nothing else in the packet is to be relied on, its PID neither: it makes none known, and none present.
+void StreamAnalysis::note_transport_error(unsigned PID)
+{
+    if (PIDState* const state = m_contents.PIDs.state(PID))
+        ++state->figures.transport_errors;
+    m_checks.raise(Check::Transport_error, m_now, Finding::transport_error_indicator, 0,
+                   static_cast<std::uint16_t>(PID));
 }
 
 PIDState* StreamAnalysis::meet(unsigned PID)
@@ -122,6 +128,8 @@ void StreamAnalysis::restart()
 {
     m_times = m_sync.times();
     m_last_scrambled = 0;
+    if (!m_has_all_PMTs)
+        m_no_strays_up_to = m_now + m_limits.PAT + m_limits.PMT;
     m_SI.forget_gaps();
     if (m_T2MI)
         m_T2MI->reset();
@@ -230,7 +238,7 @@ void StreamAnalysis::gather(PIDState& state, const unsigned char* packet)
         else if (CRC_is_checked(section[0]))
             m_checks.raise(Check::CRC_error, m_now, Finding::CRC_32, section[0], state.figures.PID);
     });
-    if (has_section && m_programs.needs_update(m_contents.packets))
+    if (has_section && m_programs.needs_update(m_contents.packets, m_now))
         update_programs();
 }
 } // namespace mpegcore

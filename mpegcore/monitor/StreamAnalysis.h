@@ -42,6 +42,7 @@ private:
     void advance(std::uint64_t now);
     void restart();
     void put_packet(const unsigned char* packet);
+    void note_transport_error(unsigned PID);
     void note_continuity(PIDState& state, ContinuityCheck::Verdict verdict);
     PIDState* meet(unsigned PID);
     void look_closer(PIDState& state, const unsigned char* packet, bool is_scrambled, bool is_repeated);
@@ -55,6 +56,7 @@ private:
     void tell_splice(const PIDState& state, const unsigned char* section, std::size_t size);
     void update_programs();
     void set_roles(PIDState& state);
+    void note_PMTs();
     void choose_T2MI_PID();
     void watch_T2MI(int PID);
 
@@ -80,6 +82,8 @@ private:
     std::uint64_t m_times = 0;           ///< synchronised, as far as it was followed
     std::size_t m_section_PIDs = 0;      ///< without those of fixed use
     bool m_knows_all_programs = true;    ///< no bound keeps the PMT of one away
+    bool m_has_all_PMTs = false;         ///< of the PAT that there is
+    std::uint64_t m_no_strays_up_to = 0; ///< PMTs may be on their way
     std::uint64_t m_last_scrambled = 0;  ///< when a scrambled packet came last; 0: none yet
     std::uint64_t m_scrambled_since = 0; ///< without a pause of the limit for the CAT
     AbsenceTimer m_PAT, m_CAT;

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/monitor/StreamAnalysis.h"
+#include "mpegcore/monitor/StreamKind.h"
 #include "mpegcore/monitor/TableID.h"
 
 #include <algorithm>
+#include <utility>
 
 // What StreamAnalysis does with sections.
 namespace mpegcore
@@ -93,7 +95,7 @@ void StreamAnalysis::take_section(PIDState& state, const unsigned char* section,
     case PIDKind::EIT:
     case PIDKind::RST:
     case PIDKind::TDT_TOT:
-        m_SI.put(PID, header, m_now, m_sync.since());
+        m_SI.put(state.figures.kind, PID, header, m_now, m_sync.since());
         is_wanted = table_id >= 0x40 && table_id <= 0x4A;
         break;
     case PIDKind::SCTE35:
@@ -134,12 +136,23 @@ void StreamAnalysis::update_programs()
 {
     m_programs.update(m_contents.packets, m_last_packet);
     choose_T2MI_PID();
-    m_knows_all_programs = m_contents.services.size() < ProgramTables::most_programs;
+    m_knows_all_programs = !m_programs.is_at_a_bound();
+    note_PMTs();
     for (const auto& state : m_contents.PIDs.states()) {
         set_roles(*state);
         if (state->figures.kind == PIDKind::PMT && !state->has_sections)
             m_knows_all_programs = false;
     }
+}
+
+/// While PMTs are on their way nobody can tell which PIDs they will name.
+void StreamAnalysis::note_PMTs()
+{
+    const auto& services = m_contents.services;
+    const bool has_all = m_contents.has_PAT && std::all_of(services.begin(), services.end(),
+                                                           [](const Service& service) { return service.has_PMT; });
+    if (has_all != std::exchange(m_has_all_PMTs, has_all))
+        m_no_strays_up_to = has_all ? std::min(m_no_strays_up_to, m_last_packet) : m_last_packet + m_limits.PMT;
 }
 
 void StreamAnalysis::choose_T2MI_PID()
@@ -171,9 +184,10 @@ void StreamAnalysis::watch_T2MI(int PID)
 void StreamAnalysis::set_roles(PIDState& state)
 {
     const PIDKind kind = state.figures.kind;
-    const bool is_fixed = kind >= PIDKind::PAT && kind <= PIDKind::TDT_TOT;
-    const bool wants_sections = is_fixed || kind == PIDKind::PMT || kind == PIDKind::SCTE35;
-    // Those of fixed use have their place in any case.
+    const bool is_SI = kind >= PIDKind::PAT && kind <= PIDKind::TDT_TOT;
+    const bool wants_sections = is_SI || kind == PIDKind::PMT || kind == PIDKind::SCTE35;
+    // Those of fixed use have their place in any case. A NIT may be elsewhere.
+    const bool is_fixed = is_SI && fixed_kind(state.figures.PID) == kind;
     if (wants_sections && !state.sections && (is_fixed || m_section_PIDs < m_limits.most_section_PIDs)) {
         state.sections = std::make_unique<SectionGatherer>();
         m_section_PIDs += is_fixed ? 0 : 1;

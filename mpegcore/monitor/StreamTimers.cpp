@@ -31,7 +31,7 @@ void StreamAnalysis::tick(std::uint64_t now)
 {
     advance(now);
     m_sync.tick(m_now);
-    if (m_programs.has_changed())
+    if (m_programs.needs_update(m_contents.packets, m_now))
         update_programs();
     if (m_sync.is_synchronised())
         tick_timers();
@@ -96,7 +96,8 @@ void StreamAnalysis::check_presence(PIDState& state)
 void StreamAnalysis::check_reference(PIDState& state)
 {
     const std::uint64_t limit = m_limits.unreferenced_PID, last = state.figures.last_packet;
-    const bool came_unreferenced = last > state.unreferenced_at && last - state.unreferenced_at > limit;
+    const std::uint64_t from = std::max(state.unreferenced_at, m_no_strays_up_to);
+    const bool came_unreferenced = last > from && last - from > limit;
     const bool is_stray = limit != 0 && m_knows_all_programs && !state.figures.is_referenced && came_unreferenced &&
                           m_last_packet - last <= silence_to_pass;
     if (is_stray && state.is_stray)

@@ -173,4 +173,50 @@ TEST(ContinuityErrors, DoNotComeFromAChangeOfThePMT)
     watched.run(1000);
     EXPECT_EQ(watched.errors(), "");
 }
+/// A damaged packet.
+void send_damaged(zqtest::MonitoredStream& watched, unsigned PID)
+{
+    watched.stream.packet(PID, zqtest::Stream::goes_on, zqtest::Bytes(184));
+    watched.stream.data[watched.stream.data.size() - 187] |= 0x80;
+    watched.flush();
+}
+
+TEST(TransportError, IsEachPacketOfAnyPID)
+{
+    mpegcore::MonitorLimits limits;
+    limits.most_PIDs = 20;
+    zqtest::MonitoredStream watched(limits);
+    watched.run(1000);
+    for (unsigned PID = 0x300; PID < 0x320; ++PID)
+        send_damaged(watched, PID);
+    send_damaged(watched, 0x1FFF);
+    EXPECT_EQ(watched.errors(), "2.1: 33");
+    EXPECT_EQ(watched.monitor.checks()[Check::Transport_error].PID, 0x1FFFU);
+}
+
+TEST(TransportError, MakesNoPIDKnown)
+{
+    zqtest::MonitoredStream watched;
+    watched.run(1000);
+    send_damaged(watched, 0x300);
+    watched.run(1000);
+    send_damaged(watched, 0x300);
+    watched.run(100);
+    EXPECT_EQ(watched.errors(), "2.1: 2");
+    EXPECT_EQ(watched.monitor.contents().PIDs.find(0x300), nullptr);
+}
+
+TEST(TransportError, MakesNoPIDPresent)
+{
+    zqtest::MonitoredStream watched;
+    watched.run(1000);
+    watched.parts["audio"].send = [](zqtest::Stream& s) {
+        s.packet(zqtest::audio_PID, zqtest::Stream::goes_on, zqtest::Bytes(184));
+        s.data[s.data.size() - 187] |= 0x80;
+    };
+    watched.run(6000);
+    EXPECT_EQ(watched.count(Check::PID_error), 1U);
+    EXPECT_EQ(watched.monitor.contents().PIDs.find(zqtest::audio_PID)->transport_errors, 30U);
+    EXPECT_EQ(watched.monitor.contents().PIDs.find(zqtest::audio_PID)->packets, 5U);
+}
 } // namespace ContinuityCheck_test

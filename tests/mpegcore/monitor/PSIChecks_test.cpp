@@ -317,4 +317,73 @@ TEST(UnreferencedPID, HasItsGraceFromTheTableOnThatNoLongerNamesIt)
     watched.run(500);
     EXPECT_EQ(watched.errors(), "3.4.a: 1");
 }
+TEST(UnreferencedPID, IsNoneWhilePATAndPMTMayBeOnTheirWay)
+{
+    MonitoredStream watched;
+    watched.parts["PAT"].first = 400;
+    watched.parts["PMT"].first = 801;
+    watched.parts["PCR"].first = 0;
+    watched.run(3000);
+    EXPECT_EQ(watched.errors(), "");
+}
+
+TEST(UnreferencedPID, IsEachWhereNoPATComes)
+{
+    MonitoredStream watched;
+    watched.stop("PAT");
+    watched.run(1500);
+    EXPECT_EQ(watched.count(Check::Unreferenced_PID), 0U);
+    watched.run(200);
+    EXPECT_EQ(watched.count(Check::Unreferenced_PID), 3U); // PMT, video, audio
+}
+
+TEST(UnreferencedPID, IsNotTheNetworkPIDOfThePAT)
+{
+    MonitoredStream watched;
+    watched.parts["PAT"].send = [](Stream& s) {
+        s.section(0, zqtest::section_of(0x00, {0, 1, 0xC1, 0, 0, 0, 0, 0xE3, 0x00, 0, 1, 0xE1, 0x00}));
+    };
+    watched.parts["NIT"].send = [](Stream& s) { s.section(0x300, good_section(0x40, 4)); };
+    watched.run(15'000);
+    EXPECT_EQ(watched.errors(), "");
+    EXPECT_EQ(watched.monitor.contents().PIDs.find(0x300)->kind, mpegcore::PIDKind::NIT);
+    watched.stream.section(0x300, good_section(0x42, 4));
+    watched.flush();
+    EXPECT_EQ(watched.errors(), "3.1.a: 1");
+    EXPECT_EQ(watched.monitor.checks()[Check::NIT_actual_error].PID, 0x300U);
+}
+
+TEST(ANewUse, OfAPIDHasAllItsTime)
+{
+    MonitoredStream watched;
+    watched.parts["PMT"].send = [](Stream& s) {
+        s.section(PMT_PID, zqtest::PMT_section_of(1, 0x200, {{0x1B, video_PID}, {0x03, audio_PID}, {0x06, 0x201}}));
+    };
+    watched.parts["PCR"].send = [&](Stream& s) { s.PCR(0x200, 90 * (watched.now() / MonitoredStream::ms), 0); };
+    watched.run(10'000);
+    ASSERT_EQ(watched.errors(), "");
+    // The PCRs move to the video PID, and audio to one that was silent so far.
+    watched.parts["PMT"].send = [](Stream& s) {
+        s.section(PMT_PID, zqtest::PMT_section_of(1, video_PID, {{0x1B, video_PID}, {0x03, 0x201}}, 1));
+    };
+    watched.parts["PCR"].send = [&](Stream& s) { s.PCR(video_PID, 90 * (watched.now() / MonitoredStream::ms), 0); };
+    watched.parts["audio"].send = [](Stream& s) { s.packet(0x201, Stream::begins, zqtest::PES_start(0xC0)); };
+    watched.parts["audio"].first = 10'250;
+    watched.run(10'000);
+    EXPECT_EQ(watched.errors(), "");
+}
+
+TEST(ANewUse, AsPIDOfAPMTHasAllItsTime)
+{
+    MonitoredStream watched;
+    watched.run(10'000);
+    watched.parts["PAT"].send = [](Stream& s) { s.section(0, zqtest::PAT_of({audio_PID})); };
+    watched.parts["PMT"] = {[](Stream& s) {
+                                s.section(audio_PID, zqtest::PMT_section_of(1, video_PID, {{0x1B, video_PID}}));
+                            },
+                            400, 10'100};
+    watched.stop("audio");
+    watched.run(3000);
+    EXPECT_EQ(watched.errors(), "");
+}
 } // namespace PSIChecks_test

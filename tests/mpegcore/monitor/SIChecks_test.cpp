@@ -271,4 +271,39 @@ TEST(CheckNames, AreThoseOfTheStandardAndEachStandsOnce)
     EXPECT_EQ(numbers.size(), mpegcore::TR101290_checks.size());
     EXPECT_EQ(names.size(), mpegcore::TR101290_checks.size());
 }
+TEST(EITPresentFollowing, IsNotIncompleteWhenItIsSlowAsAWhole)
+{
+    MonitoredStream watched;
+    for (const unsigned number : {0U, 1U})
+        watched.parts["slow " + std::to_string(number)] = {
+            [=](Stream& s) { s.section(0x12, good_section(0x4E, 6, 55, 0, number, 1)); }, 2500, 200 + 300 * number};
+    watched.run(20'000);
+    EXPECT_EQ(watched.count(Check::EIT_PF_error), 0U);
+}
+
+TEST(SITables, ThatNobodyHasToSendAreForgottenBehindSixLimits)
+{
+    MonitoredStream watched;
+    watched.parts["BAT"] = {[](Stream& s) { s.section(0x11, good_section(0x4A, 4)); }, 5000, 200};
+    watched.parts["other"] = {[](Stream& s) { s.section(0x12, good_section(0x4F, 6, 77, 0, 0, 1)); }, 5000, 300};
+    watched.run(10'000);
+    watched.stop("BAT");
+    watched.stop("other");
+    watched.run(50'000);
+    EXPECT_EQ(watched.state(Check::SI_repetition_error), CheckState::failing);
+    EXPECT_EQ(watched.state(Check::EIT_other_error), CheckState::failing);
+    watched.run(10'000);
+    EXPECT_EQ(watched.state(Check::SI_repetition_error), CheckState::ok);
+    EXPECT_EQ(watched.state(Check::EIT_other_error), CheckState::ok);
+}
+
+TEST(SITables, ThatHaveToBeSentAreMissedForGood)
+{
+    MonitoredStream watched;
+    watched.run(3000);
+    watched.stop("SDT");
+    watched.run(60'000);
+    EXPECT_EQ(watched.state(Check::SDT_actual_error), CheckState::failing);
+    EXPECT_EQ(watched.state(Check::SI_repetition_error), CheckState::failing);
+}
 } // namespace SIChecks_test
