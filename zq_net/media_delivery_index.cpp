@@ -48,7 +48,10 @@ void media_delivery_index::open(std::uint64_t now)
 {
     m_is_open = true;
     m_begin = now;
-    m_rate = m_nominal_rate != 0 ? m_nominal_rate : m_bytes * 8;
+    if (m_nominal_rate != 0)
+        m_rate = m_nominal_rate;
+    else if (m_is_whole)
+        m_rate = m_bytes * 8;
     m_bytes = 0;
     m_lowest = m_highest = 0;
 }
@@ -61,6 +64,7 @@ void media_delivery_index::finish_interval()
     m_figures.media_loss_rate = m_lost;
     m_figures.lost += m_lost;
     m_figures.seconds_with_loss += m_lost != 0 ? 1 : 0;
+    m_is_whole = m_lost == 0;
     m_lost = 0;
 }
 } // namespace zq_net

@@ -21,9 +21,13 @@ public:
         std::uint64_t seconds_with_loss = 0; ///< intervals
     };
 
-    /// `media_rate`: bits of media a second, as the stream is sent; 0: what came in the interval before stands for it,
-    /// so that the first interval, and each behind silence, has no delay factor. One that is off by 1 % adds 10 ms.
+    /// `media_rate`: bits of media a second, as the stream is sent; 0: what came in the interval before stands for it
+    /// unless something of it was lost, so that the first interval, and each behind silence, has no delay factor. One
+    /// that is off by 1 % adds 10 ms.
     explicit media_delivery_index(std::uint64_t media_rate = 0) : m_nominal_rate(media_rate) {}
+
+    /// As the constructor's, from the next interval on.
+    void set_media_rate(std::uint64_t media_rate) { m_nominal_rate = media_rate; }
 
     /// `size` bytes of media came at `arrival`, ns of a clock that does not go back.
     void put(std::uint64_t size, std::uint64_t arrival);
@@ -45,6 +49,7 @@ private:
     std::uint64_t m_rate = 0;  ///< in use in it; 0: none is known
     std::uint64_t m_bytes = 0; ///< that came in it
     std::uint64_t m_lost = 0;
+    bool m_is_whole = true; ///< nothing was lost in the interval before
     // What the buffer holds, as the time that it lasts: ns.
     double m_lowest = 0, m_highest = 0;
 };

@@ -13,13 +13,18 @@ std::uint32_t read_32(const unsigned char* data)
     return static_cast<std::uint32_t>(read_16(data)) << 16 | read_16(data + 2);
 }
 
-/// RTCP packet types 192 to 223 take the place of marker and payload type.
-bool is_rtcp(unsigned char second) { return second >= 192 && second <= 223; }
 } // namespace
+
+bool is_rtcp(const unsigned char* data, std::size_t size)
+{
+    // Its packet types take the place of marker and payload type.
+    constexpr std::size_t header_size = 4;
+    return size >= header_size && data[0] >> 6 == 2 && data[1] >= 192 && data[1] <= 223;
+}
 
 std::optional<rtp_packet> read_rtp(const unsigned char* data, std::size_t size)
 {
-    if (size < fixed_header_size || data[0] >> 6 != 2 || is_rtcp(data[1]))
+    if (size < fixed_header_size || data[0] >> 6 != 2 || is_rtcp(data, size))
         return std::nullopt;
     const bool padding = (data[0] & 0x20) != 0;
     const bool extension = (data[0] & 0x10) != 0;

@@ -21,6 +21,9 @@ struct rtp_packet
 /// Payload type of an MPEG-2 transport stream (RFC 3551, table 5).
 inline constexpr std::uint8_t rtp_payload_type_MP2T = 33;
 
+/// Whether a datagram is RTCP that shares the port of RTP (RFC 5761, 4).
+[[nodiscard]] bool is_rtcp(const unsigned char* data, std::size_t size);
+
 /// Nothing when the version is not 2, when header, extension or padding go beyond the datagram, or when it is RTCP
 /// that shares the port (RFC 5761, 4).
 [[nodiscard]] std::optional<rtp_packet> read_rtp(const unsigned char* data, std::size_t size);

@@ -41,6 +41,7 @@ bool transport_input::open(const input_settings& settings)
     m_merger = rtp_merger{count, limits_for(count)};
     m_burst = burst_size{most_slots / count};
     m_has_more = false;
+    m_pieces = settings.joins ? piece_list{} : piece_list{0};
     m_aligner = {};
     m_continuity = {};
     m_senders = {};

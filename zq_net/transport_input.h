@@ -30,6 +30,7 @@ struct input_settings
     unsigned longest_wait = 0;          ///< milliseconds after which receive() says so when nothing came; 0: never
     bool notes = false;                 ///< keep in notes() what each datagram was
     bool waits = true;                  ///< false: receive() takes what lies there and comes back at once
+    bool joins = true; ///< pieces() may put datagrams of a few milliseconds together, under one arrival
 };
 
 /// One datagram, without its bytes.
@@ -65,7 +66,7 @@ public:
     /// What pieces() lend lies there or in the input itself, until the next call.
     [[nodiscard]] result receive(unsigned char* memory, std::size_t slots, std::size_t slot_size);
     [[nodiscard]] const piece_list& pieces() const { return m_pieces; }
-    /// Those of the last receive() as they came, with input_settings::notes; pieces() puts some of them together.
+    /// Those of the last receive() as they came, with input_settings::notes.
     [[nodiscard]] const std::vector<datagram_note>& notes() const { return m_notes; }
     /// Datagrams that the last receive() read; as many as it had room for: there may be more.
     [[nodiscard]] std::size_t datagrams_read() const { return m_read; }
@@ -91,10 +92,12 @@ public:
     /// True since a datagram of RTP was seen.
     [[nodiscard]] bool sees_rtp() const { return m_sees_rtp; }
     /// How long a datagram may lie unread for others to come, in nanoseconds: the batch time, or the rest that a dense
-    /// stream is given without one.
+    /// stream is given without one; 0 where receive() does not wait.
     [[nodiscard]] std::uint64_t batch_wait() const
     {
-        return m_settings.batch_time > 0 ? m_settings.batch_time * ms : read_pacing::longest_rest;
+        if (m_settings.batch_time > 0)
+            return m_settings.batch_time * ms;
+        return m_settings.waits ? read_pacing::longest_rest : 0;
     }
     /// How long a packet may wait for those before it, in nanoseconds.
     [[nodiscard]] std::uint64_t reorder_wait() const;

@@ -47,7 +47,7 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
     m_read = 0;
     if (m_flowing && !wait_for_more())
         return result::interrupted;
-    if (m_settings.batch_time == 0)
+    if (m_settings.batch_time == 0 && m_settings.waits)
         rest();
     const std::uint64_t before = m_settings.batch_time > 0 ? real_time() : 0;
     const bool blocks = m_settings.waits && m_legs.size() == 1 && m_merger.deadline() == reorder_window::never;

@@ -113,4 +113,28 @@ TEST(MediaLossRate, OfALongSilenceBelongsToItsFirstInterval)
     EXPECT_EQ(index.last().seconds_with_loss, 1U);
     EXPECT_EQ(index.last().intervals, 10U);
 }
+TEST(DelayFactor, KeepsTheRateBehindAnIntervalWithLosses)
+{
+    media_delivery_index index;
+    for (unsigned at = 0; at <= 3000; ++at) {
+        if (at == 1999)
+            index.add_lost(7 * 700);
+        if (at < 1300 || at >= 2000)
+            index.put(datagram, at * ms);
+    }
+    EXPECT_EQ(index.last().intervals, 3U);
+    EXPECT_EQ(index.last().media_rate, rate);
+    EXPECT_EQ(index.last().delay_factor, 1 * ms);
+}
+
+TEST(DelayFactor, TakesTheRateThatIsToldFromTheNextIntervalOn)
+{
+    media_delivery_index index(rate / 2);
+    for (unsigned at = 0; at <= 2000; ++at) {
+        index.put(datagram, at * ms);
+        index.set_media_rate(rate);
+    }
+    EXPECT_EQ(index.last().intervals, 2U);
+    EXPECT_EQ(index.last().media_rate, rate);
+}
 } // namespace media_delivery_index_test

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <cstdlib>
 #include <future>
 #include <memory>
@@ -654,5 +656,47 @@ TEST(TransportInputWithTwoLegs, GivesUpNothingThatLiesUnreadOnTheOtherOne)
     to.receive_until(3 * 188);
     EXPECT_EQ(to.out, joined({pattern(188, 0), pattern(188, 1), pattern(188, 2)}));
     EXPECT_EQ(to.input.figures().rtp_lost, 0U);
+}
+TEST(TransportInput, CanTellTheArrivalOfEachDatagram)
+{
+    for (const bool joins : {true, false}) {
+        zq_net::input_settings settings;
+        settings.align = false;
+        settings.waits = false;
+        settings.joins = joins;
+        stand to{settings};
+        to.memory.resize(transport_input::most_slots * 2048);
+        to.send(pattern(1316));
+        to.send(pattern(1316));
+        EXPECT_EQ(to.input.receive(to.memory.data(), 8, 1316), result::data);
+        EXPECT_EQ(to.input.datagrams_read(), 2U);
+        EXPECT_EQ(to.input.pieces().size(), joins ? 1U : 2U);
+    }
+}
+
+TEST(TransportInput, OfADenseStreamDoesNotRestWhereItDoesNotWait)
+{
+    zq_net::input_settings settings;
+    settings.waits = false;
+    stand to{settings};
+    EXPECT_EQ(to.input.batch_wait(), 0U);
+    const auto sleeps = [] {
+        rusage usage{};
+        getrusage(RUSAGE_THREAD, &usage);
+        return usage.ru_nvcsw;
+    };
+    const auto receive_dense = [&] {
+        to.send(pattern(1316));
+        to.send(pattern(1316));
+        const auto before = sleeps();
+        EXPECT_EQ(to.receive(), result::data);
+        return sleeps() - before;
+    };
+    for (int round = 0; round < 100; ++round) // until it is known to be dense
+        (void)receive_dense();
+    long slept = 0;
+    for (int round = 0; round < 100; ++round)
+        slept += receive_dense();
+    EXPECT_LT(slept, 10);
 }
 } // namespace transport_input_test
