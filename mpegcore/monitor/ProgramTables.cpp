@@ -5,6 +5,7 @@
 #include "mpegcore/PMT.h"
 #include "mpegcore/SDT.h"
 #include "mpegcore/monitor/PIDState.h"
+#include "mpegcore/monitor/SectionDigest.h"
 #include "mpegcore/monitor/StreamKind.h"
 #include "mpegcore/monitor/TableID.h"
 #include "mpegcore/sections/ProgramSections.h"
@@ -12,8 +13,6 @@
 #include "mpegcore/text/StreamName.h"
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
 #include <utility>
 
 namespace mpegcore
@@ -40,21 +39,6 @@ bool is_kept(std::uint8_t table_id)
 
 /// Whether update() reads it.
 bool is_read(std::uint8_t table_id) { return table_id <= TableID::PMT || table_id == TableID::SDT_actual; }
-
-/// What tells a section from another one of its table: its header and its CRC_32.
-struct SectionDigest
-{
-    SectionDigest(const unsigned char* section, std::size_t section_size) : size(std::min(section_size, bytes.size()))
-    {
-        const auto rest = static_cast<std::ptrdiff_t>(size - std::min(size, long_section_header_size));
-        const auto middle = std::copy_n(section, size - static_cast<std::size_t>(rest), bytes.begin());
-        std::copy(section + section_size - rest, section + section_size, middle);
-    }
-
-    static constexpr std::size_t CRC_32_size = 4;
-    std::array<unsigned char, long_section_header_size + CRC_32_size> bytes{};
-    std::size_t size;
-};
 
 TableIdentity identity_of(std::uint16_t PID, std::uint8_t table_id, std::uint16_t table_id_extension)
 {

@@ -175,6 +175,7 @@ void StreamAnalysis::note_continuity(PIDState& state, ContinuityCheck::Verdict v
     const unsigned missing = finding == Finding::packets_missing ? state.continuity.missing() : 0;
     ++state.figures.continuity_errors;
     state.figures.missing_packets += missing;
+    m_contents.missing_packets += missing;
     m_checks.raise(Check::Continuity_count_error, m_now, finding, missing, state.figures.PID);
 }
 

@@ -56,9 +56,10 @@ struct StreamContents
     std::uint64_t packets = 0; ///< with a good sync byte, while synchronised
     std::uint64_t null_packets = 0;
     std::uint64_t scrambled_packets = 0;
-    std::uint64_t untold_packets = 0; ///< of PIDs beyond MonitorLimits::most_PIDs
-    std::uint64_t bit_rate = 0;       ///< bits of packets a second, over the last second
-    std::uint64_t null_bit_rate = 0;  ///< of these: null packets
+    std::uint64_t missing_packets = 0; ///< by continuity_counter, at least; also of PIDs that are forgotten
+    std::uint64_t untold_packets = 0;  ///< of PIDs beyond MonitorLimits::most_PIDs
+    std::uint64_t bit_rate = 0;        ///< bits of packets a second, over the last second
+    std::uint64_t null_bit_rate = 0;   ///< of these: null packets
     /// Part of null packets in the last second, 0 to 1.
     double null_share() const
     {
