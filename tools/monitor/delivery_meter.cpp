@@ -18,10 +18,16 @@ void delivery_meter::put(const std::vector<zq_net::datagram_note>& datagrams, co
     }
 }
 
-delivery_figures delivery_meter::look(const moment& now, std::uint64_t lost)
+delivery_figures delivery_meter::look(const moment& now, const losses& all, std::uint64_t PCR_rate)
 {
-    const std::uint64_t before = std::exchange(m_lost, lost);
-    m_index.add_lost(lost >= before ? lost - before : lost);
+    const losses before = std::exchange(m_before, all);
+    const std::uint64_t rtp_lost = all.rtp_lost >= before.rtp_lost ? all.rtp_lost - before.rtp_lost : all.rtp_lost;
+    const std::uint64_t missing = all.missing - before.missing;
+    m_index.add_lost(all.is_rtp ? rtp_lost * m_packets : missing);
+    const bool is_whole = rtp_lost == 0 && missing == 0;
+    // PCRs may have been taken within the second before.
+    if (std::exchange(m_is_whole, is_whole) && is_whole)
+        m_index.set_media_rate(PCR_rate);
     m_index.tick(now.clock);
     return {m_inter_arrival.take_recent(), m_inter_arrival.total(), m_index.last()};
 }

@@ -84,9 +84,16 @@ unsigned alarm_book::gravest() const
 
 void event_ring::put(event told)
 {
+    ++m_counts[told.stream];
     m_events.push_back(std::move(told));
     ++m_total;
-    if (m_events.size() > most)
-        m_events.pop_front();
+    if (m_events.size() <= most)
+        return;
+    const auto largest = std::max_element(m_counts.begin(), m_counts.end(),
+                                          [](const auto& one, const auto& other) { return one.second < other.second; });
+    m_events.erase(std::find_if(m_events.begin(), m_events.end(),
+                                [&](const event& each) { return each.stream == largest->first; }));
+    if (--largest->second == 0)
+        m_counts.erase(largest);
 }
 } // namespace monitor

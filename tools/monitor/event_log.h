@@ -68,7 +68,8 @@ private:
     std::map<std::string, open_alarm, std::less<>> m_active;
 };
 
-/// The last events of all streams.
+/// The last events of all streams. When there are too many, the oldest of the stream with the most goes, so that a
+/// stream in which much happens leaves the others theirs.
 class event_ring
 {
 public:
@@ -80,6 +81,7 @@ public:
 
 private:
     std::deque<event> m_events;
+    std::map<std::string, std::size_t> m_counts; ///< by stream
     std::uint64_t m_total = 0;
 };
 } // namespace monitor

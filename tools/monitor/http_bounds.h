@@ -23,8 +23,16 @@
 // What holds an http_server within its limits; for its source alone.
 namespace monitor
 {
-/// Set while a connection is refused rather than served.
-inline thread_local bool is_refusing = false;
+/// What becomes of a connection when it is handed over.
+enum class turn
+{
+    serve,
+    look,   ///< only a short question that has come whole is answered; the others stay for later
+    refuse, ///< it is closed
+};
+inline thread_local turn whose_turn = turn::serve;
+/// Set when `look` answered.
+inline thread_local bool was_answered = false;
 
 /// A connection that reads so much and no more, in so much time and no more, however the bytes are spread over it.
 class bounded_stream final : public httplib::Stream
@@ -79,7 +87,19 @@ private:
         m_next = 0;
         m_filled = got > 0 ? static_cast<std::size_t>(got) : 0;
         m_left -= m_filled;
+        hide_ranges();
         return m_filled > 0;
+    }
+
+    /// The library takes a Range apart by a recursion as deep as it is long, before it can be dropped. No header is of
+    /// use here whose name begins like that.
+    void hide_ranges()
+    {
+        for (std::size_t at = 0; at < m_filled; ++at) {
+            if (m_begins_line && (m_buffer[at] == 'R' || m_buffer[at] == 'r'))
+                m_buffer[at] = 'x';
+            m_begins_line = m_buffer[at] == '\n';
+        }
     }
 
     [[nodiscard]] bool waits_for(short event, std::chrono::steady_clock::time_point until) const
@@ -102,6 +122,7 @@ private:
     std::array<char, 2048> m_buffer{};
     std::size_t m_next = 0;
     std::size_t m_filled = 0;
+    bool m_begins_line = true; ///< the next byte does
 };
 
 /// A bounded number of threads in front of which a bounded number of connections wait.
@@ -116,6 +137,9 @@ public:
 
     void enqueue(std::function<void()> serve) override
     {
+        // Here is the thread that accepts; looking and refusing take it no time.
+        if (is_crowded() && handled(serve, turn::look))
+            return;
         {
             const std::lock_guard lock{m_mutex};
             if (m_waiting.size() < m_most_waiting) {
@@ -124,10 +148,7 @@ public:
                 return;
             }
         }
-        // Here is the thread that accepts; refusing takes it no time.
-        is_refusing = true;
-        serve();
-        is_refusing = false;
+        (void)handled(serve, turn::refuse);
     }
 
     void shutdown() override
@@ -146,21 +167,39 @@ private:
     {
         while (true) {
             std::unique_lock lock{m_mutex};
+            ++m_idle;
             m_changed.wait(lock, [this] { return m_ended || !m_waiting.empty(); });
+            --m_idle;
             if (m_waiting.empty())
                 return;
             const auto serve = std::move(m_waiting.front());
             m_waiting.pop_front();
-            is_refusing = m_ended;
+            whose_turn = m_ended ? turn::refuse : turn::serve;
             lock.unlock();
             serve();
         }
+    }
+
+    /// The next one would have to wait.
+    [[nodiscard]] bool is_crowded()
+    {
+        const std::lock_guard lock{m_mutex};
+        return m_waiting.size() >= m_idle;
+    }
+
+    static bool handled(const std::function<void()>& serve, turn whose)
+    {
+        was_answered = false;
+        whose_turn = whose;
+        serve();
+        return was_answered;
     }
 
     std::size_t m_most_waiting;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<std::function<void()>> m_waiting;
+    std::size_t m_idle = 0; ///< threads that wait for work
     bool m_ended = false;
     std::vector<std::thread> m_threads;
 };

@@ -78,7 +78,11 @@ private:
     bool process_and_close_socket(socket_t socket) override
     {
         bool good = false;
-        if (is_refusing) {
+        if (whose_turn == turn::look) {
+            if (!answer_probe(socket))
+                return true;
+            was_answered = good = true;
+        } else if (whose_turn == turn::refuse) {
             constexpr std::string_view busy =
                 "HTTP/1.1 503 Service Unavailable\r\nRetry-After: 5\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
             good = ::send(socket, busy.data(), busy.size(), MSG_NOSIGNAL | MSG_DONTWAIT) > 0;
@@ -87,9 +91,7 @@ private:
             bool closed = false;
             current = &stream;
             good = process_request(stream, true, closed, [&stream](httplib::Request& request) {
-                // Ranges may overlap a thousand times over, and packing holds events back.
-                request.ranges.clear();
-                request.headers.erase("Range");
+                // Packing holds events back.
                 request.headers.erase("Accept-Encoding");
                 stream.begin_writing();
             });
@@ -98,6 +100,27 @@ private:
         discard_input(socket);
         ::close(socket);
         return good;
+    }
+
+    /// Answers who asks whether the process lives, however many others keep the workers busy.
+    [[nodiscard]] bool answer_probe(socket_t socket) const
+    {
+        std::array<char, 32> begin{};
+        const ssize_t size = ::recv(socket, begin.data(), begin.size(), MSG_PEEK | MSG_DONTWAIT);
+        const std::string_view request(begin.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+        for (const char* const path : {"/healthz", "/readyz"}) {
+            if (request.rfind(std::string("GET ") + path + ' ', 0) != 0)
+                continue;
+            const auto given = m_respond(path);
+            const std::string body = given.body ? *given.body : std::string();
+            const std::string text =
+                "HTTP/1.1 " + std::to_string(given.status) + (given.status == 200 ? " OK" : " Service Unavailable") +
+                "\r\nContent-Type: " + given.content_type + "\r\nContent-Length: " + std::to_string(body.size()) +
+                "\r\nConnection: close\r\n\r\n" + body;
+            ::send(socket, text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+            return true;
+        }
+        return false;
     }
 
     /// What was not read would take the answer away from who is yet to read it.

@@ -32,7 +32,8 @@ struct http_address
 [[nodiscard]] std::optional<http_address> parse_http_address(const std::string& text);
 
 /// Answers GET and HEAD over HTTP/1.1, one request a connection, in threads of its own, and bounded in every way:
-/// whoever sends slowly, too much, or in great numbers is cut off or refused.
+/// whoever sends slowly, too much, or in great numbers is cut off or refused. While all workers are busy, GET /healthz
+/// and /readyz are answered at once where they come whole.
 class http_server
 {
 public:

@@ -52,9 +52,11 @@ void write_input(metrics_writer& metrics)
 void write_RTP(metrics_writer& metrics)
 {
     const auto leg = [](const snapshot& seen) -> const auto& { return seen.input.legs[0].rtp; };
-    metrics.each(
-        "ts_rtp_packets_expected_total", type::counter, "RTP packets received and lost.",
-        [&](const snapshot& seen) { return number(leg(seen).received - leg(seen).repeated + seen.input.rtp_lost); });
+    metrics.each("ts_rtp_packets_expected_total", type::counter, "RTP packets received and lost.",
+                 [&](const snapshot& seen) {
+                     // One that came late was lost before.
+                     return number(leg(seen).received - leg(seen).repeated - seen.input.rtp_late + seen.input.rtp_lost);
+                 });
     metrics.each("ts_rtp_packets_lost_total", type::counter, "RTP packets that did not come in time.",
                  [](const snapshot& seen) { return number(seen.input.rtp_lost); });
     metrics.each("ts_rtp_packets_reordered_total", type::counter, "RTP packets that came behind a later one.",
@@ -172,6 +174,8 @@ std::string metrics_text(const survey& all, const process_facts& process)
     metrics.sample(label("version", process.version), "1");
     metrics.begin("process_start_time_seconds", type::gauge, "When the process began.");
     metrics.sample("", seconds(process.start_time));
+    metrics.begin("ts_streams_listed", type::gauge, "Streams of the list, those of other shards included.");
+    metrics.sample("", number(std::uint64_t{all.listed}));
     metrics.begin("ts_events_total", type::counter, "Beginnings and ends of alarms, and other events.");
     metrics.sample("", number(all.events_total));
     metrics.begin("ts_events_lost_total", type::counter, "Events that could not be written to their file.");

@@ -55,6 +55,17 @@ std::string duration(std::uint64_t nanoseconds)
     return number(static_cast<double>(nanoseconds) / static_cast<double>(zq_net::second));
 }
 
+std::string whole_duration(std::uint64_t nanoseconds)
+{
+    std::array<char, 32> digits{};
+    std::snprintf(digits.data(), digits.size(), "%llu.%09u",
+                  static_cast<unsigned long long>(nanoseconds / zq_net::second),
+                  static_cast<unsigned>(nanoseconds % zq_net::second));
+    std::string text(digits.data());
+    text.erase(text.find_last_not_of('0') + 1);
+    return text.back() == '.' ? text + '0' : text;
+}
+
 metrics_writer::metrics_writer(std::string& out, const survey& all) : m_out(out), m_all(all)
 {
     for (const auto& report : all.streams)
@@ -87,7 +98,7 @@ void metrics_writer::inter_arrival(std::string_view name, std::string_view help)
             const auto edge = bucket < times.edges.size() ? duration(times.edges[bucket]) : "+Inf";
             sample(m_streams[at] + ',' + label("le", edge), number(up_to), "_bucket");
         }
-        sample(m_streams[at], duration(times.sum), "_sum");
+        sample(m_streams[at], whole_duration(times.sum), "_sum");
         sample(m_streams[at], number(times.count), "_count");
     }
 }

@@ -17,8 +17,10 @@ namespace monitor
 [[nodiscard]] std::string number(double value);
 /// Seconds since 1970 of nanoseconds since then.
 [[nodiscard]] std::string seconds(std::uint64_t real_time);
-/// Seconds of nanoseconds.
+/// Seconds of nanoseconds, nine digits of them.
 [[nodiscard]] std::string duration(std::uint64_t nanoseconds);
+/// The same with every digit, for sums that grow without end.
+[[nodiscard]] std::string whole_duration(std::uint64_t nanoseconds);
 
 enum class type : std::uint8_t
 {

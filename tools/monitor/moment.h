@@ -14,12 +14,29 @@ struct moment
     std::uint64_t clock = 0; ///< never goes back
     std::uint64_t real = 0;  ///< since 1970
 
-    [[nodiscard]] static moment now()
+    [[nodiscard]] static moment now() { return read(monotonic_time, zq_net::real_time); }
+
+    /// By these two clocks, read again when the thread was held up in between: stamps are carried over by the distance
+    /// of the two.
+    template <class Clock, class RealTime>
+    [[nodiscard]] static moment read(Clock clock, RealTime real_time)
+    {
+        constexpr std::uint64_t longest = 50'000;
+        constexpr int most_tries = 8;
+        std::uint64_t before = clock();
+        for (int tries = 1;; ++tries) {
+            const std::uint64_t real = real_time(), after = clock();
+            if (after - before <= longest || tries == most_tries)
+                return {after, real};
+            before = after;
+        }
+    }
+
+    [[nodiscard]] static std::uint64_t monotonic_time()
     {
         timespec time{};
         clock_gettime(CLOCK_MONOTONIC, &time);
-        const auto seconds = static_cast<std::uint64_t>(time.tv_sec);
-        return {seconds * zq_net::second + static_cast<std::uint64_t>(time.tv_nsec), zq_net::real_time()};
+        return static_cast<std::uint64_t>(time.tv_sec) * zq_net::second + static_cast<std::uint64_t>(time.tv_nsec);
     }
 
     /// When, by the clock that never goes back, it was `arrival` by the other one. What lies more than a second ahead

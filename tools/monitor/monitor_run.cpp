@@ -60,15 +60,25 @@ int monitor_run::to_end()
     if (!start())
         return tools::exit_failed;
     watch();
+    m_screen.reset(); // what comes may take seconds, and somebody may not wait for it
     m_site.end();
     m_server.reset();
     m_receivers.reset();
     return 0;
 }
 
+/// One without streams is a fault: so is a file that somebody is about to write, or a pipe that is read again.
+stream_list monitor_run::read_list() const
+{
+    auto list = read_stream_list(m_options.file);
+    if (list.faults.empty() && list.streams.empty())
+        list.faults.push_back(m_options.file + ": there is no [[stream]]");
+    return list;
+}
+
 int monitor_run::check() const
 {
-    const auto list = read_stream_list(m_options.file);
+    const auto list = read_list();
     for (const auto& fault : list.faults)
         std::fprintf(stderr, "%s\n", fault.c_str());
     if (!list.faults.empty())
@@ -96,7 +106,7 @@ std::vector<std::string> monitor_run::read_streams()
 {
     stream_list list;
     if (!m_options.file.empty())
-        list = read_stream_list(m_options.file);
+        list = read_list();
     for (const auto& argument : m_options.streams)
         list.streams.push_back(stream_of_argument(argument));
     list.streams.insert(list.streams.end(), m_played.begin(), m_played.end());
@@ -185,6 +195,7 @@ void monitor_run::each_second(const moment& now)
 {
     auto seen = m_observer.look(m_receivers->streams(), now);
     seen->events_lost = m_events.state().lost;
+    seen->listed = m_listed;
     m_last = seen;
     m_site.publish(m_last);
     report_spooler();
@@ -230,8 +241,10 @@ void monitor_run::report_spooler()
     m_events_before = state;
 }
 
-void monitor_run::say(const std::string& text) const
+void monitor_run::say(const std::string& text)
 {
+    if (m_screen)
+        m_screen->tell(text);
     // On the terminal that is drawn on it would be gone with the next picture.
     if (!m_screen || isatty(STDERR_FILENO) == 0)
         m_program.fail(text);

@@ -6,6 +6,7 @@
 #include "tools/monitor/line_spooler.h"
 #include "tools/monitor/observer.h"
 #include "tools/monitor/receivers.h"
+#include "tools/monitor/stream_list.h"
 #include "tools/monitor/terminal_screen.h"
 #include "tools/monitor/web_site.h"
 
@@ -28,6 +29,7 @@ public:
 private:
     [[nodiscard]] std::vector<std::string> read_streams();
     [[nodiscard]] bool prepare_player();
+    [[nodiscard]] stream_list read_list() const;
     [[nodiscard]] int check() const;
     [[nodiscard]] bool start();
     void watch();
@@ -35,7 +37,7 @@ private:
     void read_again();
     void report_spooler();
     void show(const survey& all);
-    void say(const std::string& text) const;
+    void say(const std::string& text);
 
     const tools::program m_program{"zq-monitor"};
     options m_options;

@@ -21,7 +21,7 @@ stream_state state_of(const snapshot& seen, const alarm_book& alarms, const mpeg
     if (!seen.fault.empty())
         return stream_state::closed;
     const std::uint64_t patience = std::max(limits.input_loss, second);
-    if (seen.time > seen.input.legs[0].last_arrival + patience)
+    if (seen.clock > seen.last_arrival + patience)
         return stream_state::silent;
     switch (alarms.gravest()) {
     case 1:
@@ -43,7 +43,7 @@ std::shared_ptr<survey> observer::look(const stream_set& streams, const moment& 
     for (const auto& stream : streams) {
         auto known = m_watches.find(stream.get());
         if (known == m_watches.end())
-            known = m_watches.emplace(stream.get(), watch{stream, alarm_book(m_hold_off), nullptr, 0, 0, {}}).first;
+            known = m_watches.emplace(stream.get(), watch{stream, alarm_book(m_hold_off), nullptr, 0, 0, {}, {}}).first;
         seen->streams.push_back(look_at(known->second, now));
     }
     if (std::exchange(m_events_shown, m_ring.total()) != m_ring.total())
@@ -74,6 +74,8 @@ std::shared_ptr<const stream_report> observer::look_at(watch& watched, const mom
     watched.history.push_back(watched.bit_rate);
     if (watched.history.size() > stream_report::history_seconds)
         watched.history.pop_front();
+    watched.PIDs.look(seen->PIDs);
+    report->PID_rates = watched.PIDs.rates();
     report->state = state_of(*seen, watched.alarms, report->settings.limits);
     report->bit_rate = watched.bit_rate;
     report->active = watched.alarms.active();
@@ -98,7 +100,8 @@ void observer::look_for_alarms(watch& watched, const snapshot& seen, const momen
 
     const snapshot nothing;
     const snapshot& before = watched.before ? *watched.before : nothing;
-    const std::uint64_t lost = step(lost_packets(before), lost_packets(seen));
+    // Without RTP 1.4 tells of it.
+    const std::uint64_t lost = step(before.input.rtp_lost, seen.input.rtp_lost);
     const std::uint64_t dropped = step(kernel_drops(before), kernel_drops(seen));
     event loss;
     loss.check = "loss";

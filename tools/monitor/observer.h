@@ -31,6 +31,7 @@ private:
         std::uint64_t bit_rate = 0;
         std::uint64_t last_change = 0; ///< serial numbers of what was told
         std::deque<std::uint64_t> history;
+        pid_history PIDs;
     };
 
     [[nodiscard]] std::shared_ptr<const stream_report> look_at(watch& watched, const moment& now);

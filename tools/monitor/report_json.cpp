@@ -15,6 +15,7 @@ namespace
 constexpr double nanoseconds = 1e9;
 constexpr double milliseconds = 1e6;
 constexpr std::size_t recent_seconds = 60;
+constexpr std::size_t most_events_of_a_stream = 200;
 
 void write_summary(json_writer& json, const stream_report& report)
 {
@@ -31,11 +32,10 @@ void write_summary(json_writer& json, const stream_report& report)
         json.value(check);
     json.close(']').member("services_found", seen.services.size()).member("service", first_service(seen));
     json.key("last_datagram_age");
-    const std::uint64_t last = seen.input.legs[0].last_arrival;
-    if (last == 0)
+    if (seen.last_arrival == 0)
         json.null();
     else
-        json.value(static_cast<double>(seen.time - std::min(seen.time, last)) / nanoseconds);
+        json.value(static_cast<double>(seen.clock - std::min(seen.clock, seen.last_arrival)) / nanoseconds);
 }
 
 void write_network(json_writer& json, const snapshot& seen)
@@ -178,6 +178,30 @@ void write_rates(json_writer& json, const stream_report& report, std::size_t mos
         json.value(history[at]);
     json.close(']');
 }
+void write_PID_rates(json_writer& json, const stream_report& report)
+{
+    json.key("pid_rates").open('{').member("seconds", pid_history::seconds_a_point).key("pids").open('[');
+    for (const auto& PID : *report.PID_rates) {
+        json.open('{').member("pid", PID.PID).key("rates").open('[');
+        for (const std::uint64_t rate : PID.rates)
+            json.value(rate);
+        json.close(']').close('}');
+    }
+    json.close(']').close('}');
+}
+
+/// The last ones of the stream, oldest first.
+void write_events(json_writer& json, const std::string& stream, const std::deque<event>& all)
+{
+    std::vector<const event*> last;
+    for (auto told = all.rbegin(); told != all.rend() && last.size() < most_events_of_a_stream; ++told)
+        if (told->stream == stream)
+            last.push_back(&*told);
+    json.key("events").open('[');
+    for (auto told = last.rbegin(); told != last.rend(); ++told)
+        json.raw(json_of(**told));
+    json.close(']');
+}
 } // namespace
 
 std::string streams_json(const survey& all, bool with_recent)
@@ -222,11 +246,8 @@ std::string stream_json(const stream_report& report, const std::deque<event>* ev
     write_T2MI(json, seen);
     if (events != nullptr) {
         write_rates(json.key("history"), report, stream_report::history_seconds);
-        json.key("events").open('[');
-        for (const auto& told : *events)
-            if (told.stream == report.settings.name)
-                json.raw(json_of(told));
-        json.close(']');
+        write_PID_rates(json, report);
+        write_events(json, report.settings.name, *events);
     }
     json.close('}');
     return text;

@@ -67,9 +67,10 @@ struct snapshot
 {
     static constexpr std::size_t most_notes = 64;
 
-    std::uint64_t time = 0;  ///< nanoseconds since 1970
-    std::uint64_t clock = 0; ///< nanoseconds of the clock that the analysis counts by
-    std::string fault;       ///< why nothing can be received; empty: the socket is open
+    std::uint64_t time = 0;         ///< nanoseconds since 1970
+    std::uint64_t clock = 0;        ///< nanoseconds of the clock that the analysis counts by
+    std::uint64_t last_arrival = 0; ///< by the same clock, of the last bytes; 0: nothing yet
+    std::string fault;              ///< why nothing can be received; empty: the socket is open
     bool is_rtp = false;
     zq_net::input_figures input;
     delivery_figures delivery;

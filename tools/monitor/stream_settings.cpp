@@ -4,9 +4,11 @@
 #include "tools/common/udp_address.h"
 #include "tools/monitor/json_writer.h"
 #include "tools/monitor/limit_names.h"
+#include "zq_net/ip_address.h"
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <set>
 #include <tuple>
 
@@ -19,6 +21,15 @@ bool operator==(const stream_settings& one, const stream_settings& other)
     };
     return fields(one) == fields(other) && same_limits(one.limits, other.limits);
 }
+
+namespace
+{
+/// Without the link that a local address may name, which is only known where it is received.
+std::optional<zq_net::ip_address> read_address(const std::string& text)
+{
+    return zq_net::ip_address::read(text.substr(0, text.find('%')));
+}
+} // namespace
 
 std::string stream_name_fault(std::string_view name)
 {
@@ -33,8 +44,23 @@ std::string stream_name_fault(std::string_view name)
 
 std::string stream_address_fault(const std::string& address)
 {
-    return tools::is_udp_address(address) ? tools::udp_address_fault(address)
-                                          : "\"" + valid_utf8(address) + "\" is not udp://[SOURCE@]GROUP:PORT";
+    const auto parsed = tools::parse_udp_address(address);
+    if (!parsed)
+        return "\"" + valid_utf8(address) + "\" is not udp://[SOURCE@]GROUP:PORT";
+    const auto fault = [](const std::string& text, const char* what) {
+        return "\"" + valid_utf8(text) + "\" is not " + what;
+    };
+    const auto group = read_address(parsed->address);
+    if (!group && !parsed->address.empty())
+        return fault(parsed->address, "an IP address");
+    for (const auto& text : parsed->sources) {
+        const auto source = read_address(text);
+        if (!source)
+            return fault(text, "an IP address");
+        if (!group || !group->is_multicast() || group->family() != source->family())
+            return fault(address, "a group with a source of its kind");
+    }
+    return {};
 }
 
 std::string label_fault(std::string_view name)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
 #include "tools/monitor/event_log.h"
+#include "tools/monitor/pid_history.h"
 #include "tools/monitor/snapshot.h"
 #include "tools/monitor/stream_settings.h"
 
@@ -33,8 +34,9 @@ struct stream_report
 
     stream_settings settings;
     stream_state state = stream_state::waiting;
-    std::uint64_t bit_rate = 0;         ///< bits of UDP payload a second
-    std::vector<std::string> active;    ///< checks with an active alarm: "1.4", "loss"
+    std::uint64_t bit_rate = 0;      ///< bits of UDP payload a second
+    std::vector<std::string> active; ///< checks with an active alarm: "1.4", "loss"
+    std::shared_ptr<const pid_history::all_rates> PID_rates = std::make_shared<const pid_history::all_rates>();
     std::vector<std::uint64_t> history; ///< bit rates, one a second, the last one last
     /// Never null; as it is at first while the state is `waiting`.
     std::shared_ptr<const snapshot> seen = std::make_shared<const snapshot>();
@@ -48,6 +50,7 @@ struct survey
     std::vector<std::shared_ptr<const stream_report>> streams; ///< in the order of their list
     std::shared_ptr<const std::deque<event>> events;           ///< of all streams, oldest first
     std::uint64_t events_total = 0;
+    std::size_t listed = 0;        ///< streams of the list, those of other shards included
     std::uint64_t events_lost = 0; ///< that could not be written where they are to be written
 
     [[nodiscard]] const stream_report* find(const std::string& name) const;
@@ -55,8 +58,12 @@ struct survey
 
 /// Errors of the checks of one priority.
 [[nodiscard]] std::uint64_t errors_of(const snapshot& seen, unsigned priority);
-/// Packets that got lost on the way, by RTP, and in the kernel.
-[[nodiscard]] inline std::uint64_t lost_packets(const snapshot& seen) { return seen.input.rtp_lost; }
+/// Packets that got lost on the way: those of RTP or, without it, transport packets by continuity_counter; and
+/// datagrams in the kernel.
+[[nodiscard]] inline std::uint64_t lost_packets(const snapshot& seen)
+{
+    return seen.is_rtp ? seen.input.rtp_lost : seen.delivery.index.lost;
+}
 [[nodiscard]] inline std::uint64_t kernel_drops(const snapshot& seen) { return seen.input.legs[0].kernel_drops; }
 /// Name of the first service that has one; empty without.
 [[nodiscard]] std::string first_service(const snapshot& seen);

@@ -46,8 +46,8 @@ terminal_screen::terminal_screen() : m_has_keys(isatty(STDIN_FILENO) != 0 && tcg
     if (m_has_keys) {
         termios raw = m_before;
         raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-        // Stopped, the program would leave the terminal to the shell as it is now.
-        raw.c_cc[VSUSP] = _POSIX_VDISABLE;
+        // Stopped or aborted, the program would leave the terminal to the shell as it is now.
+        raw.c_cc[VSUSP] = raw.c_cc[VQUIT] = _POSIX_VDISABLE;
         tcsetattr(STDIN_FILENO, TCSANOW, &raw);
     }
     m_view.colour = std::getenv("NO_COLOR") == nullptr;

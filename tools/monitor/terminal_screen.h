@@ -24,6 +24,8 @@ public:
     terminal_screen& operator=(const terminal_screen&) = delete;
 
     void draw(const survey& all);
+    /// Shows a message with every picture until a key is pressed.
+    void tell(const std::string& text) { m_view.message = text; }
     /// Whether nothing can be drawn any more, because the terminal was closed.
     [[nodiscard]] bool is_gone() const { return m_output.state().error != 0; }
     /// Whether there are keys to wait for on standard input.

@@ -218,14 +218,23 @@ std::string rate_text(std::uint64_t bits)
 
 std::vector<std::string> terminal_view::lines(const survey& all)
 {
+    if (message.empty() || rows < 2)
+        return picture(all, rows);
+    auto shown = picture(all, rows - 1);
+    shown.push_back(fitted(message, columns));
+    return shown;
+}
+
+std::vector<std::string> terminal_view::picture(const survey& all, std::size_t height)
+{
     std::vector<std::string> shown;
-    if (rows == 0)
+    if (height == 0)
         return shown;
     selected = std::min(selected, all.streams.empty() ? 0 : all.streams.size() - 1);
     if (detail && !all.streams.empty()) {
         const auto told = detail_of(*all.streams[selected], all);
-        scrolled = std::min(scrolled, told.size() - std::min(told.size(), rows));
-        for (std::size_t at = scrolled; at < told.size() && shown.size() < rows; ++at)
+        scrolled = std::min(scrolled, told.size() - std::min(told.size(), height));
+        for (std::size_t at = scrolled; at < told.size() && shown.size() < height; ++at)
             shown.push_back(fitted(told[at], columns));
         return shown;
     }
@@ -237,11 +246,11 @@ std::vector<std::string> terminal_view::lines(const survey& all)
     for (std::size_t at = 0; at < titles.size(); ++at)
         titles[at] = columns_of_table[at].title;
     shown.push_back(fitted(summary_of(all), columns));
-    if (rows > 1)
+    if (height > 1)
         shown.push_back(fitted(row(fit, " ", "STREAM", titles, "FIRST SERVICE"), columns));
-    const std::size_t room = rows - shown.size();
+    const std::size_t room = height - shown.size();
     const std::size_t first = selected < room ? 0 : selected - room + 1;
-    for (std::size_t at = first; at < all.streams.size() && shown.size() < rows; ++at) {
+    for (std::size_t at = first; at < all.streams.size() && shown.size() < height; ++at) {
         const auto& report = *all.streams[at];
         const auto service = report.seen->fault.empty() ? first_service(*report.seen) : report.seen->fault;
         auto line =
@@ -253,6 +262,7 @@ std::vector<std::string> terminal_view::lines(const survey& all)
 
 bool terminal_view::press(std::string_view key, std::size_t streams)
 {
+    message.clear();
     std::size_t& place = detail ? scrolled : selected;
     const std::size_t page = rows > 3 ? rows - 3 : 1;
     const std::size_t most = detail ? place + page : streams == 0 ? 0 : streams - 1;

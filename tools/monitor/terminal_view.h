@@ -18,12 +18,16 @@ struct terminal_view
     bool detail = false;      ///< the selected stream instead of all
     std::size_t selected = 0; ///< place in the list
     std::size_t scrolled = 0; ///< lines of the detail that went over the top
+    std::string message;      ///< stands in the last row, if there is more than one; gone with the next key
 
     /// As many lines as there are rows, or fewer, none wider than the columns. Corrects what points beyond the end.
     [[nodiscard]] std::vector<std::string> lines(const survey& all);
 
     /// "up", "down", "page up", "page down", "enter", "back": what the keys do. False for anything else.
     bool press(std::string_view key, std::size_t streams);
+
+private:
+    [[nodiscard]] std::vector<std::string> picture(const survey& all, std::size_t height);
 };
 
 /// One stream as a line for a pipe, which begins with the time.

@@ -4,6 +4,7 @@
 #include "tools/common/udp_address.h"
 #include "tools/monitor/shard.h"
 #include "zq_net/nanoseconds.h"
+#include "zq_net/rtp_packet.h"
 
 #include <algorithm>
 #include <utility>
@@ -31,6 +32,14 @@ bool is_aligned(const zq_net::piece& bytes)
         good += bytes.data[at] == zq_net::ts_sync_byte ? 1 : 0;
     return 2 * good >= bytes.size / zq_net::ts_packet_size;
 }
+/// Bits a second by the first PCRs that still come; 0 without any.
+std::uint64_t PCR_rate(const mpegcore::StreamContents& contents, const moment& now)
+{
+    for (const auto* const PID : contents.PIDs.all())
+        if (PID->PCR != nullptr && PID->PCR->bit_rate != 0 && now.clock < PID->PCR->last_arrival + second)
+            return PID->PCR->bit_rate;
+    return 0;
+}
 } // namespace
 
 watched_stream::watched_stream(stream_settings settings)
@@ -54,7 +63,8 @@ bool watched_stream::work(const moment& now, std::vector<unsigned char>& memory)
         m_monitor.tick(now.clock);
     }
     if (now.clock >= m_next_report)
-        publish(now);
+        report(now);
+    hand_over();
     return more;
 }
 
@@ -74,6 +84,8 @@ void watched_stream::open(const moment& now)
     // Damaged sync bytes are the monitor's to find.
     input.align = false;
     input.waits = false;
+    // Intervals are as fine as the stamps of the datagrams.
+    input.joins = false;
     input.notes = true;
     m_delivery.forget();
     m_is_open = m_input.open(input);
@@ -108,35 +120,46 @@ void watched_stream::analyse(const zq_net::piece& bytes, const moment& now)
     m_last_arrival = std::max(m_last_arrival, std::min(now.clock, now.clock_at(bytes.arrival)));
     if (bytes.gap)
         m_monitor.note_gap();
-    if (m_aligner.awaited() == 0 && is_aligned(bytes))
+    if (m_aligner.awaited() == 0 && is_aligned(bytes)) {
+        m_was_not_ts = false;
         m_monitor.put(bytes.data, bytes.size / zq_net::ts_packet_size, m_last_arrival);
-    else
+    } else {
         find_packets(bytes, m_last_arrival);
+    }
 }
 
 void watched_stream::find_packets(const zq_net::piece& bytes, std::uint64_t arrival)
 {
+    if (m_input.sees_rtp() && zq_net::is_rtcp(bytes.data, bytes.size))
+        return;
     const std::uint64_t dropped = m_aligner.dropped_bytes();
     m_aligned.clear();
-    if (m_aligner.put(bytes, m_aligned) == zq_net::ts_aligner::verdict::not_ts) {
-        ++m_not_ts;
+    const bool is_not_ts = m_aligner.put(bytes, m_aligned) == zq_net::ts_aligner::verdict::not_ts;
+    m_not_ts += is_not_ts ? 1 : 0;
+    // One among good ones, as RTCP or what keeps a way open, leaves the packets around it where they were.
+    const bool was_not_ts = std::exchange(m_was_not_ts, is_not_ts);
+    if ((is_not_ts && was_not_ts) || m_aligner.dropped_bytes() > dropped)
         m_monitor.note_sync_loss(arrival);
-    } else if (m_aligner.dropped_bytes() > dropped) {
-        m_monitor.note_sync_loss(arrival);
-    }
     for (const auto& packets : m_aligned)
         m_monitor.put(packets.data, packets.size / zq_net::ts_packet_size, arrival);
 }
 
-void watched_stream::publish(const moment& now)
+void watched_stream::report(const moment& now)
 {
     // Each stream at a time of its own within the second, so that the work for all does not come at once.
     const std::uint64_t phase = fnv1a(m_settings.name) % (second / ms) * ms;
-    const std::unique_lock lock{m_mutex, std::try_to_lock};
-    if (!lock.owns_lock())
-        return;
     m_next_report = now.clock - (now.clock - phase) % second + second;
-    m_last = look(now);
+    m_next_last = look(now);
+}
+
+void watched_stream::hand_over()
+{
+    if (!m_next_last)
+        return;
+    std::shared_ptr<const snapshot> before;
+    const std::unique_lock lock{m_mutex, std::try_to_lock};
+    if (lock.owns_lock())
+        before = std::exchange(m_last, std::move(m_next_last));
 }
 
 std::shared_ptr<const snapshot> watched_stream::look(const moment& now)
@@ -158,16 +181,17 @@ std::shared_ptr<const snapshot> watched_stream::look(const moment& now)
 void watched_stream::look_at_input(snapshot& seen, const moment& now)
 {
     if (m_is_open) {
-        seen.is_rtp = m_input.sees_rtp();
         seen.input = m_input.figures();
+        if (seen.input.legs[0].datagrams != 0)
+            m_is_rtp = m_input.sees_rtp();
         seen.input.not_ts += m_not_ts;
         seen.input.resync_bytes += m_aligner.dropped_bytes();
     }
-    std::uint64_t missing = 0;
-    for (const auto* const PID : m_monitor.contents().PIDs.all())
-        missing += PID->missing_packets;
-    const std::uint64_t lost = seen.is_rtp ? seen.input.rtp_lost * m_delivery.packets_in_datagram() : missing;
-    seen.delivery = m_delivery.look(now, lost);
+    seen.is_rtp = m_is_rtp;
+    seen.last_arrival = m_last_arrival;
+    const auto& contents = m_monitor.contents();
+    seen.delivery =
+        m_delivery.look(now, {seen.is_rtp, seen.input.rtp_lost, contents.missing_packets}, PCR_rate(contents, now));
 }
 
 void watched_stream::look_at_contents(snapshot& seen) const

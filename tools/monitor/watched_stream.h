@@ -39,7 +39,8 @@ private:
     [[nodiscard]] bool drain(const moment& now, std::vector<unsigned char>& memory);
     void analyse(const zq_net::piece& bytes, const moment& now);
     void find_packets(const zq_net::piece& bytes, std::uint64_t arrival);
-    void publish(const moment& now);
+    void report(const moment& now);
+    void hand_over();
     [[nodiscard]] std::shared_ptr<const snapshot> look(const moment& now);
     void look_at_input(snapshot& seen, const moment& now);
     void look_at_contents(snapshot& seen) const;
@@ -56,10 +57,13 @@ private:
     zq_net::ts_aligner m_aligner;     ///< for packets that lie across datagrams
     zq_net::piece_list m_aligned;
     std::uint64_t m_not_ts = 0;
+    bool m_is_rtp = false;     ///< as long as the socket brings nothing else
+    bool m_was_not_ts = false; ///< the last datagram had no packets
     delivery_meter m_delivery;
     note_keeper m_notes;
     mpegcore::StreamMonitor m_monitor;
 
+    std::shared_ptr<const snapshot> m_next_last; ///< to be handed over
     mutable std::mutex m_mutex; ///< held for the moment of handing over only; the receiver does not wait for it
     std::shared_ptr<const snapshot> m_last;
 };

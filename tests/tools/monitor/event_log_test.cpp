@@ -100,4 +100,19 @@ TEST(EventRing, KeepsTheLastOnesAndCountsAll)
     EXPECT_EQ(ring.events().front().check, "5");
     EXPECT_EQ(ring.total(), monitor::event_ring::most + 5);
 }
+TEST(EventRing, LeavesTheEventsOfQuietStreams)
+{
+    monitor::event_ring ring;
+    const auto tell = [&](const std::string& stream, const std::string& check) {
+        auto told = about(check);
+        told.stream = stream;
+        ring.put(told);
+    };
+    tell("Quiet", "1.1");
+    for (std::size_t count = 0; count < 2 * monitor::event_ring::most; ++count)
+        tell("Noisy", std::to_string(count));
+    EXPECT_EQ(ring.events().size(), monitor::event_ring::most);
+    EXPECT_EQ(ring.events().front().check, "1.1");
+    EXPECT_EQ(ring.events().back().check, std::to_string(2 * monitor::event_ring::most - 1));
+}
 } // namespace event_log_test

@@ -124,6 +124,22 @@ TEST_F(HttpServer, RangesAreNotGiven)
     EXPECT_EQ(monitor_http::body_of(to.receive()), "/abc");
 }
 
+TEST_F(HttpServer, ARangeOfAnyLengthIsNotLookedAt)
+{
+    start();
+    for (const char* const name : {"Range", "range", "RANGE"}) {
+        const connection to(port);
+        std::string ranges = "bytes=0-";
+        while (ranges.size() < 8000)
+            ranges += ",0-";
+        to.send("GET /abc HTTP/1.1\r\nHost: x\r\n" + std::string(name) + ": " + ranges + "\r\n\r\n");
+        EXPECT_EQ(monitor_http::body_of(to.receive()), "/abc");
+    }
+    const connection to(port);
+    to.send("GET /abc HTTP/1.1\r\nHost: x\r\nRange: what?\r\n\r\n");
+    EXPECT_EQ(monitor_http::body_of(to.receive()), "/abc");
+}
+
 TEST_F(HttpServer, ARequestThatIsTooLongIsCutOff)
 {
     start();
@@ -195,6 +211,33 @@ TEST_F(HttpServer, TooManyAreToldToComeAgain)
         }
     many.clear();
     EXPECT_TRUE(support::eventually([&] { return ask(port, "/b").find("200 OK") != std::string::npos; }));
+}
+
+TEST_F(HttpServer, WhoAsksWhetherItLivesIsAnsweredHoweverManyKeepItBusy)
+{
+    http_server::limits bounds;
+    bounds.workers = 2;
+    bounds.waiting = 3;
+    bounds.request_time = std::chrono::hours{1};
+    start(bounds);
+    std::deque<connection> slow;
+    for (int count = 0; count < 2 + 3; ++count)
+        slow.emplace_back(port).send("GET / HTTP/1.1\r\n");
+    // The last one is refused when all before it have their places.
+    while (true) {
+        const auto& last = slow.emplace_back(port);
+        last.send("GET / HTTP/1.1\r\n");
+        pollfd waited{-1, 0, 0};
+        poll(&waited, 1, 10);
+        if (last.has_answer())
+            break;
+    }
+    for (const char* const path : {"/healthz", "/readyz"}) {
+        const auto text = ask(port, path);
+        EXPECT_THAT(text, StartsWith("HTTP/1.1 200 OK\r\n"));
+        EXPECT_EQ(monitor_http::body_of(text), path);
+    }
+    slow.clear();
 }
 
 TEST_F(HttpServer, AThousandAtOnceAreServedOrRefusedAndNoneIsLeft)

@@ -35,8 +35,8 @@ TEST(Metrics, HaveTheNamesThatAlertsAreWrittenFor)
     EXPECT_THAT(
         names,
         testing::ElementsAre(
-            "ts_build_info gauge", "process_start_time_seconds gauge", "ts_events_total counter",
-            "ts_events_lost_total counter", "ts_input_info gauge", "ts_input_up gauge",
+            "ts_build_info gauge", "process_start_time_seconds gauge", "ts_streams_listed gauge",
+            "ts_events_total counter", "ts_events_lost_total counter", "ts_input_info gauge", "ts_input_up gauge",
             "ts_input_datagrams_total counter", "ts_input_bytes_total counter",
             "ts_input_last_datagram_timestamp_seconds gauge", "ts_socket_drops_total counter",
             "ts_socket_receive_buffer_bytes gauge", "ts_malformed_datagrams_total counter", "ts_rejoins_total counter",
@@ -74,7 +74,8 @@ TEST(Metrics, TellTheFiguresOfAStream)
     report.settings.labels = {{"site", "north"}};
     auto& seen = change(report);
     seen.input.legs[0].kernel_drops = 4;
-    seen.input.legs[0].rtp.received = 997;
+    seen.input.legs[0].rtp.received = 998;
+    seen.input.rtp_late = 1; // counts as lost, too
     seen.input.rtp_lost = 3;
     seen.checks.raise(mpegcore::Check::Continuity_count_error, 1, mpegcore::Finding::packets_missing, 2, 0x101);
     const auto text = metrics_of(report);

@@ -119,6 +119,19 @@ TEST_F(Observed, AStreamThatIsNoMoreWatchedEndsItsAlarms)
     EXPECT_TRUE(last->streams.empty());
 }
 
+TEST_F(Observed, AStreamThatStoppedIsSilentAlsoWhenTheRealTimeClockIsSetBack)
+{
+    send_null_packets();
+    ASSERT_NE(step().state, stream_state::silent);
+    for (int count = 0; count < 2; ++count) {
+        now.clock += second;
+        const moment set_back{now.clock, now.real - 3600 * second};
+        (void)streams[0]->work(set_back, memory);
+        last = observer.look(streams, set_back);
+    }
+    EXPECT_EQ(last->streams[0]->state, stream_state::silent);
+}
+
 TEST_F(Observed, EventsAreKeptForThePage)
 {
     send_null_packets();

@@ -182,6 +182,45 @@ TEST_F(Receivers, WhatIsNoTransportStreamIsCountedAndNothingElse)
     EXPECT_EQ(seen_of(all, 0).packets, 0U);
 }
 
+TEST_F(Receivers, WhatIsNoTransportStreamAmongGoodDatagramsIsNoLossOfSynchronisation)
+{
+    const auto port = support::free_port();
+    all.watch({on_port("A", port)});
+    ASSERT_TRUE(eventually([&] { return seen_of(all, 0).input.legs[0].buffer_got > 0; }));
+    const support::udp_sender sender("127.0.0.1", port);
+    for (int count = 0; count < 3; ++count) {
+        sender.send(datagram());
+        sender.send({1, 2, 3, 4});
+    }
+    sender.send(datagram());
+    ASSERT_TRUE(eventually([&] { return seen_of(all, 0).input.legs[0].datagrams == 7; }));
+    EXPECT_EQ(seen_of(all, 0).input.not_ts, 3U);
+    EXPECT_EQ(seen_of(all, 0).packets, 4U * 7);
+    EXPECT_EQ(seen_of(all, 0).checks[mpegcore::Check::TS_sync_loss].count, 0U);
+    sender.send({1, 2, 3, 4});
+    sender.send({1, 2, 3, 4});
+    EXPECT_TRUE(eventually([&] { return seen_of(all, 0).checks[mpegcore::Check::TS_sync_loss].count == 1; }));
+}
+
+TEST_F(Receivers, RTCPBesideRTPIsNothing)
+{
+    const auto port = support::free_port();
+    all.watch({on_port("A", port)});
+    ASSERT_TRUE(eventually([&] { return seen_of(all, 0).input.legs[0].buffer_got > 0; }));
+    const support::udp_sender sender("127.0.0.1", port);
+    const std::vector<unsigned char> sender_report{0x80, 200, 0, 6, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0,
+                                                   0,    0,   0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    for (unsigned number = 1; number <= 3; ++number) {
+        sender.send(support::rtp_datagram(static_cast<std::uint16_t>(number), datagram()));
+        sender.send(sender_report);
+        sender.send(sender_report);
+    }
+    ASSERT_TRUE(eventually([&] { return seen_of(all, 0).input.legs[0].datagrams == 9; }));
+    EXPECT_EQ(seen_of(all, 0).input.not_ts, 0U);
+    EXPECT_EQ(seen_of(all, 0).packets, 3U * 7);
+    EXPECT_EQ(seen_of(all, 0).checks[mpegcore::Check::TS_sync_loss].count, 0U);
+}
+
 TEST_F(Receivers, APortThatIsTakenIsToldAndTriedAgainUntilItIsFree)
 {
     std::optional<support::taken_port> taken;

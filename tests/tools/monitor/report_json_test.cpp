@@ -23,6 +23,7 @@ TEST(StreamsJson, HasAFewMembersOfEachStream)
     report.active = {"1.4", "loss"};
     add_service(report, "One");
     auto& seen = change(report);
+    seen.is_rtp = true;
     seen.input.rtp_lost = 3;
     seen.checks.raise(mpegcore::Check::Continuity_count_error, 1, mpegcore::Finding::packets_missing, 2, 0x101);
     EXPECT_EQ(streams_json(*survey_of(report), false),
@@ -168,6 +169,40 @@ TEST(StreamJson, TextsFromTheAirStayTextsWhateverTheyHold)
         const auto stream = json::parse(stream_json(report));
         EXPECT_EQ(stream["service"], name[0] == '\xFF' ? "\xEF\xBF\xBD\xEF\xBF\xBD" : name);
         EXPECT_EQ(stream["services"].size(), 1U);
+    }
+}
+TEST(StreamJson, TheDetailHasTheLastEventsAndNoMore)
+{
+    std::deque<monitor::event> events(300);
+    for (std::size_t at = 0; at < events.size(); ++at) {
+        events[at].stream = "News";
+        events[at].check = std::to_string(at);
+    }
+    const auto stream = json::parse(stream_json(report_of("News"), &events));
+    ASSERT_EQ(stream["events"].size(), 200U);
+    EXPECT_EQ(stream["events"][0]["check"], "100");
+    EXPECT_EQ(stream["events"][199]["check"], "299");
+}
+
+TEST(StreamJson, TheDetailHasTheBitRatesOfPIDs)
+{
+    auto report = report_of("News");
+    report.PID_rates =
+        std::make_shared<const monitor::pid_history::all_rates>(monitor::pid_history::all_rates{{0x101, {5, 7}}});
+    const std::deque<monitor::event> events;
+    EXPECT_EQ(json::parse(stream_json(report, &events))["pid_rates"],
+              json::parse(R"({"seconds":10,"pids":[{"pid":257,"rates":[5,7]}]})"));
+    EXPECT_FALSE(json::parse(stream_json(report)).contains("pid_rates"));
+}
+
+TEST(StreamsJson, WithoutRTPWhatCountersMissIsLost)
+{
+    auto report = report_of("News");
+    change(report).input.rtp_lost = 3;
+    change(report).delivery.index.lost = 21;
+    for (const bool is_rtp : {false, true}) {
+        change(report).is_rtp = is_rtp;
+        EXPECT_EQ(json::parse(streams_json(*survey_of(report), false))["streams"][0]["lost"], is_rtp ? 3 : 21);
     }
 }
 } // namespace report_json_test

@@ -176,4 +176,15 @@ TEST(StreamSettings, AnArgumentMayNameTheStream)
     EXPECT_EQ(monitor::stream_of_argument("A=udp://239.1.1.1:5000").address, "udp://239.1.1.1:5000");
     EXPECT_EQ(monitor::stream_of_argument("udp://239.1.1.1:5000").name, "udp://239.1.1.1:5000");
 }
+TEST(StreamAddress, IsMadeOfIPAddresses)
+{
+    for (const char* const good : {"udp://:5000", "udp://239.1.1.1:5000", "udp://[ff3e::1]:5000", "udp://192.0.2.1:1",
+                                   "udp://10.0.0.1@232.1.1.1:5000", "udp://[fe80::1%nowhere0]:5000"})
+        EXPECT_EQ(monitor::stream_address_fault(good), "") << good;
+    EXPECT_EQ(monitor::stream_address_fault("udp://239.1.1.300:5000"), "\"239.1.1.300\" is not an IP address");
+    EXPECT_EQ(monitor::stream_address_fault("udp://encoder7:5000"), "\"encoder7\" is not an IP address");
+    EXPECT_EQ(monitor::stream_address_fault("udp://x@239.1.1.1:5000"), "\"x\" is not an IP address");
+    for (const char* const bad : {"udp://10.0.0.1@192.0.2.1:5000", "udp://10.0.0.1@[ff3e::1]:5000"})
+        EXPECT_THAT(monitor::stream_address_fault(bad), testing::EndsWith("is not a group with a source of its kind"));
+}
 } // namespace stream_list_test

@@ -25,6 +25,7 @@ inline monitor::stream_report report_of(const std::string& name)
     seen->input.legs[0].datagrams = 1000;
     seen->input.legs[0].bytes = 1'316'000;
     seen->input.legs[0].last_arrival = noon - second / 4;
+    seen->last_arrival = seen->clock - second / 4;
     seen->input.legs[0].buffer_got = 425984;
     seen->input.senders = 1;
     seen->is_synchronised = true;

@@ -163,4 +163,17 @@ TEST(PlainLine, TellsOfOneStreamInOneLine)
     EXPECT_EQ(plain_line(closed("C"), noon),
               "2026-01-31T12:00:00.000Z C closed 0 bit/s, lost 0, errors 0/0/0, no interface eth9");
 }
+TEST(TerminalView, AMessageStandsInTheLastRowUntilAKeyIsPressed)
+{
+    terminal_view view;
+    view.columns = 20;
+    view.rows = 3;
+    view.message = "the streams stay as they are";
+    const auto all = survey_of(report_of("News"), report_of("Sport"));
+    auto lines = view.lines(*all);
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_EQ(lines.back(), "the streams stay as ");
+    EXPECT_TRUE(view.press("down", 2));
+    EXPECT_EQ(view.lines(*all).back().substr(0, 7), "> Sport");
+}
 } // namespace terminal_view_test

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
+#include "http_client.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
 
@@ -6,9 +7,11 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <cstdlib>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include <poll.h>
 #include <pty.h>
@@ -25,7 +28,8 @@ using testing::Not;
 class on_terminal
 {
 public:
-    on_terminal(unsigned short columns, unsigned short rows, const char* kind)
+    on_terminal(unsigned short columns, unsigned short rows, const char* kind,
+                const std::vector<std::string>& more = {})
     {
         winsize size{};
         size.ws_col = columns;
@@ -35,9 +39,14 @@ public:
         m_child = forkpty(&m_terminal, nullptr, nullptr, &size);
         if (m_child != 0)
             return;
+        std::signal(SIGINT, SIG_DFL); // a shell ignores it for what it runs in the background
         setenv("TERM", kind, 1);
         setenv("NO_COLOR", "1", 1);
-        execl(ZQ_MONITOR_TOOL, ZQ_MONITOR_TOOL, first.c_str(), second.c_str(), nullptr);
+        std::vector<const char*> arguments{ZQ_MONITOR_TOOL, first.c_str(), second.c_str()};
+        for (const auto& argument : more)
+            arguments.push_back(argument.c_str());
+        arguments.push_back(nullptr);
+        execv(ZQ_MONITOR_TOOL, const_cast<char* const*>(arguments.data()));
         _exit(127);
     }
     ~on_terminal()
@@ -149,6 +158,34 @@ TEST(MonitorTerminal, TheKeyForInterruptsEndsTheProgram)
     ASSERT_TRUE(program.shows("> News"));
     program.press("\003");
     EXPECT_TRUE(program.shows("\033[?25h\033[?1049l"));
+    EXPECT_EQ(program.exit_code(), 0);
+}
+
+TEST(MonitorTerminal, IsNotLeftAsItIsByAnyKey)
+{
+    const support::watchdog watchdog;
+    on_terminal program(80, 10, "xterm");
+    ASSERT_TRUE(program.shows("> News"));
+    program.press("\x1A\x1C"); // to stop, to abort
+    program.forget();
+    EXPECT_TRUE(program.shows("> News"));
+    program.press("q");
+    EXPECT_TRUE(program.shows("\033[?25h\033[?1049l"));
+    EXPECT_EQ(program.exit_code(), 0);
+}
+
+TEST(MonitorTerminal, IsGivenBackBeforeTheLastClientIsWaitedFor)
+{
+    const support::watchdog watchdog;
+    on_terminal program(80, 10, "xterm", {"--http", "0"});
+    ASSERT_TRUE(program.shows("http://127.0.0.1:") && program.shows("/\r\n"));
+    const auto at = program.shown().find("http://127.0.0.1:") + std::string("http://127.0.0.1:").size();
+    const monitor_http::connection client(static_cast<std::uint16_t>(std::stoul(program.shown().substr(at))));
+    client.send("GET");
+    ASSERT_TRUE(program.shows("> News"));
+    program.press("\x03");
+    EXPECT_TRUE(program.shows("\033[?25h\033[?1049l"));
+    EXPECT_FALSE(client.has_answer()); // the server is still there, for as long as a request may take
     EXPECT_EQ(program.exit_code(), 0);
 }
 

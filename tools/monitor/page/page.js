@@ -203,6 +203,48 @@ function checkPanel(checks) {
   });
 }
 
+// Charts of PIDs, those with the most first.
+function rateCharts(told) {
+  const kinds = new Map((told.pids || []).map((pid) => [pid.pid, pid]));
+  const most = 24;
+  const now = (pid) => (kinds.get(pid.pid) || {}).bit_rate || 0;
+  const pids = told.pid_rates ? told.pid_rates.pids.slice() : [];
+  const drawn = pids.sort((one, other) => now(other) - now(one)).slice(0, most).map((pid) =>
+    node('figure', {},
+      node('figcaption', {}, shown('pid', pid.pid) + ' ' + ((kinds.get(pid.pid) || {}).kind || ''),
+        node('span', {class: 'dim'}, rate(now(pid)))),
+      drawing('svg', {class: 'chart', viewBox: '0 0 600 100', preserveAspectRatio: 'none', role: 'img',
+        'aria-label': 'bit rate of PID ' + shown('pid', pid.pid)},
+      drawing('line', {x1: 0, x2: 600, y1: 99, y2: 99}),
+      drawing('polyline', {points: line(pid.rates, 600, 100)}))));
+  return node('div', {class: 'charts'}, ...drawn);
+}
+
+// Splice commands of the last ten minutes where they came, and the points that they announce.
+function timeLine(told) {
+  const past = 600, future = 60, width = 660;
+  const now = Date.parse(told.time) / 1000;
+  const place = (time) => (time - now + past) * width / (past + future);
+  const marks = told.splices.filter((splice) => now - Date.parse(splice.time) / 1000 <= past).map((splice) => {
+    const came = Date.parse(splice.time) / 1000;
+    const title = drawing('title', {}, splice.time + ' ' + splice.command + ' on PID ' + shown('pid', splice.pid));
+    const parts = [title, drawing('line', {class: 'came', x1: place(came), x2: place(came), y1: 8, y2: 36})];
+    if (typeof splice.ahead_seconds === 'number') {
+      const point = Math.min(Math.max(place(came + splice.ahead_seconds), 0), width);
+      parts.push(drawing('line', {class: 'ahead', x1: place(came), x2: point, y1: 22, y2: 22}),
+        drawing('circle', {cx: point, cy: 22, r: 4}));
+    }
+    return drawing('g', {}, ...parts);
+  });
+  return [
+    drawing('svg', {class: 'timeline', viewBox: '0 0 660 44', preserveAspectRatio: 'none', role: 'img',
+      'aria-label': 'splice commands'},
+    drawing('line', {x1: 0, x2: width, y1: 40, y2: 40}),
+    drawing('line', {x1: place(now), x2: place(now), y1: 0, y2: 44}), ...marks),
+    node('div', {class: 'scale'}, node('span', {}, '10 min ago'), node('span', {}, 'now, and 1 min ahead')),
+  ];
+}
+
 const part = (title, ...content) => node('section', {}, node('h2', {}, title), ...content);
 
 function showStream(name) {
@@ -210,15 +252,23 @@ function showStream(name) {
   const own = '/' + encodeURIComponent(name);
   follow('/api/streams' + own, '/live' + own, (told) => {
     summary.textContent = '';
-    // A table that is being scrolled or marked stays as it is.
-    if (String(document.getSelection())) return;
-    const offsets = [...main.querySelectorAll('.scroll')].map((box) => box.scrollLeft);
-    main.replaceChildren(
+    const overview = node('div', {id: 'overview'},
       node('section', {}, node('h1', {}, light(told.state), ' ' + told.name),
         node('div', {class: 'dim'}, told.address + (told.interface ? ' on ' + told.interface : '')),
         told.fault ? node('div', {class: 'hot'}, told.fault) : null),
       part('Bit rate', ...chart(told.history)),
       part('TR 101 290', ...checkPanel(told.checks || [])),
+      ...((told.splices || []).length > 0 ? [part('SCTE 35', ...timeLine(told))] : []));
+    // Text that is being marked stays as it is; how the stream is shows all the same.
+    const details = document.getElementById('details');
+    if (details && String(document.getSelection())) {
+      overview.append(node('section', {class: 'dim'}, 'The tables below wait while text is marked.'));
+      document.getElementById('overview').replaceWith(overview);
+      return;
+    }
+    const offsets = [...main.querySelectorAll('.scroll')].map((box) => box.scrollLeft);
+    main.replaceChildren(overview, node('div', {id: 'details'},
+      part('Bit rates of PIDs', rateCharts(told)),
       part('Network', listOf(told.network || {})),
       part('Inter-arrival times of the last second, ms', listOf(told.inter_arrival_ms || {})),
       part('Media delivery index', listOf(told.mdi || {})),
@@ -226,7 +276,7 @@ function showStream(name) {
       ...[['plps', 'PLPs'], ['services', 'Services'], ['pids', 'PIDs'], ['pcr', 'PCR'], ['tables', 'Tables'],
         ['splices', 'Splices']].filter(([key]) => (told[key] || []).length > 0)
         .map(([key, title]) => part(title, tableOf(told[key]))),
-      part('Events', tableOf((told.events || []).slice().reverse())));
+      part('Events', tableOf((told.events || []).slice().reverse()))));
     main.querySelectorAll('.scroll').forEach((box, at) => { box.scrollLeft = offsets[at] || 0; });
   });
 }
