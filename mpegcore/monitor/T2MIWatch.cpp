@@ -41,7 +41,8 @@ void T2MIWatch::put(const unsigned char* packet, std::uint64_t now)
               Finding::T2MI_CRC_32, 0);
     raise_new(counters.packet_count_gaps, m_packet_count_gaps, Check::T2MI_packet_count_error, Finding::packet_count,
               0);
-    raise_new(counters.payload_errors, m_payload_errors, Check::T2MI_payload_error, Finding::T2MI_payload, m_last_type);
+    raise_new(counters.payload_errors, m_payload_errors, Check::T2MI_payload_error, Finding::T2MI_payload,
+              m_demultiplexer.payload_error_type());
 }
 
 void T2MIWatch::reset()
@@ -61,7 +62,6 @@ void T2MIWatch::on_baseband_frame(const T2MIHeader& header, std::uint8_t frame_i
 
 void T2MIWatch::on_T2MI_packet(const T2MIHeader& header, const unsigned char* payload, std::size_t size)
 {
-    m_last_type = header.packet_type;
     if (!is_known_T2MI_packet_type(header.packet_type))
         m_checks.raise(Check::T2MI_packet_type_error_2, m_now, Finding::packet_type, header.packet_type, m_PID);
     if (has_new_gap())

@@ -63,7 +63,6 @@ private:
     T2MIDemultiplexer m_demultiplexer;
     std::bitset<256> m_PLPs; ///< that came
     std::uint64_t m_now = 0;
-    std::uint8_t m_last_type = 0; ///< packet_type of the last packet that is no baseband frame
     // As far as they were raised.
     std::uint64_t m_CRC_32_errors = 0, m_packet_count_gaps = 0, m_payload_errors = 0;
 

@@ -186,22 +186,28 @@ void T2MIDemultiplexer::take(unsigned char* packet, std::size_t size)
         constexpr std::size_t prefix_size = 3;
         if (has_header && payload_size >= prefix_size)
             m_listener.on_baseband_frame(header, payload[0], payload[1], (payload[2] & 0x80U) != 0);
-        m_counters.payload_errors += m_PLPs.take_frame(payload, payload_size) ? 0 : 1;
+        if (!m_PLPs.take_frame(payload, payload_size))
+            note_payload_error(packet_type);
         return;
     }
     if (!is_known_T2MI_packet_type(packet_type))
         ++m_counters.unknown_types;
     if (has_header)
         m_listener.on_T2MI_packet(header, payload, payload_size);
-    if (packet_type == static_cast<std::uint8_t>(T2MIPacketType::L1_current))
-        m_counters.payload_errors += m_PLPs.take_L1(payload, payload_size) ? 0 : 1;
+    if (packet_type == static_cast<std::uint8_t>(T2MIPacketType::L1_current) && !m_PLPs.take_L1(payload, payload_size))
+        note_payload_error(packet_type);
     if (packet_type == static_cast<std::uint8_t>(T2MIPacketType::DVB_T2_timestamp)) {
         DVBT2Timestamp timestamp;
         if (read_record(timestamp, payload, payload_size))
             m_listener.on_timestamp(timestamp);
         else
-            ++m_counters.payload_errors;
+            note_payload_error(packet_type);
     }
 }
 
+void T2MIDemultiplexer::note_payload_error(std::uint8_t packet_type)
+{
+    ++m_counters.payload_errors;
+    m_payload_error_type = packet_type;
+}
 } // namespace mpegcore

@@ -88,6 +88,8 @@ public:
     const T2MIPrograms& programs() const { return m_programs; }
 
     const T2MICounters& counters() const { return m_counters; }
+    /// packet_type of the last one that counters().payload_errors counted; for the thread that puts.
+    std::uint8_t payload_error_type() const { return m_payload_error_type; }
     const T2MIGathererCounters& gatherer_counters() const { return m_gatherer.counters(); }
     /// Of a chosen PLP of which a frame came, else null. They stay as long as the demultiplexer.
     const UserPacketCounters* PLP_counters(std::uint8_t plp_id) const { return m_PLPs.counters(plp_id); }
@@ -102,6 +104,7 @@ private:
     void probe(std::uint16_t PID, const unsigned char* packet);
     void gather(const unsigned char* packet);
     void take(unsigned char* packet, std::size_t size);
+    void note_payload_error(std::uint8_t packet_type);
 
     Listener& m_listener;
     int m_wanted_PID = any;
@@ -117,6 +120,7 @@ private:
     T2MIProbe m_probe;
     T2MIPacketGatherer m_gatherer;
     T2MICounters m_counters;
+    std::uint8_t m_payload_error_type = 0;
 
     T2MIPacketCounts m_packet_counts;
     StreamAge m_age; ///< while no T2-MI packet has come

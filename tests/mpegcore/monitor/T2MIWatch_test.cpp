@@ -227,4 +227,13 @@ TEST(T2MIErrors, AreNoneWithoutASingleFrequencyNetwork)
         frames.add(at, Bytes{0x02} + Bytes(10, 0xFF));
     EXPECT_EQ(errors_of(frames.packets), "");
 }
+TEST(T2MIErrors, OfBasebandFramesAreToldWithTheirType)
+{
+    T2MISender sender;
+    StreamMonitor monitor;
+    put(monitor, known_tables() + packed({sender.packet(0x21, Bytes(20)), sender.packet(0x00, Bytes{0, 1}),
+                                          sender.packet(0x21, Bytes(20))}));
+    EXPECT_EQ(errors(monitor), "11.2.2.5: 1");
+    EXPECT_EQ(monitor.checks()[Check::T2MI_payload_error].detail(), "contents of a packet of packet_type 0x00");
+}
 } // namespace T2MIWatch_test
