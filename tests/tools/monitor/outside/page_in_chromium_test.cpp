@@ -150,6 +150,32 @@ TEST_F(PageInChromium, AStreamTurnsRedAndGoodAgainWithoutAReload)
     EXPECT_EQ(program.end(), 0);
 }
 
+TEST_F(PageInChromium, AStreamHasChartsAndATimeLineAndTellsItsStateWhileTextIsMarked)
+{
+    std::atomic<bool> is_damaged{false};
+    monitor::player played;
+    const auto stream = played.add(std::make_unique<damaged_at_will>("One", is_damaged));
+    browser view(folder);
+    running program(folder, {"--http", "0", "A=" + monitor_runs::on_port(stream)});
+    played.start();
+    const auto port = program.port();
+    ASSERT_TRUE(support::eventually([&] { return monitor_runs::is_ready(port); }));
+    view.open(page_at(port, "/stream/A"), 800, 600);
+    EXPECT_TRUE(view.shows("document.querySelectorAll('.charts figure polyline').length > 3"));
+    // A command of five minutes ago, for eight seconds later.
+    EXPECT_EQ(view.value("timeLine({time: '2026-01-31T12:00:00Z', splices: [{time: '2026-01-31T11:55:00Z', command: "
+                         "'<b>', pid: 300, ahead_seconds: 8}]})[0].querySelector('circle').getAttribute('cx')"),
+              "308");
+    (void)view.value("getSelection().selectAllChildren(document.querySelector('#details h2'))");
+    is_damaged = true;
+    EXPECT_TRUE(view.shows("document.querySelector('h1 .light').textContent === 'bad'"));
+    EXPECT_TRUE(view.shows("document.body.innerText.includes('wait while text is marked')"));
+    (void)view.value("getSelection().removeAllRanges()");
+    EXPECT_TRUE(view.shows("!document.body.innerText.includes('wait while text is marked')"));
+    EXPECT_THAT(view.complaints(), testing::IsEmpty());
+    EXPECT_EQ(program.end(), 0);
+}
+
 TEST_F(PageInChromium, AServiceCalledLikeMarkupStandsAsText)
 {
     const std::string name = "<script>document.title='taken'</script><img src=x>";
