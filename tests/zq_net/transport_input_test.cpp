@@ -697,6 +697,6 @@ TEST(TransportInput, OfADenseStreamDoesNotRestWhereItDoesNotWait)
     long slept = 0;
     for (int round = 0; round < 100; ++round)
         slept += receive_dense();
-    EXPECT_LT(slept, 10);
+    EXPECT_LT(slept, 50) << "with a rest in front of each it would be a hundred";
 }
 } // namespace transport_input_test
