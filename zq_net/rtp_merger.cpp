@@ -19,10 +19,9 @@ constexpr std::uint64_t longest_dropout = 3000;
 /// A time so much before one that was told means that the clock was set back.
 constexpr std::uint64_t set_back = second;
 
-/// In any order: the clock may be set back between the two.
-bool within(std::uint64_t one, std::uint64_t other, std::uint64_t span)
+bool within(std::uint64_t later, std::uint64_t earlier, std::uint64_t span)
 {
-    return std::max(one, other) - std::min(one, other) < span;
+    return later < earlier || later - earlier < span;
 }
 } // namespace
 
@@ -32,9 +31,15 @@ rtp_merger::rtp_merger(std::size_t legs, const reorder_window::limits& limits)
 
 void rtp_merger::advance(std::uint64_t now, piece_list& out)
 {
-    // What is kept came by the former time, to which the clock may take long to come again.
-    if (std::exchange(m_advanced_to, now) > now + set_back)
+    // What is kept, and who was heard last, goes by the former time, to which the clock may take long to come again.
+    if (std::exchange(m_advanced_to, now) > now + set_back) {
         m_window.flush(out);
+        m_last_arrival = std::min(m_last_arrival, now);
+        for (leg_state& leg : m_legs) {
+            leg.last_arrival = std::min(leg.last_arrival, now);
+            leg.last_counted = std::min(leg.last_counted, now);
+        }
+    }
     m_window.expire(now, out);
 }
 

@@ -260,7 +260,9 @@ void transport_input::follow_interfaces()
         if (heard)
             continue;
         const std::lock_guard lock{m_mutex};
-        leg.follow_interface();
+        // Something is missing in between, which RTP tells better where another leg goes on.
+        if (leg.follow_interface() && m_legs.size() == 1)
+            m_anew = true;
     }
 }
 } // namespace zq_net

@@ -49,7 +49,9 @@ ts_aligner::verdict ts_aligner::put(const piece& bytes, piece_list& out)
         drop_begun();
         first = *found;
         m_dropped_bytes += first;
-        m_gap = m_gap || first > 0;
+        // The same in front of every datagram is a header that stands for nothing of the stream.
+        m_gap = m_gap || (first > 0 && first != m_passed_over);
+        m_passed_over = first;
     }
     const std::size_t whole = (bytes.size - first) / ts_packet_size * ts_packet_size;
     out.add({bytes.data + first, whole, bytes.arrival, whole > 0 && std::exchange(m_gap, false)});

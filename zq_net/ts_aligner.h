@@ -41,6 +41,7 @@ private:
     std::size_t m_begun_size = 0;
     std::uint64_t m_begun_arrival = 0;
     bool m_gap = false;
+    std::size_t m_passed_over = 0; // in front of the packets of the datagram in which they were looked for last
     std::uint64_t m_dropped_bytes = 0;
 };
 } // namespace zq_net

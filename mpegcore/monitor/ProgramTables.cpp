@@ -114,7 +114,7 @@ void ProgramTables::update(std::uint64_t packets, std::uint64_t now)
 {
     // A byte of a table is read in 0.1 us at most: a thirtieth of the time then, or a few us a packet, goes for
     // updates.
-    constexpr std::size_t entries_a_packet = 16, bytes_a_packet = 64, always_at_once = 64;
+    constexpr std::size_t entries_a_packet = 16, bytes_a_packet = 64, always_at_once = 4;
     constexpr std::uint64_t time_a_packet = 200'000;
     m_now = now;
     m_has_changed = false;

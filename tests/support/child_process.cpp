@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/child_process.h"
 
+#include <cerrno>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -31,6 +33,8 @@ child_process::child_process(const std::filesystem::path& folder, const std::str
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
     m_child = ::fork();
+    if (m_child < 0)
+        throw std::system_error(errno, std::generic_category(), "fork");
     if (m_child != 0) {
         ::setpgid(m_child, m_child);
         return;
@@ -55,6 +59,8 @@ child_process::~child_process()
 
 int child_process::end(int signal)
 {
+    if (m_child == 0)
+        return -1;
     int status = 0;
     ::kill(m_child, signal);
     ::waitpid(m_child, &status, 0);

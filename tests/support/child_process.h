@@ -26,9 +26,13 @@ public:
     child_process(const child_process&) = delete;
     child_process& operator=(const child_process&) = delete;
 
-    /// Sends the signal and waits. The exit code, or -1 for a signal.
+    /// Sends the signal and waits. The exit code, or -1 for a signal and when it has been ended before.
     int end(int signal = SIGTERM);
-    void signal(int number) const { ::kill(m_child, number); }
+    void signal(int number) const
+    {
+        if (m_child > 0)
+            ::kill(m_child, number);
+    }
     [[nodiscard]] bool is_alive() const;
     [[nodiscard]] std::string output() const;
     [[nodiscard]] std::string errors() const;

@@ -81,11 +81,27 @@ TEST(RtpMerger, FollowsTheOtherLegWhenTheClockWasSetBackBehindTheFirstOne)
 {
     stand to{2};
     to.put(10, 0, 7200000 * ms);
-    // The second leg's numbers go elsewhere; an hour before, the first one may live or not.
+    to.merger.advance(7200000 * ms, to.list);
+    to.merger.advance(3600000 * ms, to.list);
+    // The second leg's numbers go elsewhere; up to a second behind the step the first one may be alive.
     to.put(40000, 1, 3600000 * ms);
-    to.put(40001, 1, 3600001 * ms);
-    to.put(40002, 1, 3600002 * ms);
-    EXPECT_THAT(to.out(), ElementsAre(10, -1, 40000, 40001, 40002));
+    to.put(40001, 1, 3600999 * ms);
+    to.put(40002, 1, 3601000 * ms);
+    to.put(40003, 1, 3601001 * ms);
+    EXPECT_THAT(to.out(), ElementsAre(10, -1, 40002, 40003));
+}
+
+TEST(RtpMerger, StaysWithItsSenderWhenTheClockIsSetBackInFrontOfTheFormerOne)
+{
+    stand to{1};
+    to.put(10, 0, 0, A);
+    to.put(500, 0, 7200000 * ms, B);
+    to.merger.advance(7200000 * ms, to.list);
+    to.put(11, 0, 3600000 * ms, A);
+    to.merger.advance(3600000 * ms, to.list);
+    to.put(12, 0, 3600001 * ms, A);
+    to.put(501, 0, 3600002 * ms, B);
+    EXPECT_THAT(to.out(), ElementsAre(10, -1, 500, 501));
 }
 
 TEST(RtpMerger, CountsAndMarksWhatNeverComes)

@@ -107,6 +107,21 @@ TEST(TsAligner, MarksTheGapWhereItPassedOverBytes)
     EXPECT_TRUE(to.list[1].gap);
 }
 
+TEST(TsAligner, MarksNoGapWhereEachDatagramHasTheSameHeader)
+{
+    bytes datagram(12, 0x11);
+    const bytes all = packets(3);
+    datagram.insert(datagram.end(), all.begin(), all.end());
+    stand to;
+    for (int i = 0; i < 3; ++i)
+        to.put(datagram);
+    ASSERT_EQ(to.list.size(), 3U);
+    EXPECT_TRUE(to.list[0].gap);
+    EXPECT_FALSE(to.list[1].gap);
+    EXPECT_FALSE(to.list[2].gap);
+    EXPECT_EQ(to.aligner.dropped_bytes(), 36U);
+}
+
 TEST(TsAligner, RefusesADatagramWithoutPackets)
 {
     stand to;

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 
@@ -10,9 +11,11 @@ namespace tools
 {
 namespace
 {
-volatile std::sig_atomic_t asked_to_end = 0;
+// Any thread may be the one that a signal interrupts.
+std::atomic<bool> asked_to_end{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
 
-void ask_to_end(int /*signal*/) { asked_to_end = 1; }
+void ask_to_end(int /*signal*/) { asked_to_end = true; }
 } // namespace
 
 request parse_arguments(CLI::App& app, const std::vector<std::string>& arguments, const std::string& version,
@@ -67,5 +70,5 @@ void take_signals()
     sigaction(SIGPIPE, &action, nullptr);
 }
 
-bool is_asked_to_end() { return asked_to_end != 0; }
+bool is_asked_to_end() { return asked_to_end; }
 } // namespace tools

@@ -7,6 +7,7 @@
 #include "zq_net/nanoseconds.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -23,9 +24,9 @@ namespace
 using zq_net::ms;
 using zq_net::second;
 
-volatile std::sig_atomic_t asked_to_read_again = 0;
+std::atomic<bool> asked_to_read_again{false}; // any thread may be the one that is interrupted
 
-void ask_to_read_again(int /*signal*/) { asked_to_read_again = 1; }
+void ask_to_read_again(int /*signal*/) { asked_to_read_again = true; }
 
 void take_hangups()
 {
@@ -168,10 +169,8 @@ void monitor_run::watch()
         return tools::is_asked_to_end() || has_no_reader || (m_screen && m_screen->is_gone());
     };
     while (!is_over()) {
-        if (asked_to_read_again != 0) {
-            asked_to_read_again = 0; // before the reading, so that what is asked meanwhile is not forgotten
+        if (asked_to_read_again.exchange(false)) // before the reading, so that what is asked meanwhile is not forgotten
             read_again();
-        }
         const auto now = moment::now();
         if (now.clock >= next) {
             each_second(now);

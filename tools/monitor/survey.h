@@ -58,12 +58,13 @@ struct survey
 
 /// Errors of the checks of one priority.
 [[nodiscard]] std::uint64_t errors_of(const snapshot& seen, unsigned priority);
-/// Packets that got lost on the way: those of RTP or, without it, transport packets by continuity_counter; and
-/// datagrams in the kernel.
+/// Packets that got lost on the way, what the kernel dropped among them: those of RTP or, without it, transport packets
+/// by continuity_counter.
 [[nodiscard]] inline std::uint64_t lost_packets(const snapshot& seen)
 {
     return seen.is_rtp ? seen.input.rtp_lost : seen.delivery.index.lost;
 }
+/// In datagrams.
 [[nodiscard]] inline std::uint64_t kernel_drops(const snapshot& seen) { return seen.input.legs[0].kernel_drops; }
 /// Name of the first service that has one; empty without.
 [[nodiscard]] std::string first_service(const snapshot& seen);

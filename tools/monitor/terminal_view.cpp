@@ -92,7 +92,7 @@ layout layout_for(std::size_t columns, std::size_t longest_name)
 std::array<std::string, columns_of_table.size()> cells_of(const stream_report& report)
 {
     const snapshot& seen = *report.seen;
-    return {name_of(report.state), rate_text(report.bit_rate), std::to_string(lost_packets(seen) + kernel_drops(seen)),
+    return {name_of(report.state), rate_text(report.bit_rate), std::to_string(lost_packets(seen)),
             std::to_string(errors_of(seen, 1)), std::to_string(errors_of(seen, 2))};
 }
 
@@ -287,8 +287,7 @@ std::string plain_line(const stream_report& report, std::uint64_t time)
     const auto clean = [](const std::string& text) { return fitted(text, code_points(text) * 2); };
     const auto trimmed = [](std::string text) { return text.erase(text.find_last_not_of(' ') + 1); };
     std::string line = iso_time(time) + ' ' + trimmed(clean(report.settings.name)) + ' ' + name_of(report.state) + ' ' +
-                       rate_text(report.bit_rate) + ", lost " +
-                       std::to_string(lost_packets(seen) + kernel_drops(seen)) + ", errors " +
+                       rate_text(report.bit_rate) + ", lost " + std::to_string(lost_packets(seen)) + ", errors " +
                        std::to_string(errors_of(seen, 1)) + '/' + std::to_string(errors_of(seen, 2)) + '/' +
                        std::to_string(errors_of(seen, 3));
     for (const auto& check : report.active)

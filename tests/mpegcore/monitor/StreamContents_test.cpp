@@ -61,7 +61,7 @@ TEST(StreamContents, HasTheServicesOfPATPMTAndSDT)
     for (const Bytes& section : multiplex.SDT())
         watched.stream.section(0x11, section);
     watched.flush();
-    watched.monitor.tick(watched.now());
+    watched.monitor.tick(watched.now() + 20 * MonitoredStream::ms); // tables are not read again at once
     const auto& services = watched.monitor.contents().services;
     ASSERT_THAT(services, SizeIs(12));
     EXPECT_EQ(watched.monitor.contents().transport_stream_id, 1U);

@@ -50,7 +50,7 @@ const columns = [
   ['state', 'State', (stream) => ['closed', 'silent', 'bad', 'warning', 'waiting', 'good'].indexOf(stream.state)],
   ['name', 'Stream', (stream) => stream.name],
   ['rate', 'Bit rate', (stream) => stream.bit_rate],
-  ['lost', 'Lost', (stream) => stream.lost + stream.kernel_drops],
+  ['lost', 'Lost', (stream) => stream.lost],
   ['p1', 'Priority 1', (stream) => stream.errors[0]],
   ['p2', 'Priority 2', (stream) => stream.errors[1]],
   ['service', 'First service', (stream) => stream.service],
@@ -80,7 +80,7 @@ function updateRow(row, stream) {
   if (state.textContent !== stream.state) state.replaceChildren(light(stream.state));
   state.title = stream.fault || stream.active.join(', ');
   bits.replaceChildren(rate(stream.bit_rate) + ' ', spark(row.points));
-  showErrors(lost, stream.lost + stream.kernel_drops, stream.active.includes('loss'));
+  showErrors(lost, stream.lost, stream.active.includes('loss'));
   showErrors(first, stream.errors[0], stream.active.some((check) => check.startsWith('1.')));
   showErrors(second, stream.errors[1], stream.active.some((check) => check.startsWith('2.')));
   service.textContent = stream.fault || stream.service || '';
