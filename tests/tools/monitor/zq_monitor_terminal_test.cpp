@@ -181,8 +181,8 @@ TEST(MonitorTerminal, IsGivenBackBeforeTheLastClientIsWaitedFor)
     ASSERT_TRUE(program.shows("http://127.0.0.1:") && program.shows("/\r\n"));
     const auto at = program.shown().find("http://127.0.0.1:") + std::string("http://127.0.0.1:").size();
     const monitor_http::connection client(static_cast<std::uint16_t>(std::stoul(program.shown().substr(at))));
-    ASSERT_TRUE(program.shows("> News"));
     client.send("GET");
+    ASSERT_TRUE(program.shows("> News"));
     program.press("\x03");
     EXPECT_TRUE(program.shows("\033[?25h\033[?1049l"));
     EXPECT_FALSE(client.has_answer()); // the server is still there, for as long as a request may take
