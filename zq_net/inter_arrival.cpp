@@ -2,6 +2,7 @@
 #include "zq_net/inter_arrival.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace zq_net
@@ -18,17 +19,20 @@ void inter_arrival_figures::add(std::uint64_t time)
 
 std::uint64_t inter_arrival_figures::quantile(double q) const
 {
-    const double wanted = std::clamp(q, 0.0, 1.0) * static_cast<double>(count);
-    double before = 0;
+    // Counted in millionths, so that the same comes out whatever a processor rounds on the way.
+    constexpr std::uint64_t parts = 1'000'000;
+    const std::uint64_t wanted = static_cast<std::uint64_t>(std::llround(std::clamp(q, 0.0, 1.0) * parts)) * count;
+    std::uint64_t before = 0;
     for (std::size_t at = 0; at < buckets.size(); ++at) {
-        const auto here = static_cast<double>(buckets[at]);
+        const std::uint64_t here = buckets[at] * parts;
         if (here == 0 || before + here < wanted) {
             before += here;
             continue;
         }
         const std::uint64_t low = std::max(at == 0 ? 0 : edges[at - 1], min);
         const std::uint64_t high = std::min(at == edges.size() ? max : edges[at], max);
-        return low + static_cast<std::uint64_t>(static_cast<double>(high - low) * ((wanted - before) / here));
+        const double share = static_cast<double>(wanted - before) / static_cast<double>(here);
+        return low + static_cast<std::uint64_t>(std::llround(static_cast<double>(high - low) * share));
     }
     return max;
 }

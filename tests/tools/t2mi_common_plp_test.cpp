@@ -3,7 +3,6 @@
 #include "support/Demultiplexed.h"
 #include "support/Encapsulated.h"
 #include "support/PackedT2MI.h"
-#include "support/rounds.h"
 
 #include <gmock/gmock.h>
 
@@ -13,7 +12,7 @@ using namespace zqtest;
 using t2mi::t2mi_options;
 
 constexpr unsigned common_id = 9;
-constexpr unsigned slots = 500 + zqtest::rounds(2500);
+constexpr unsigned slots = 3000;
 
 /// Two streams of one rate. A third of their packets are the same in both.
 class CommonPlp : public testing::TestWithParam<std::tuple<bool, bool>>

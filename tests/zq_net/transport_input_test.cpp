@@ -67,6 +67,7 @@ struct stand
     }
 
     support::watchdog guard;
+    support::kernel_stamps stamps;
     transport_input input;
     std::vector<std::unique_ptr<support::udp_sender>> senders;
     bytes memory;
@@ -120,7 +121,6 @@ TEST(TransportInput, NotesEachDatagramOfAPieceWhenItIsToldTo)
         zq_net::input_settings settings;
         settings.notes = wanted;
         stand to{settings};
-        const support::kernel_stamps stamps;
         const std::uint64_t before = zq_net::real_time();
         to.send(rtp_datagram(1, pattern(188, 1)));
         to.send(rtp_datagram(2, pattern(376, 2)));
