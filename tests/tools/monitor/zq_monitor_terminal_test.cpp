@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "http_client.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
 
@@ -171,21 +170,6 @@ TEST(MonitorTerminal, IsNotLeftAsItIsByAnyKey)
     EXPECT_TRUE(program.shows("> News"));
     program.press("q");
     EXPECT_TRUE(program.shows("\033[?25h\033[?1049l"));
-    EXPECT_EQ(program.exit_code(), 0);
-}
-
-TEST(MonitorTerminal, IsGivenBackBeforeTheLastClientIsWaitedFor)
-{
-    const support::watchdog watchdog;
-    on_terminal program(80, 10, "xterm", {"--http", "0"});
-    ASSERT_TRUE(program.shows("http://127.0.0.1:") && program.shows("/\r\n"));
-    const auto at = program.shown().find("http://127.0.0.1:") + std::string("http://127.0.0.1:").size();
-    const monitor_http::connection client(static_cast<std::uint16_t>(std::stoul(program.shown().substr(at))));
-    client.send("GET");
-    ASSERT_TRUE(program.shows("> News"));
-    program.press("\x03");
-    EXPECT_TRUE(program.shows("\033[?25h\033[?1049l"));
-    EXPECT_FALSE(client.has_answer()); // the server is still there, for as long as a request may take
     EXPECT_EQ(program.exit_code(), 0);
 }
 
