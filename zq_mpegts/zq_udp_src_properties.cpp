@@ -66,6 +66,11 @@ struct unset_value
 };
 using parameter_value = std::unique_ptr<GValue, unset_value>;
 
+std::string refusal_of(const std::string& name, const std::string& value)
+{
+    return '"' + name + "\" cannot be \"" + value + '"';
+}
+
 /// What `text` is for the property; null when it is nothing that it can be.
 parameter_value parameter_from(GObject* object, const std::string& name, const std::string& text)
 {
@@ -113,7 +118,7 @@ bool zq_udp_src_set_uri(GObject* object, const gchar* text, std::string& error)
             continue;
         }
         if (!(values[name] = parameter_from(object, name, value))) {
-            error = '"' + name + "\" cannot be \"" + value + '"';
+            error = refusal_of(name, value);
             return false;
         }
     }
