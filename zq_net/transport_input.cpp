@@ -36,6 +36,8 @@ reorder_window::limits limits_for(std::size_t legs)
 bool transport_input::open(const input_settings& settings)
 {
     m_settings = settings;
+    if (!settings.waits)
+        m_settings.batch_time = 0;
     const std::size_t count = settings.legs.size();
     m_kind = datagram_kind{count > 1 ? rtp_mode::on : settings.rtp};
     m_merger = rtp_merger{count, limits_for(count)};
@@ -110,7 +112,7 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
     m_pieces.clear();
     m_ordered.clear();
     m_notes.clear();
-    m_delivered = m_looked_at = m_looked_at_bytes = 0;
+    m_delivered = m_looked_at = m_looked_at_bytes = m_read = 0;
     if (m_interrupted)
         return result::interrupted;
     if (m_shut) {
@@ -226,8 +228,9 @@ void transport_input::deliver()
 
 void transport_input::take_bytes(piece bytes)
 {
+    m_anew = m_anew || bytes.gap;
     if (bytes.size > 0)
-        bytes.gap = std::exchange(m_anew, false) || bytes.gap;
+        bytes.gap = std::exchange(m_anew, false);
     if (!m_settings.align)
         return m_pieces.add(bytes);
     m_not_ts += m_aligner.put(bytes, m_pieces) == ts_aligner::verdict::not_ts ? 1 : 0;

@@ -29,7 +29,7 @@ struct input_settings
     unsigned batch_time = 0;            ///< milliseconds to wait behind a datagram for more
     unsigned longest_wait = 0;          ///< milliseconds after which receive() says so when nothing came; 0: never
     bool notes = false;                 ///< keep in notes() what each datagram was
-    bool waits = true;                  ///< false: receive() takes what lies there and comes back at once
+    bool waits = true; ///< false: receive() takes what lies there and comes back at once, whatever batch_time says
     bool joins = true; ///< pieces() may put datagrams of a few milliseconds together, under one arrival
 };
 
@@ -68,8 +68,8 @@ public:
     [[nodiscard]] const piece_list& pieces() const { return m_pieces; }
     /// Those of the last receive() as they came, with input_settings::notes.
     [[nodiscard]] const std::vector<datagram_note>& notes() const { return m_notes; }
-    /// Datagrams that the last receive() read; as many as it had room for: there may be more.
-    [[nodiscard]] std::size_t datagrams_read() const { return m_read; }
+    /// True when the last receive() filled the memory that it had for a leg, so that there may be more.
+    [[nodiscard]] bool has_more() const { return m_read > 0 && m_has_more; }
 
     /// Room that the next receive() is best given: as many datagrams as are likely to be there, of the size they had.
     [[nodiscard]] std::size_t wanted_slots() const
@@ -149,7 +149,7 @@ private:
     std::uint64_t m_interval_bytes = 0;
     std::uint64_t m_bit_rate = 0;
     bool m_flowing = false;
-    bool m_anew = false;                        // for the next bytes: others were missed on purpose
+    bool m_anew = false;                        // for the next bytes: something is missing in front of them
     std::uint64_t m_begun_from = 0;             // the last m_fresh_from that took effect
     std::atomic<std::uint64_t> m_fresh_from{0}; // by real_time(): what came before is dropped
     std::atomic<bool> m_sees_rtp{false};

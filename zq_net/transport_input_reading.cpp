@@ -44,7 +44,6 @@ unsigned transport_input::wait_limit(const input_leg& leg) const
 
 transport_input::result transport_input::wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size)
 {
-    m_read = 0;
     if (m_flowing && !wait_for_more())
         return result::interrupted;
     if (m_settings.batch_time == 0 && m_settings.waits)

@@ -29,7 +29,12 @@ public:
           m_made{in_net_sandbox() && make()},
           m_has_ipv6{m_made && add_ipv6(m_ipv6) && add_ipv6("fe80::5")}
     {}
-    ~made_interface() { run_quietly("ip link del " + m_name); }
+    ~made_interface()
+    {
+        // Elsewhere one of this name would be somebody's.
+        if (in_net_sandbox())
+            run_quietly("ip link del " + m_name);
+    }
     made_interface(const made_interface&) = delete;
     made_interface& operator=(const made_interface&) = delete;
 

@@ -109,7 +109,7 @@ bool watched_stream::drain(const moment& now, std::vector<unsigned char>& memory
             m_input.close();
             return false;
         }
-        if (m_input.datagrams_read() < slots)
+        if (!m_input.has_more())
             return false;
     }
     return true;
