@@ -17,16 +17,6 @@ constexpr std::uint64_t ms = GST_MSECOND;
 /// So long a time one buffer may stand for.
 constexpr std::uint64_t longest_buffer = 10 * ms;
 
-std::vector<std::string> parts_of(const std::string& list)
-{
-    std::vector<std::string> parts;
-    std::istringstream in{list};
-    for (std::string part; std::getline(in, part, ',');)
-        if (part.erase(0, part.find_first_not_of(' ')); !part.empty())
-            parts.push_back(part.substr(0, part.find_last_not_of(' ') + 1));
-    return parts;
-}
-
 bool tells_of_silence(const zq_udp_src_settings& settings)
 {
     return settings.timeout != 0 && settings.timeout != GST_CLOCK_TIME_NONE;
@@ -34,7 +24,7 @@ bool tells_of_silence(const zq_udp_src_settings& settings)
 
 zq_net::input_settings input_settings_of(const zq_udp_src_settings& settings)
 {
-    const auto sources = parts_of(settings.source_filter);
+    const auto sources = settings.sources();
     const auto size = static_cast<int>(settings.buffer_size);
     zq_net::input_settings input;
     input.legs.push_back(
@@ -51,6 +41,16 @@ zq_net::input_settings input_settings_of(const zq_udp_src_settings& settings)
     return input;
 }
 } // namespace
+
+std::vector<std::string> zq_udp_src_settings::sources() const
+{
+    std::vector<std::string> parts;
+    std::istringstream in{source_filter};
+    for (std::string part; std::getline(in, part, ',');)
+        if (part.erase(0, part.find_first_not_of(' ')); !part.empty())
+            parts.push_back(part.substr(0, part.find_last_not_of(' ') + 1));
+    return parts;
+}
 
 bool zq_udp_src::start(const zq_udp_src_settings& settings)
 {

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <vector>
 
 /// What an application sets on a `zqudpsrc`; taken over at the next start.
 struct zq_udp_src_settings
@@ -15,7 +16,7 @@ struct zq_udp_src_settings
     std::string address;
     guint port = 5004;
     std::string interface;
-    std::string source_filter; ///< addresses with commas between them
+    std::string source_filter; ///< addresses with commas between them, blanks around them
     guint buffer_size = 0;     ///< bytes
     guint64 timeout = 0;       ///< nanoseconds; 0 and GST_CLOCK_TIME_NONE: no messages
     zq_net::rtp_mode rtp = zq_net::rtp_mode::automatic;
@@ -25,6 +26,8 @@ struct zq_udp_src_settings
     guint port2 = 0; ///< 0: that of the first leg
     std::string interface2;
 
+    /// Those of the source filter.
+    [[nodiscard]] std::vector<std::string> sources() const;
     [[nodiscard]] bool has_second_leg() const { return port2 != 0 || !address2.empty() || !interface2.empty(); }
 };
 

@@ -99,8 +99,8 @@ std::string zq_udp_src_uri(zq_udp_src_instance& data)
     zq_udp_uri uri;
     uri.rtp = data.rtp_scheme;
     // A URI has room for one.
-    if (data.settings.source_filter.find(',') == std::string::npos)
-        uri.source = data.settings.source_filter;
+    if (const auto sources = data.settings.sources(); sources.size() == 1)
+        uri.source = sources.front();
     uri.address = data.settings.address.empty() ? "0.0.0.0" : data.settings.address;
     uri.port = static_cast<std::uint16_t>(data.settings.port);
     return uri.text();
@@ -145,7 +145,8 @@ void zq_udp_src_set_property(GObject* object, guint id, const GValue* value, GPa
     if (id == uri) {
         std::string error;
         if (!zq_udp_src_set_uri(object, g_value_get_string(value), error))
-            GST_WARNING_OBJECT(object, "%s", error.c_str());
+            // A setter has no other way to say so.
+            g_warning("%s: %s", GST_OBJECT_NAME(object), error.c_str());
         return;
     }
     const std::lock_guard lock{data.mutex};

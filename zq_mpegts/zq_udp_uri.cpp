@@ -15,6 +15,23 @@ struct release_uri
 };
 
 std::string or_empty(const gchar* text) { return text != nullptr ? text : ""; }
+
+/// An address, whose interface may stand behind a "%" (RFC 6874).
+std::string escaped(std::string address)
+{
+    if (const auto sign = address.find('%'); sign != std::string::npos)
+        address.insert(sign + 1, "25");
+    return address;
+}
+
+/// Where the parser found no host: true when it stopped at something, rather than that nothing is there.
+bool has_unread_host(const std::string& text, const GstUri* parsed)
+{
+    gchar* const path = gst_uri_get_path(parsed);
+    const bool found = path != nullptr || text.find('[') != std::string::npos;
+    g_free(path);
+    return found;
+}
 } // namespace
 
 std::optional<zq_udp_uri> zq_udp_uri::read(const std::string& text, std::string& error)
@@ -36,6 +53,10 @@ std::optional<zq_udp_uri> zq_udp_uri::read(const std::string& text, std::string&
         }
         uri.port = static_cast<std::uint16_t>(port);
     }
+    if (uri.address.empty() && has_unread_host(text, parsed.get())) {
+        error = '"' + text + "\" has no address that can be read; % is written %25";
+        return std::nullopt;
+    }
     for (const std::string& address : {uri.address, uri.source})
         if (!address.empty() && !zq_net::ip_address::read(address)) {
             error = '"' + address + "\" is no IPv4 or IPv6 address";
@@ -52,7 +73,8 @@ std::optional<zq_udp_uri> zq_udp_uri::read(const std::string& text, std::string&
 
 std::string zq_udp_uri::text() const
 {
-    const bool brackets = address.find(':') != std::string::npos;
-    return std::string{rtp ? "rtp://" : "udp://"} + (source.empty() ? "" : source + '@') +
-           (brackets ? '[' + address + ']' : address) + ':' + std::to_string(port);
+    const std::string host = escaped(address);
+    const bool brackets = host.find(':') != std::string::npos;
+    return std::string{rtp ? "rtp://" : "udp://"} + (source.empty() ? "" : escaped(source) + '@') +
+           (brackets ? '[' + host + ']' : host) + ':' + std::to_string(port);
 }

@@ -356,6 +356,48 @@ TEST(UdpSrcUri, IsRefusedForAValueThatItsParameterCannotHave)
     g_free(address);
 }
 
+TEST(UdpSrcUri, ThatIsRefusedAsAPropertyIsWarnedOfAndLeavesTheAddress)
+{
+    const auto source = support::parse("zqudpsrc name=src address=127.0.0.3 port=6001");
+    const auto logged = support::logged_by([&] {
+        g_object_set(source.get(), "uri", "udp://127.0.0.1:6000?batch-time=10001", nullptr);
+        g_object_set(source.get(), "uri", "udp://127.0.0.1:6000?batch-time=10000", nullptr);
+        g_object_set(source.get(), "uri", "udp://example.org:6000", nullptr);
+        g_object_set(source.get(), "uri", nullptr, nullptr);
+    });
+    EXPECT_THAT(logged, testing::ElementsAre("src: \"batch-time\" cannot be \"10001\"",
+                                             "src: \"example.org\" is no IPv4 or IPv6 address",
+                                             "src: \"\" begins with neither udp:// nor rtp://"));
+    gchar* uri = nullptr;
+    g_object_get(source.get(), "uri", &uri, nullptr);
+    EXPECT_STREQ(uri, "udp://127.0.0.1:6000") << "the one that is good";
+    g_free(uri);
+}
+
+TEST(UdpSrcUri, ThatItTellsIsOneThatItTakes)
+{
+    const std::pair<const char*, const char*> expected[] = {
+        {"address=232.1.1.1 source-filter=\" 10.0.0.1 \"", "udp://10.0.0.1@232.1.1.1:5004"},
+        {"address=232.1.1.1 source-filter=10.0.0.1,", "udp://10.0.0.1@232.1.1.1:5004"},
+        {"address=232.1.1.1 source-filter=10.0.0.1,10.0.0.2", "udp://232.1.1.1:5004"},
+        {"address=232.1.1.1 source-filter=,", "udp://232.1.1.1:5004"},
+        {"address=ff3e::9 source-filter=2001:db8::6", "udp://2001:db8::6@[ff3e::9]:5004"},
+        {"address=ff02::9%lo source-filter=fe80::6%lo", "udp://fe80::6%25lo@[ff02::9%25lo]:5004"},
+        {"", "udp://0.0.0.0:5004"},
+    };
+    for (const auto& [properties, wanted] : expected) {
+        const auto source = support::parse("zqudpsrc " + std::string{properties});
+        gchar* const uri = gst_uri_handler_get_uri(GST_URI_HANDLER(source.get()));
+        EXPECT_STREQ(uri, wanted);
+        const auto other = support::parse("zqudpsrc");
+        EXPECT_TRUE(gst_uri_handler_set_uri(GST_URI_HANDLER(other.get()), uri, nullptr)) << uri;
+        gchar* const again = gst_uri_handler_get_uri(GST_URI_HANDLER(other.get()));
+        EXPECT_STREQ(again, uri);
+        g_free(again);
+        g_free(uri);
+    }
+}
+
 TEST(UdpSrcUri, IsRefusedForAHostNameAndWhilePlaying)
 {
     playing to;

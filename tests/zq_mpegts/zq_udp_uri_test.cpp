@@ -45,6 +45,26 @@ TEST(UdpUri, HasIPv6InBrackets)
     EXPECT_EQ(uri.text(), "udp://[ff3e::1]:5000");
 }
 
+TEST(UdpUri, HasTheInterfaceOfAnIPv6AddressBehindAnEscapedSign)
+{
+    const auto uri = read("udp://[ff02::1%25lo]:5000");
+    EXPECT_EQ(uri.address, "ff02::1%lo");
+    EXPECT_EQ(uri.text(), "udp://[ff02::1%25lo]:5000");
+}
+
+TEST(UdpUri, MayLeaveOutTheAddress)
+{
+    for (const std::string text : {"udp://", "udp://:5004", "udp://?rtp=on"})
+        EXPECT_EQ(read(text).text(), "udp://:5004");
+}
+
+TEST(UdpUri, IsRefusedWhereItsAddressCannotBeRead)
+{
+    for (const std::string text :
+         {"udp://[ff02::1%lo]:5000", "udp://[]:5000", "udp:239.1.1.1:5000", "udp:///239.1.1.1"})
+        EXPECT_EQ(error_of(text), '"' + text + "\" has no address that can be read; % is written %25");
+}
+
 TEST(UdpUri, IsRefusedWithTheReason)
 {
     EXPECT_EQ(error_of("http://192.0.2.1:1"), "\"http://192.0.2.1:1\" begins with neither udp:// nor rtp://");
