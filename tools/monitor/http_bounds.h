@@ -27,11 +27,11 @@ namespace monitor
 enum class turn
 {
     serve,
-    look,   ///< only a short question that has come whole is answered; the others stay for later
+    look,   ///< only what is answered in a crowd, too, is taken up; the others stay for later
     refuse, ///< it is closed
 };
 inline thread_local turn whose_turn = turn::serve;
-/// Set when `look` answered.
+/// Set when `look` took it up.
 inline thread_local bool was_answered = false;
 
 /// A connection that reads so much and no more, in so much time and no more, however the bytes are spread over it.

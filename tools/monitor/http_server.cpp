@@ -2,14 +2,17 @@
 #include "tools/monitor/http_server.h"
 
 #include "tools/common/parse_number.h"
+#include "tools/monitor/answer_sender.h"
 #include "tools/monitor/http_bounds.h"
 
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <string_view>
 #include <thread>
+#include <utility>
 
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -21,14 +24,36 @@ namespace monitor
 {
 namespace
 {
+/// Of every answer.
+constexpr std::array<std::pair<const char*, const char*>, 4> hardening{{
+    {"Content-Security-Policy",
+     "default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; img-src 'self'; base-uri 'none'; "
+     "form-action 'none'; frame-ancestors 'none'"},
+    {"X-Content-Type-Options", "nosniff"},
+    {"Referrer-Policy", "no-referrer"},
+    {"Cache-Control", "no-store"},
+}};
+
 void harden(httplib::Response& response)
 {
-    response.set_header("Content-Security-Policy",
-                        "default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; img-src 'self'; "
-                        "base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
-    response.set_header("X-Content-Type-Options", "nosniff");
-    response.set_header("Referrer-Policy", "no-referrer");
-    response.set_header("Cache-Control", "no-store");
+    for (const auto& [name, value] : hardening)
+        response.set_header(name, value);
+}
+
+/// The head of an answer that the library has no part in. `more` are whole lines.
+std::string head_of(int status, const std::string& content_type, std::size_t size, const std::string& more = {})
+{
+    std::string text = "HTTP/1.1 " + std::to_string(status) + (status == 200 ? " OK" : " Service Unavailable") + "\r\n";
+    for (const auto& [name, value] : hardening)
+        text.append(name).append(": ").append(value).append("\r\n");
+    return text + "Content-Type: " + content_type + "\r\nContent-Length: " + std::to_string(size) + "\r\n" + more +
+           "Connection: close\r\n\r\n";
+}
+
+answer_sender::answer whole_answer(const http_answer& given, bool with_body)
+{
+    return {head_of(given.status, given.content_type, given.body ? given.body->size() : 0),
+            with_body ? given.body : nullptr};
 }
 
 void text_answer(httplib::Response& response, int status, const char* text)
@@ -70,6 +95,10 @@ public:
 
     void serve(socket_t socket) { process_and_close_socket(socket); }
 
+    /// Begins to answer in a crowd, too.
+    void prepare() { m_sender.emplace(m_bounds.kept_places, m_bounds.write_time); }
+    void finish() { m_sender.reset(); }
+
     std::thread listener;
     std::atomic<bool> has_ended{false};
     int port = 0;
@@ -79,12 +108,11 @@ private:
     {
         bool good = false;
         if (whose_turn == turn::look) {
-            if (!answer_probe(socket))
-                return true;
-            was_answered = good = true;
-        } else if (whose_turn == turn::refuse) {
-            constexpr std::string_view busy =
-                "HTTP/1.1 503 Service Unavailable\r\nRetry-After: 5\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
+            was_answered = answer_in_a_crowd(socket);
+            return true;
+        }
+        if (whose_turn == turn::refuse) {
+            static const std::string busy = head_of(503, "text/plain; charset=utf-8", 0, "Retry-After: 5\r\n");
             good = ::send(socket, busy.data(), busy.size(), MSG_NOSIGNAL | MSG_DONTWAIT) > 0;
         } else {
             bounded_stream stream(socket, m_bounds);
@@ -96,39 +124,26 @@ private:
                 stream.begin_writing();
             });
         }
-        ::shutdown(socket, SHUT_WR);
-        discard_input(socket);
-        ::close(socket);
+        close_behind_the_answer(socket);
         return good;
     }
 
-    /// Answers who asks whether the process lives, however many others keep the workers busy.
-    [[nodiscard]] bool answer_probe(socket_t socket) const
+    /// Answers who asks whether the process lives and what its metrics are, however many others keep the workers busy.
+    /// By the first words alone, so that nobody is waited for.
+    [[nodiscard]] bool answer_in_a_crowd(socket_t socket)
     {
         std::array<char, 32> begin{};
         const ssize_t size = ::recv(socket, begin.data(), begin.size(), MSG_PEEK | MSG_DONTWAIT);
         const std::string_view request(begin.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
-        for (const char* const path : {"/healthz", "/readyz"}) {
-            if (request.rfind(std::string("GET ") + path + ' ', 0) != 0)
+        const bool is_head = request.rfind("HEAD ", 0) == 0;
+        for (const char* const path : {"/healthz", "/readyz", "/metrics"}) {
+            if (request.rfind(std::string(is_head ? "HEAD " : "GET ") + path + ' ', 0) != 0)
                 continue;
-            const auto given = m_respond(path);
-            const std::string body = given.body ? *given.body : std::string();
-            const std::string text =
-                "HTTP/1.1 " + std::to_string(given.status) + (given.status == 200 ? " OK" : " Service Unavailable") +
-                "\r\nContent-Type: " + given.content_type + "\r\nContent-Length: " + std::to_string(body.size()) +
-                "\r\nConnection: close\r\n\r\n" + body;
-            ::send(socket, text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+            const auto make = [this, path, is_head] { return whole_answer(m_respond(path), !is_head); };
+            m_sender->take(socket, make);
             return true;
         }
         return false;
-    }
-
-    /// What was not read would take the answer away from who is yet to read it.
-    static void discard_input(int socket)
-    {
-        std::array<char, 4096> unread;
-        for (int count = 0; count < 4 && ::recv(socket, unread.data(), unread.size(), MSG_DONTWAIT) > 0; ++count) {
-        }
     }
 
     void answer(const httplib::Request& request, httplib::Response& response)
@@ -170,6 +185,7 @@ private:
     limits m_bounds;
     socket_t m_listening = -1;
     std::atomic<std::size_t> m_live{0};
+    std::optional<answer_sender> m_sender; ///< while it listens
 };
 
 thread_local bounded_stream* http_server::server::current = nullptr;
@@ -210,6 +226,7 @@ bool http_server::start(const http_address& address)
         return false;
     }
     m_server->lengthen_queue();
+    m_server->prepare();
     m_server->listener = std::thread([this] {
         m_server->listen_after_bind();
         m_server->has_ended = true;
@@ -225,6 +242,7 @@ void http_server::stop()
         std::this_thread::yield();
     m_server->httplib::Server::stop();
     m_server->listener.join();
+    m_server->finish();
 }
 
 void http_server::serve(int socket) { m_server->serve(socket); }

@@ -32,8 +32,9 @@ struct http_address
 [[nodiscard]] std::optional<http_address> parse_http_address(const std::string& text);
 
 /// Answers GET and HEAD over HTTP/1.1, one request a connection, in threads of its own, and bounded in every way:
-/// whoever sends slowly, too much, or in great numbers is cut off or refused. While all workers are busy, GET /healthz
-/// and /readyz are answered at once where they come whole.
+/// whoever sends slowly, too much, or in great numbers is cut off or refused. While all workers are busy, /healthz,
+/// /readyz and /metrics are answered beside them, by the first words of the request; of those readers who stands still
+/// the longest gives way to the next.
 class http_server
 {
 public:
@@ -42,6 +43,7 @@ public:
         std::size_t workers = 64;          ///< connections served at a time; those beyond wait
         std::size_t live_connections = 48; ///< of those
         std::size_t waiting = 128;         ///< those beyond are answered 503 and closed
+        std::size_t kept_places = 32;      ///< beside all these, for /healthz, /readyz and /metrics
         std::size_t request_bytes = 16384;
         std::chrono::milliseconds request_time{5000}; ///< for a whole request
         std::chrono::milliseconds write_time{5000};   ///< for a whole answer, or one event

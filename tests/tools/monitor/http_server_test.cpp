@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "tools/monitor/http_server.h"
 
-#include "http_client.h"
-#include "support/watchdog.h"
+#include "http_fixture.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <deque>
 #include <thread>
@@ -18,54 +16,10 @@ using monitor::http_answer;
 using monitor::http_server;
 using monitor_http::ask;
 using monitor_http::connection;
+using monitor_http::HttpServer;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-
-/// A server that tells back the path, or without end on /live until it is stopped.
-class HttpServer : public testing::Test
-{
-protected:
-    void start(const http_server::limits& bounds = {})
-    {
-        server.emplace([this](const std::string& path) { return answer(path); }, bounds);
-        ASSERT_TRUE(server->start({"127.0.0.1", 0})) << server->error();
-        port = server->port();
-    }
-    void TearDown() override
-    {
-        ended = true;
-        server.reset();
-    }
-
-    http_answer answer(const std::string& path)
-    {
-        http_answer given;
-        if (path == "/live")
-            given.live = [this]() -> std::shared_ptr<const std::string> {
-                if (ended)
-                    return nullptr;
-                std::this_thread::sleep_for(std::chrono::milliseconds{1});
-                return std::make_shared<const std::string>("data: x\n\n");
-            };
-        else if (path == "/flood")
-            given.live = [this]() -> std::shared_ptr<const std::string> {
-                return ended ? nullptr : std::make_shared<const std::string>(flood, 'x');
-            };
-        else
-            given.body = std::make_shared<const std::string>(path == "/large" ? std::string(large, 'x') : path);
-        ++answered;
-        return given;
-    }
-
-    static constexpr std::size_t large = std::size_t{64} << 20, flood = std::size_t{1} << 20;
-
-    support::watchdog watchdog;
-    std::atomic<bool> ended{false};
-    std::atomic<unsigned> answered{0};
-    std::uint16_t port = 0;
-    std::optional<http_server> server;
-};
 
 http_server::limits small()
 {
@@ -211,56 +165,6 @@ TEST_F(HttpServer, TooManyAreToldToComeAgain)
         }
     many.clear();
     EXPECT_TRUE(support::eventually([&] { return ask(port, "/b").find("200 OK") != std::string::npos; }));
-}
-
-TEST_F(HttpServer, WhoAsksWhetherItLivesIsAnsweredHoweverManyKeepItBusy)
-{
-    http_server::limits bounds;
-    bounds.workers = 2;
-    bounds.waiting = 3;
-    bounds.request_time = std::chrono::hours{1};
-    start(bounds);
-    std::deque<connection> slow;
-    for (int count = 0; count < 2 + 3; ++count)
-        slow.emplace_back(port).send("GET / HTTP/1.1\r\n");
-    // The last one is refused when all before it have their places.
-    while (true) {
-        const auto& last = slow.emplace_back(port);
-        last.send("GET / HTTP/1.1\r\n");
-        pollfd waited{-1, 0, 0};
-        poll(&waited, 1, 10);
-        if (last.has_answer())
-            break;
-    }
-    for (const char* const path : {"/healthz", "/readyz"}) {
-        const auto text = ask(port, path);
-        EXPECT_THAT(text, StartsWith("HTTP/1.1 200 OK\r\n"));
-        EXPECT_EQ(monitor_http::body_of(text), path);
-    }
-    slow.clear();
-}
-
-TEST_F(HttpServer, AThousandAtOnceAreServedOrRefusedAndNoneIsLeft)
-{
-    start();
-    std::vector<std::thread> clients;
-    std::atomic<unsigned> good{0}, refused{0};
-    for (int thread = 0; thread < 8; ++thread)
-        clients.emplace_back([&] {
-            std::deque<connection> many;
-            for (int count = 0; count < 125; ++count)
-                many.emplace_back(port).send("GET /a HTTP/1.1\r\nHost: x\r\n\r\n");
-            for (const auto& each : many) {
-                const auto text = each.receive();
-                good += text.find("200 OK") != std::string::npos ? 1 : 0;
-                refused += text.find("503 ") != std::string::npos ? 1 : 0;
-            }
-        });
-    for (auto& client : clients)
-        client.join();
-    EXPECT_GT(good, 0U);
-    EXPECT_LE(good + refused, 1000U);
-    EXPECT_THAT(ask(port, "/b"), StartsWith("HTTP/1.1 200 OK"));
 }
 
 TEST_F(HttpServer, LiveAnswersGoOnAndHaveABoundOfTheirOwn)

@@ -285,6 +285,7 @@ TEST_F(Monitor, SlowAndSilentClientsDoNotTouchTheStreams)
         sender.send(datagram_with_service("One"));
         std::this_thread::sleep_for(std::chrono::milliseconds{1});
     }
+    EXPECT_THAT(monitor_http::ask(page, "/metrics"), HasSubstr("\nts_input_up{stream=\"A\"} "));
     clients.clear();
     EXPECT_TRUE(eventually([&] {
         return monitor_http::ask(page, "/metrics").find("ts_input_datagrams_total{stream=\"A\"} 200\n") !=
