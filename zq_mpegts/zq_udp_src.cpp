@@ -58,7 +58,7 @@ bool zq_udp_src::start(const zq_udp_src_settings& settings)
     m_last_time = 0;
     m_last_data = 0;
     m_discont = true;
-    m_told_silence = false;
+    m_told_silence = m_told_lost_interface = false;
     m_input.set_idle(true);
     if (!m_input.open(input_settings_of(settings))) {
         GST_ELEMENT_ERROR(m_element, RESOURCE, OPEN_READ, ("%s", m_input.error().c_str()), (nullptr));
@@ -82,6 +82,16 @@ void zq_udp_src::warn_of_small_buffer()
                              "net.core.rmem_max=%d",
                              leg.buffer_got, leg.buffer_asked, leg.buffer_asked),
                             (nullptr));
+}
+
+/// Once for each time that it is lost.
+void zq_udp_src::warn_of_lost_interface()
+{
+    const std::string error = m_input.follow_error();
+    if (std::exchange(m_told_lost_interface, !error.empty()) || error.empty())
+        return;
+    GST_ELEMENT_WARNING(m_element, RESOURCE, OPEN_READ, ("%s", error.c_str()),
+                        ("The interface is another one than at the start; tried again each second."));
 }
 
 void zq_udp_src::stop()
@@ -150,6 +160,7 @@ GstFlowReturn zq_udp_src::create(GstBuffer*& buffer)
             GST_ELEMENT_ERROR(m_element, RESOURCE, READ, ("%s", m_input.error().c_str()), (nullptr));
             return GST_FLOW_ERROR;
         case transport_input::result::nothing:
+            warn_of_lost_interface();
             note_silence();
             break;
         case transport_input::result::data:
@@ -249,6 +260,8 @@ GstClockTime zq_udp_src::time_of(std::uint64_t arrival)
 
 void zq_udp_src::note_data()
 {
+    if (m_settings.has_second_leg())
+        warn_of_lost_interface();
     const std::uint64_t now = zq_net::steady_time();
     if (std::exchange(m_told_silence, false))
         gst_element_post_message(GST_ELEMENT(m_element),

@@ -74,6 +74,7 @@ private:
     void note_silence();
     void note_data();
     void warn_of_small_buffer();
+    void warn_of_lost_interface();
 
     static constexpr std::uint64_t not_playing = std::numeric_limits<std::uint64_t>::max();
 
@@ -88,4 +89,5 @@ private:
     std::uint64_t m_quiet_since = 0;
     std::uint64_t m_last_data = 0;
     bool m_told_silence = false;
+    bool m_told_lost_interface = false;
 };

@@ -2,6 +2,7 @@
 #include "zq_net/input_leg.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace zq_net
 {
@@ -52,15 +53,20 @@ void input_leg::note_drops()
         figures.kernel_drops += drops;
 }
 
-bool input_leg::follow_interface()
+bool input_leg::has_moved(udp_socket& fresh)
+{
+    const bool moved = socket.follow_interface(fresh, m_follow_error);
+    m_follow_failures = m_follow_error.empty() ? 0 : m_follow_failures + 1;
+    return moved;
+}
+
+void input_leg::move_to(udp_socket& fresh)
 {
     note_drops();
-    if (!socket.follow_interface())
-        return false;
+    std::swap(socket, fresh);
     m_drops = {};
     dropped_before = 0;
     ++figures.rejoins;
     figures.buffer_got = socket.buffer_got();
-    return true;
 }
 } // namespace zq_net

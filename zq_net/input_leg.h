@@ -34,12 +34,20 @@ public:
     void close();
     /// Takes over how many datagrams the kernel dropped so far; what it dropped while idle does not count.
     void note_drops();
-    /// For a group: true when it is received anew because its interface has become another one.
-    bool follow_interface();
+    /// True with a socket to move_to() where the interface has become another one. Changes nothing that others use.
+    [[nodiscard]] bool has_moved(udp_socket& fresh);
+    /// Receives on `fresh` from now on, which becomes the socket of before.
+    void move_to(udp_socket& fresh);
+    /// Why there is no socket on what the interface has become, when that lasts; empty otherwise.
+    [[nodiscard]] std::string follow_error() const { return m_follow_failures < lasting ? "" : m_follow_error; }
 
 private:
+    static constexpr unsigned lasting = 3; // an address needs a moment until it may be used
+
     udp_settings m_settings;
     wrapping_count m_drops;
+    std::string m_follow_error; // of the last look
+    unsigned m_follow_failures = 0;
 
 public:
     udp_socket socket;

@@ -13,6 +13,15 @@ namespace
 /// How long a leg of a group is silent before it is looked whether its interface is still the same.
 constexpr std::uint64_t follow_silence = second;
 
+/// Seven packets take so much of the buffer, of which the kernel gives twice what it tells; a rest is to fill a quarter
+/// of that.
+read_pacing pacing_for(int buffer)
+{
+    constexpr std::size_t kernel_bytes_a_datagram = 2304;
+    const auto room = 2 * static_cast<std::size_t>(buffer) / kernel_bytes_a_datagram;
+    return read_pacing{std::min(room / 4, read_pacing::plenty)};
+}
+
 /// Longer datagrams are copied once, so that a few of them do not make all buffers large.
 constexpr std::size_t longest_slot = 2048;
 
@@ -58,11 +67,7 @@ bool transport_input::open(const input_settings& settings)
     }
     if (!open_sockets())
         return false;
-    // Seven packets take so much of the buffer, of which the kernel gives twice what it tells; a rest is to fill a
-    // quarter of that.
-    constexpr std::size_t kernel_bytes_a_datagram = 2304;
-    const auto room = 2 * static_cast<std::size_t>(m_legs.front().figures.buffer_got) / kernel_bytes_a_datagram;
-    m_pacing = read_pacing{std::min(room / 4, read_pacing::plenty)};
+    m_pacing = pacing_for(m_legs.front().figures.buffer_got);
     return true;
 }
 
@@ -253,7 +258,7 @@ void transport_input::look_at_packets()
 void transport_input::follow_interfaces()
 {
     for (input_leg& leg : m_legs) {
-        if (!leg.socket.is_multicast())
+        if (!leg.socket.depends_on_interface())
             continue;
         const bool heard = std::exchange(leg.heard, false);
         const std::uint64_t now = steady_time();
@@ -262,10 +267,25 @@ void transport_input::follow_interfaces()
         leg.quiet_since = now;
         if (heard)
             continue;
-        const std::lock_guard lock{m_mutex};
+        // The kernel may take long to look, to join and to leave: nobody is to wait for that.
+        udp_socket other;
+        if (!leg.has_moved(other))
+            continue;
+        {
+            const std::lock_guard lock{m_mutex};
+            leg.move_to(other);
+        }
+        m_pacing = pacing_for(m_legs.front().figures.buffer_got);
         // Something is missing in between, which RTP tells better where another leg goes on.
-        if (leg.follow_interface() && m_legs.size() == 1)
-            m_anew = true;
+        m_anew = m_anew || m_legs.size() == 1;
     }
+}
+
+std::string transport_input::follow_error() const
+{
+    for (const input_leg& leg : m_legs)
+        if (auto error = leg.follow_error(); !error.empty())
+            return error;
+    return {};
 }
 } // namespace zq_net

@@ -61,6 +61,8 @@ public:
     [[nodiscard]] bool open(const input_settings& settings);
     void close();
     [[nodiscard]] const std::string& error() const { return m_error; }
+    /// Why what an interface has become cannot be received on, which is tried again each second; empty when it can.
+    [[nodiscard]] std::string follow_error() const;
 
     /// Receives into `memory`, which has room for `slots` datagrams of `slot_size` bytes (for two legs at least two).
     /// What pieces() lend lies there or in the input itself, until the next call.

@@ -15,7 +15,7 @@ namespace zq_net
 {
 namespace
 {
-/// How often a silent leg of a group looks whether its interface is still the same.
+/// How often a silent leg wakes up to look whether its interface is still the same.
 constexpr unsigned follow_interval_ms = 500;
 
 /// What others on the way report to a socket (ICMP), and want of memory: the next datagram may come all the same.
@@ -29,12 +29,12 @@ bool passes_by_itself(int error)
 }
 } // namespace
 
-/// How long to wait on a leg at most, in milliseconds, 0 for ever: a silent group wants to be looked after now and
-/// then.
+/// How long to wait on a leg at most, in milliseconds, 0 for ever: a silent one whose interface may become another
+/// wants to be looked after now and then.
 unsigned transport_input::wait_limit(const input_leg& leg) const
 {
     const unsigned longest_wait = m_settings.longest_wait;
-    if (!leg.socket.is_multicast())
+    if (!leg.socket.depends_on_interface())
         return longest_wait;
     if (longest_wait == 0)
         return follow_interval_ms;

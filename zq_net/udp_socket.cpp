@@ -37,17 +37,12 @@ group_req of_any(const ip_address& group, unsigned interface_index)
     return request;
 }
 
-/// The interface on which the settings mean their group to be joined now: the one they name, or that which the group's
-/// address names, or the routing table's choice. One that is not there now is as good as none.
-unsigned present_index(const udp_settings& settings)
+/// The interface that the address of a group names itself, or else the routing table's choice; 0 when that has none.
+unsigned index_towards(const ip_address& group)
 {
-    const auto group = ip_address::read(settings.address);
-    if (!group)
-        return 0;
-    if (settings.interface.empty() && group->scope() != 0)
-        return group->scope();
-    const auto found =
-        settings.interface.empty() ? interface_towards(*group) : find_interface(settings.interface, group->family());
+    if (group.scope() != 0)
+        return group.scope();
+    const auto found = interface_towards(group);
     return found ? found->index : 0;
 }
 } // namespace
@@ -59,6 +54,7 @@ void udp_socket::swap(udp_socket& other) noexcept
     std::swap(m_address, other.m_address);
     m_sources.swap(other.m_sources);
     std::swap(m_interface_index, other.m_interface_index);
+    std::swap(m_has_interface_address, other.m_has_interface_address);
     std::swap(m_buffer_asked, other.m_buffer_asked);
 }
 
@@ -117,17 +113,28 @@ bool udp_socket::choose_address(std::string& error)
 bool udp_socket::choose_interface(std::string& error)
 {
     const std::string& named = m_settings.interface;
-    m_interface_index = is_multicast() ? present_index(m_settings) : 0;
-    if (named.empty())
+    m_interface_index = 0;
+    m_has_interface_address = false;
+    if (named.empty()) {
+        m_interface_index = is_multicast() ? index_towards(m_address) : 0;
         return true;
+    }
+    // Looked for once, as it may come or go meanwhile.
     const auto found = find_interface(named, m_address.family());
-    if (!found) {
+    if (!found || found->index == 0) {
         error = "this host has no interface \"" + named + '"';
         errno = ENODEV;
         return false;
     }
-    if (is_multicast() || !m_address.is_any())
+    if (is_multicast()) {
+        m_interface_index = found->index;
         return true;
+    }
+    if (!m_address.is_any()) {
+        if (m_address.scope() == 0)
+            m_address.set_scope(found->index);
+        return true;
+    }
     if (!found->address || found->address->family() != m_address.family()) {
         error = "the interface \"" + named + "\" has no address of the family of " + m_address.text();
         errno = EADDRNOTAVAIL;
@@ -136,6 +143,7 @@ bool udp_socket::choose_interface(std::string& error)
     const auto port = m_address.port();
     m_address = *found->address;
     m_address.set_port(port);
+    m_has_interface_address = true;
     return true;
 }
 
@@ -184,23 +192,29 @@ bool udp_socket::join(std::string& error) const
     return joined;
 }
 
-bool udp_socket::follow_interface()
+bool udp_socket::depends_on_interface() const
 {
-    if (!is_open() || !is_multicast())
+    return is_multicast() || m_address.scope() != 0 || m_has_interface_address;
+}
+
+bool udp_socket::follow_interface(udp_socket& fresh, std::string& error) const
+{
+    error.clear();
+    udp_socket present;
+    present.m_settings = m_settings;
+    std::string missing;
+    if (!is_open() || !depends_on_interface() || !present.choose_address(missing) || !present.choose_interface(missing))
         return false;
-    const unsigned present = present_index(m_settings);
-    if (present == 0 || present == m_interface_index)
+    const unsigned index = present.m_interface_index;
+    if (is_multicast() ? index == 0 || index == m_interface_index : present.m_address.same_host(m_address))
         return false;
     // Of IPv6 the membership alone could not be moved: the socket is tied to the interface.
-    udp_socket fresh;
-    std::string error;
     if (!fresh.open(m_settings, error))
         return false;
     timeval limit{};
     socklen_t size = sizeof(limit);
     if (::getsockopt(m_descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, &size) == 0)
         ::setsockopt(fresh.m_descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
-    swap(fresh);
     return true;
 }
 

@@ -42,9 +42,13 @@ public:
     /// How long receiving waits at most, in milliseconds; 0: for ever.
     void limit_wait(unsigned milliseconds) const;
 
-    /// For a group: receives anew, on another descriptor, where the interface of the settings is another one than that
-    /// joined on, because it was removed and made again or the routes changed. True when it did.
-    bool follow_interface();
+    /// True when what it receives on may become another one while it is open: for a group, an address that is one on
+    /// its link only, and the address of a named interface.
+    [[nodiscard]] bool depends_on_interface() const;
+    /// Opens `fresh`, to be taken instead of this, where the settings now mean another interface or address than this
+    /// was opened on, because it was removed and made again, or routes or addresses changed. False when they mean the
+    /// same, or nothing that is there now; with a sentence in `error` when `fresh` could not be opened.
+    [[nodiscard]] bool follow_interface(udp_socket& fresh, std::string& error) const;
 
     [[nodiscard]] bool is_open() const { return m_descriptor >= 0; }
     [[nodiscard]] int descriptor() const { return m_descriptor; }
@@ -53,7 +57,7 @@ public:
     [[nodiscard]] const ip_address& address() const { return m_address; }
     [[nodiscard]] int buffer_asked() const { return m_buffer_asked; }
     [[nodiscard]] int buffer_got() const { return receive_buffer(m_descriptor); }
-    /// Datagrams that the kernel had no room for since open() or follow_interface(), modulo 2^32.
+    /// Datagrams that the kernel had no room for since open(), modulo 2^32.
     [[nodiscard]] std::uint32_t kernel_drops() const;
 
 private:
@@ -69,6 +73,7 @@ private:
     ip_address m_address;
     std::vector<ip_address> m_sources;
     unsigned m_interface_index = 0; // that a group is joined on; 0: the kernel's choice
+    bool m_has_interface_address = false;
     int m_buffer_asked = 0;
 };
 } // namespace zq_net

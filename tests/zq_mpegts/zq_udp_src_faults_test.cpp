@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/RTP.h"
+#include "support/made_interface.h"
 #include "support/many_descriptors.h"
 #include "support/open_descriptors.h"
 #include "support/playing_udp_src.h"
+#include "support/without_right.h"
 
 #include <gtest/gtest.h>
 
@@ -10,8 +12,10 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace zq_udp_src_faults_test
@@ -120,6 +124,39 @@ TEST(UdpSrcFaults, WorksWithDescriptorsBeyondTheReachOfSelect)
         to.sender.send(rtp_datagram(1, pattern(1316)));
         EXPECT_TRUE(to.got(pattern(1316)));
     }
+}
+
+TEST(UdpSrcFaults, WarnsOnceOfAnInterfaceThatCameBackAndThatItHasNoRightToReceiveOn)
+{
+    auto interface = std::make_unique<support::made_interface>();
+    if (!interface->is_made())
+        GTEST_SKIP() << "needs a network of its own, and the program ip";
+    playing to{"address=239.9.9.9 interface=zq0 port=700"};
+    const auto send = [] { support::send_to_group("zq0", "239.9.9.9", 700, pattern(1316)); };
+    static thread_local std::unique_ptr<support::without_right> low_ports;
+    // Runs on the thread that receives.
+    const auto pad = support::pad_of(to.source, "src");
+    gst_pad_add_probe(
+        pad.get(), GST_PAD_PROBE_TYPE_BUFFER,
+        [](GstPad*, GstPadProbeInfo*, gpointer) {
+            low_ports = std::make_unique<support::without_right>(CAP_NET_BIND_SERVICE);
+            return GST_PAD_PROBE_REMOVE;
+        },
+        nullptr, nullptr);
+    send();
+    ASSERT_TRUE(to.got(pattern(1316)));
+    interface.reset();
+    interface = std::make_unique<support::made_interface>();
+    const auto found = to.next_message(GST_MESSAGE_WARNING);
+    ASSERT_TRUE(found);
+    GError* error = nullptr;
+    gst_message_parse_warning(found.get(), &error, nullptr);
+    EXPECT_TRUE(g_error_matches(error, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_OPEN_READ));
+    EXPECT_STREQ(error->message, "cannot receive on 239.9.9.9:700: Permission denied");
+    g_error_free(error);
+    std::this_thread::sleep_for(std::chrono::milliseconds{1500});
+    EXPECT_FALSE(to.message_now(GST_MESSAGE_WARNING));
+    EXPECT_EQ(to.figure("rejoins"), 0U);
 }
 
 TEST(UdpSrcFaults, DropsRtpOfOtherVersionsAndWithPaddingLongerThanItself)

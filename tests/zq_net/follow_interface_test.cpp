@@ -2,6 +2,7 @@
 #include "support/made_interface.h"
 #include "support/udp_sender.h"
 #include "support/watchdog.h"
+#include "support/without_right.h"
 #include "zq_net/transport_input.h"
 
 #include <gtest/gtest.h>
@@ -18,8 +19,9 @@ using support::run_quietly;
 
 struct listening
 {
-    explicit listening(std::string to_group = "239.9.9.9", const std::string& interface = "zq0")
-        : group{std::move(to_group)}
+    explicit listening(std::string to_group = "239.9.9.9", const std::string& interface = "zq0",
+                       std::uint16_t on_port = support::free_port())
+        : group{std::move(to_group)}, port{on_port}
     {
         zq_net::input_settings settings;
         settings.legs.push_back({group, port, interface, {}, 0});
@@ -38,13 +40,14 @@ struct listening
 
     support::watchdog guard;
     std::string group;
-    std::uint16_t port = support::free_port();
+    std::uint16_t port;
     zq_net::transport_input input;
     std::vector<unsigned char> received; // the first datagram of the last time
     std::vector<unsigned char> memory = std::vector<unsigned char>(2 * 1316);
 };
 
-/// An IPv4 group, IPv6 ones of global, link-local and interface-local scope, and one that names its interface itself.
+/// An IPv4 group, IPv6 ones of global and link-local scope, one that names its interface itself, and so an address that
+/// is no group.
 class FollowInterface : public testing::TestWithParam<const char*>
 {
 protected:
@@ -99,10 +102,12 @@ TEST_P(FollowInterface, GoesOnFollowingAndTellingFiguresInSilenceAndCanBeInterru
     receiver.join();
 }
 
-INSTANTIATE_TEST_SUITE_P(OfAGroup, FollowInterface,
-                         testing::Values("239.9.9.9", "ff0e::9:9", "ff02::9:9", "ff02::9:9%zq0"),
+INSTANTIATE_TEST_SUITE_P(Of, FollowInterface,
+                         testing::Values("239.9.9.9", "ff0e::9:9", "ff02::9:9", "ff02::9:9%zq0", "fe80::5%zq0"),
                          [](const auto& given) {
                              const std::string group = given.param;
+                             if (group.compare(0, 4, "fe80") == 0)
+                                 return "LinkLocalUnicast";
                              if (group.find('%') != std::string::npos)
                                  return "LinkLocalThatNamesIt";
                              return group[0] == '2' ? "Ipv4" : group[3] == 'e' ? "Global" : "LinkLocal";
@@ -155,6 +160,59 @@ TEST_P(FollowRoute, JoinsWhereItLeadsNow)
 
 INSTANTIATE_TEST_SUITE_P(OfAGroup, FollowRoute, testing::Values("239.9.9.9", "ff0e::9:9"),
                          [](const auto& given) { return *given.param == '2' ? "Ipv4" : "Ipv6"; });
+
+TEST(FollowInterfaceUnicast, IsTiedToTheNamedOneByALinkLocalAddressThatNamesNone)
+{
+    auto interface = std::make_unique<made_interface>();
+    if (!interface->has_ipv6())
+        GTEST_SKIP() << "needs a network of its own with IPv6, and the program ip";
+    listening to{"fe80::5", "zq0"};
+    to.receive(1);
+    interface.reset();
+    interface = std::make_unique<made_interface>();
+    to.receive(2);
+    EXPECT_EQ(to.received, pattern(1316, 2));
+    EXPECT_EQ(to.rejoins(), 1U);
+}
+
+TEST(FollowInterfaceUnicast, ReceivesOnTheAddressThatANamedInterfaceHasNow)
+{
+    const made_interface interface;
+    if (!interface.is_made())
+        GTEST_SKIP() << "needs a network of its own, and the program ip";
+    listening to{"", "zq0"};
+    to.group = interface.ipv4(); // to send to
+    to.receive(1);
+    run_quietly("ip -4 addr flush dev zq0 && ip addr add 192.0.2.7/26 dev zq0");
+    to.group = "192.0.2.7";
+    to.receive(2);
+    EXPECT_EQ(to.received, pattern(1316, 2));
+    EXPECT_EQ(to.rejoins(), 1U);
+}
+
+TEST(FollowInterfaceWithoutRights, TellsWhyItCannotAndGoesOnWhenItCan)
+{
+    auto interface = std::make_unique<made_interface>();
+    if (!interface->is_made())
+        GTEST_SKIP() << "needs a network of its own, and the program ip";
+    listening to{"239.9.9.9", "zq0", 700};
+    to.receive(1);
+    EXPECT_EQ(to.input.follow_error(), "");
+    {
+        const support::without_right low_ports{CAP_NET_BIND_SERVICE};
+        if (!low_ports.is_taken())
+            GTEST_SKIP() << "had no right to give up";
+        interface.reset();
+        interface = std::make_unique<made_interface>();
+        while (to.input.follow_error().empty())
+            (void)to.input.receive(to.memory.data(), 2, 1316);
+        EXPECT_EQ(to.input.follow_error(), "cannot receive on 239.9.9.9:700: Permission denied");
+        EXPECT_EQ(to.rejoins(), 0U);
+    }
+    to.receive(2);
+    EXPECT_EQ(to.rejoins(), 1U);
+    EXPECT_EQ(to.input.follow_error(), "");
+}
 
 TEST(FollowInterfaceIpv4, GoesOnWhenTheAddressOfTheInterfaceChanges)
 {

@@ -163,11 +163,25 @@ TEST(UdpSocket, TakesOfAGroupOnlyWhatItsSourcesSend)
     EXPECT_FALSE(has_data(gets_not, 0));
 }
 
+TEST(UdpSocket, DependsOnAnInterfaceForAGroupAnAddressOfALinkAndThatOfAnInterface)
+{
+    if (!support::in_net_sandbox())
+        GTEST_SKIP() << "needs multicast on the loopback";
+    EXPECT_TRUE(opened(group("239.7.7.3", 0)).depends_on_interface());
+    EXPECT_TRUE((opened{{"", 0, "lo", {}, 0}}.depends_on_interface()));
+    EXPECT_TRUE((opened{{"0.0.0.0", 0, "lo", {}, 0}}.depends_on_interface()));
+    EXPECT_FALSE((opened{{"127.0.0.1", 0, "lo", {}, 0}}.depends_on_interface()));
+    EXPECT_FALSE((opened{{"", 0, "", {}, 0}}.depends_on_interface()));
+}
+
 TEST(UdpSocket, DoesNotJoinAnewWhileItsInterfaceIsTheSame)
 {
     if (!support::in_net_sandbox())
         GTEST_SKIP() << "needs multicast on the loopback";
-    opened socket{group("239.7.7.3", 0)};
-    EXPECT_FALSE(socket.follow_interface());
+    const opened socket{group("239.7.7.3", 0)};
+    udp_socket fresh;
+    std::string error;
+    EXPECT_FALSE(socket.follow_interface(fresh, error));
+    EXPECT_EQ(error, "");
 }
 } // namespace udp_socket_test
