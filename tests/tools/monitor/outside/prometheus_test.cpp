@@ -134,6 +134,7 @@ TEST_F(InPrometheus, AShardThatIsKilledIsAlertedAndItsStreamComesBackElsewhere)
 
     EXPECT_EQ(killed.end(SIGKILL), -1);
     EXPECT_TRUE(eventually([&] { return is_alerted("StreamUnwatched", "stream", second); }));
+    EXPECT_TRUE(eventually([&] { return is_alerted("StreamsUnwatched", "job", "zq-monitor"); }));
     EXPECT_TRUE(
         eventually([&] { return is_alerted("MonitorDown", "instance", "127.0.0.1:" + std::to_string(killeds)); }));
     EXPECT_TRUE(eventually([&] { return !is_alerted("StreamUnwatched", "stream", first); }));
@@ -142,6 +143,7 @@ TEST_F(InPrometheus, AShardThatIsKilledIsAlertedAndItsStreamComesBackElsewhere)
     survivor.emplace(folder, with("0/1", survivors), "heir");
     EXPECT_TRUE(eventually([&] { return is_up(first, survivors) && is_up(second, survivors); })) << survivor->errors();
     EXPECT_TRUE(eventually([&] { return !is_alerted("StreamUnwatched", "stream", second); }));
+    EXPECT_TRUE(eventually([&] { return !is_alerted("StreamsUnwatched", "job", "zq-monitor"); }));
     EXPECT_EQ(survivor->end(), 0);
 }
 
