@@ -89,8 +89,10 @@ gboolean query(GstBaseSrc* element, GstQuery* asked)
 GstFlowReturn create(GstPushSrc* element, GstBuffer** buffer)
 {
     *buffer = nullptr;
+    instance_data& data = data_of(element);
+    data.streaming_thread = std::this_thread::get_id();
     try {
-        return data_of(element).source.create(*buffer);
+        return data.source.create(*buffer);
     } catch (const std::exception& error) {
         GST_ELEMENT_ERROR(element, RESOURCE, READ, ("%s", error.what()), (nullptr));
         return GST_FLOW_ERROR;
@@ -103,7 +105,11 @@ void dispose(GObject* object)
     if (GST_STATE(object) != GST_STATE_NULL) {
         g_critical("zqudpsrc is dropped in the state %s instead of NULL",
                    gst_element_state_get_name(GST_STATE(object)));
-        gst_element_set_state(GST_ELEMENT(object), GST_STATE_NULL);
+        const auto stop = [](GstElement* element, gpointer) { gst_element_set_state(element, GST_STATE_NULL); };
+        // A thread cannot wait for its own end: another one does, and holds the element until then.
+        if (data_of(object).streaming_thread.load() == std::this_thread::get_id())
+            return gst_element_call_async(GST_ELEMENT(object), stop, nullptr, nullptr);
+        stop(GST_ELEMENT(object), nullptr);
     }
     G_OBJECT_CLASS(parent_class)->dispose(object);
 }

@@ -4,8 +4,10 @@
 
 #include <gst/base/gstpushsrc.h>
 
+#include <atomic>
 #include <mutex>
 #include <string>
+#include <thread>
 
 GST_DEBUG_CATEGORY_EXTERN(zq_udp_src_debug);
 
@@ -22,6 +24,7 @@ struct zq_udp_src_instance
     zq_udp_src_settings settings; ///< under the mutex
     bool rtp_scheme = false;      ///< under the mutex
     zq_udp_src source;
+    std::atomic<std::thread::id> streaming_thread{}; ///< that which received last
 };
 
 struct GstZqUdpSrc

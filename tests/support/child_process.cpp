@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <system_error>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -57,12 +58,16 @@ child_process::~child_process()
         (void)end(SIGKILL);
 }
 
-int child_process::end(int signal)
+int child_process::end(int signal, std::chrono::milliseconds limit)
 {
     if (m_child == 0)
         return -1;
-    int status = 0;
     ::kill(m_child, signal);
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (is_alive() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds{1});
+    int status = 0;
+    ::kill(m_child, SIGKILL);
     ::waitpid(m_child, &status, 0);
     ::kill(-m_child, SIGKILL); // what it began itself and left behind
     m_child = 0;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -26,8 +27,9 @@ public:
     child_process(const child_process&) = delete;
     child_process& operator=(const child_process&) = delete;
 
-    /// Sends the signal and waits. The exit code, or -1 for a signal and when it has been ended before.
-    int end(int signal = SIGTERM);
+    /// Sends the signal and waits, until `limit` at most, behind which it is killed. The exit code, or -1 when a signal
+    /// ended it and when it has been ended before.
+    int end(int signal = SIGTERM, std::chrono::milliseconds limit = std::chrono::seconds{60});
     void signal(int number) const
     {
         if (m_child > 0)

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -120,12 +121,18 @@ inline int stop_cycles()
     return wanted != nullptr ? std::atoi(wanted) : 200;
 }
 
+/// Just less than ctest gives a test; more where somebody asked for more cycles than usual.
+inline std::chrono::seconds stopping_limit()
+{
+    constexpr std::chrono::seconds usual{280};
+    return std::max(usual, usual * stop_cycles() / 200);
+}
+
 /// Such cycles under traffic of `source ! rest`; `left_behind` says what a cycle left that should be gone, or nothing.
 inline void stop_under_traffic(const char* factory, const std::string& rest,
-                               const std::function<std::string(std::uint16_t port)>& left_behind,
-                               std::chrono::seconds limit = std::chrono::seconds{280})
+                               const std::function<std::string(std::uint16_t port)>& left_behind)
 {
-    const watchdog guard{limit};
+    const watchdog guard{stopping_limit()};
     const auto port = free_port();
     const auto pipeline = parse(std::string{factory} + " name=src port=" + std::to_string(port) + " ! " + rest);
     const udp_traffic traffic{port, std::chrono::microseconds{300}};
@@ -142,7 +149,7 @@ inline void stop_under_traffic(const char* factory, const std::string& rest,
 /// Plays and pauses `source ! filesink` under traffic and looks at the file's size each time.
 inline void never_shrinks_a_file(const char* factory)
 {
-    const watchdog guard{std::chrono::seconds{280}};
+    const watchdog guard{stopping_limit()};
     char path[] = "/tmp/zq-filesink-XXXXXX";
     ::close(::mkstemp(path));
     const auto port = free_port();
