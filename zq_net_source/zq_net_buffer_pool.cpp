@@ -2,6 +2,7 @@
 #include "zq_net_source/zq_net_buffer_pool.h"
 
 #include "zq_net_source/zq_net_pad.h"
+#include "zq_net_source/zq_warm_buffer_pool.h"
 
 #include <algorithm>
 
@@ -46,7 +47,7 @@ std::shared_ptr<GstBufferPool> create_net_buffer_pool(std::uint32_t size, std::u
                                                       std::uint32_t max_buffers)
 {
     // Not deactivated on release, unlike a pool of downstream's; that is meant.
-    std::shared_ptr<GstBufferPool> pool{gst_buffer_pool_new(), gst_object_unref};
+    std::shared_ptr<GstBufferPool> pool{zq_warm_buffer_pool_new(), gst_object_unref};
     auto limits = zq_own_pool_limits({size, min_buffers, max_buffers});
     // GStreamer refuses a minimum above the maximum, and would leave the pool without size and limit.
     limits.min_buffers = std::min(limits.min_buffers, limits.max_buffers);
@@ -57,7 +58,7 @@ std::shared_ptr<GstBufferPool> create_net_buffer_pool(std::uint32_t size, std::u
 
 std::shared_ptr<GstBufferPool> create_reserve_pool()
 {
-    std::shared_ptr<GstBufferPool> pool{gst_buffer_pool_new(), gst_object_unref};
+    std::shared_ptr<GstBufferPool> pool{zq_warm_buffer_pool_new(), gst_object_unref};
     if (configure(pool.get(), nullptr, {zq_reserve_buffer_size, 0, zq_reserve_buffers}))
         gst_buffer_pool_set_active(pool.get(), TRUE);
     return pool;
