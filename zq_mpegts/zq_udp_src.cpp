@@ -66,9 +66,7 @@ bool zq_udp_src::start(const zq_udp_src_settings& settings)
         return false;
     }
     m_quiet_since = zq_net::steady_time();
-    m_latency = m_input.batch_wait() + (settings.rtp == zq_net::rtp_mode::on && !settings.has_second_leg()
-                                            ? transport_input::reorder_wait_one_leg
-                                            : m_input.reorder_wait());
+    m_latency = latency_now();
     warn_of_small_buffer();
     return true;
 }
@@ -272,12 +270,17 @@ void zq_udp_src::note_data()
     update_latency();
 }
 
+GstClockTime zq_udp_src::latency_now() const
+{
+    const bool one_leg_of_rtp = m_settings.rtp == zq_net::rtp_mode::on && !m_settings.has_second_leg();
+    return m_input.batch_wait() + (one_leg_of_rtp ? transport_input::reorder_wait_one_leg : m_input.reorder_wait());
+}
+
+/// It never falls while the stream plays.
 void zq_udp_src::update_latency()
 {
-    if (m_settings.rtp == zq_net::rtp_mode::on)
-        return;
-    const std::uint64_t latency = m_input.batch_wait() + m_input.reorder_wait();
-    if (m_latency == latency)
+    const GstClockTime latency = latency_now();
+    if (latency <= m_latency)
         return;
     m_latency = latency;
     gst_element_post_message(GST_ELEMENT(m_element), gst_message_new_latency(GST_OBJECT(m_element)));

@@ -70,6 +70,7 @@ private:
     GstFlowReturn hand_on(GstBuffer*& buffer);
     GstBuffer* finish(GstBuffer* buffer, const zq_net::piece& first);
     GstClockTime time_of(std::uint64_t arrival);
+    [[nodiscard]] GstClockTime latency_now() const;
     void update_latency();
     void note_silence();
     void note_data();

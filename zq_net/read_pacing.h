@@ -13,8 +13,17 @@ namespace zq_net
 class read_pacing
 {
 public:
-    static constexpr std::uint64_t longest_rest = ms;
-    static constexpr std::size_t handful = 4, plenty = 60;
+    static constexpr std::size_t plenty = 60;
+
+    /// What a datagram may wait for others to come, and how many have to come for it.
+    struct patience
+    {
+        std::uint64_t longest_rest; ///< nanoseconds
+        std::size_t handful;        ///< fewer are not worth a rest
+        std::size_t enough;         ///< rests for no more
+    };
+    static constexpr patience alone{ms, 4, plenty};
+    static constexpr patience in_a_crowd{8 * ms, 2, 6};
 
     /// Rests until `most` datagrams have come on average; not at all for less than a handful.
     explicit read_pacing(std::size_t most = plenty) : m_most{most} {}
@@ -27,21 +36,31 @@ public:
         // Stamps of two legs may go back a little; a clock that is set back ends the rests for a while.
         std::uint64_t passed = arrival - m_arrival;
         if (arrival < m_arrival)
-            passed = m_arrival - arrival < longest_rest ? 0 : second;
+            passed = m_arrival - arrival < ms ? 0 : second;
         m_interval = std::max<std::uint64_t>((3 * m_interval + std::min(passed, second) / count) / 4, 1);
         m_arrival = arrival;
     }
 
-    /// In nanoseconds, at most longest_rest; 0: the next datagram is worth waking up for.
-    [[nodiscard]] std::uint64_t rest() const
+    /// In nanoseconds, at most the longest rest; more than a millisecond is 2, 4 or 8, so that sources can rest
+    /// together. 0: the next datagram is worth waking up for.
+    [[nodiscard]] std::uint64_t rest(const patience& with) const
     {
-        if (m_most < handful || handful * m_interval > longest_rest)
+        if (m_most < with.handful || with.handful * m_interval > with.longest_rest)
             return 0;
-        return std::min(m_most * m_interval, longest_rest);
+        const std::uint64_t enough = std::min(m_most, with.enough) * m_interval;
+        if (enough < 2 * ms)
+            return std::min(m_most * m_interval, ms);
+        std::uint64_t together = with.longest_rest;
+        while (together > enough)
+            together /= 2;
+        return together;
     }
 
-    /// Datagrams to ask for behind a rest, twice what is likely to be there; at least one.
-    [[nodiscard]] std::size_t expected() const { return std::min<std::size_t>(2 * rest() / m_interval + 1, plenty); }
+    /// Datagrams to ask for behind a rest, half as many again as are likely to be there; at least one.
+    [[nodiscard]] std::size_t expected(const patience& with) const
+    {
+        return std::min<std::size_t>(3 * rest(with) / m_interval / 2 + 1, plenty);
+    }
 
 private:
     std::size_t m_most;

@@ -68,6 +68,8 @@ bool transport_input::open(const input_settings& settings)
     if (!open_sockets())
         return false;
     m_pacing = pacing_for(m_legs.front().figures.buffer_got);
+    if (m_settings.waits && m_settings.batch_time == 0)
+        m_place.join();
     return true;
 }
 
@@ -87,6 +89,7 @@ bool transport_input::open_sockets()
 
 void transport_input::close()
 {
+    m_place.leave();
     const std::lock_guard lock{m_mutex};
     for (input_leg& leg : m_legs) {
         leg.close();
@@ -102,7 +105,7 @@ void transport_input::interrupt()
     for (const input_leg& leg : m_legs)
         if (leg.socket.is_open())
             leg.socket.interrupt();
-    m_interrupt_changed.notify_all();
+    m_waiting.end();
 }
 
 void transport_input::resume() { m_interrupted = false; }

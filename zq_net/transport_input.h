@@ -2,6 +2,7 @@
 #pragma once
 #include "zq_net/burst_size.h"
 #include "zq_net/continuity_check.h"
+#include "zq_net/crowd.h"
 #include "zq_net/datagram_kind.h"
 #include "zq_net/input_figures.h"
 #include "zq_net/input_leg.h"
@@ -10,10 +11,10 @@
 #include "zq_net/read_pacing.h"
 #include "zq_net/rtp_merger.h"
 #include "zq_net/ts_aligner.h"
+#include "zq_net/wakeable_wait.h"
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -77,7 +78,7 @@ public:
     [[nodiscard]] std::size_t wanted_slots() const
     {
         const std::size_t legs = m_settings.legs.size();
-        return std::max(m_burst.next(), std::min(m_pacing.expected(), most_slots / legs)) * legs;
+        return std::max(m_burst.next(), std::min(m_pacing.expected(patience()), most_slots / legs)) * legs;
     }
     [[nodiscard]] std::size_t wanted_slot_size() const { return m_slot_size; }
 
@@ -94,12 +95,12 @@ public:
     /// True since a datagram of RTP was seen.
     [[nodiscard]] bool sees_rtp() const { return m_sees_rtp; }
     /// How long a datagram may lie unread for others to come, in nanoseconds: the batch time, or the rest that a dense
-    /// stream is given without one; 0 where receive() does not wait.
+    /// stream is given without one, which is longer in a crowd; 0 where receive() does not wait.
     [[nodiscard]] std::uint64_t batch_wait() const
     {
         if (m_settings.batch_time > 0)
             return m_settings.batch_time * ms;
-        return m_settings.waits ? read_pacing::longest_rest : 0;
+        return m_settings.waits ? patience().longest_rest : 0;
     }
     /// How long a packet may wait for those before it, in nanoseconds.
     [[nodiscard]] std::uint64_t reorder_wait() const;
@@ -109,10 +110,15 @@ public:
 private:
     bool open_sockets();
     result wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size);
-    void rest();
+    [[nodiscard]] static read_pacing::patience patience()
+    {
+        return crowd::is_there() ? read_pacing::in_a_crowd : read_pacing::alone;
+    }
+    bool rest();
     void wait_for_any();
     unsigned wait_limit(const input_leg& leg) const;
     bool wait_for_more();
+    bool wait_until(std::uint64_t until);
     int read_leg(std::size_t leg, unsigned char* memory, std::size_t used, std::size_t slots, std::size_t slot_size,
                  bool wait);
     void begin_anew();
@@ -142,6 +148,7 @@ private:
     std::size_t m_looked_at_bytes = 0; // of the piece behind them
     burst_size m_burst{most_slots};    // of one leg
     read_pacing m_pacing;
+    crowd::member m_place;   // in the crowd, while open and waiting without a batch time
     bool m_has_more = false; // the last read ended where its memory did
     std::size_t m_slot_size = 7 * ts_packet_size;
     std::size_t m_read = 0; // datagrams of this receive()
@@ -157,8 +164,8 @@ private:
     std::atomic<bool> m_sees_rtp{false};
 
     std::mutex m_mutex;
-    std::condition_variable m_interrupt_changed;
     std::atomic<bool> m_interrupted{false};
+    wakeable_wait m_waiting;         // ended by interrupt()
     std::atomic<bool> m_shut{false}; // sockets were interrupted and have to be opened again
     input_figures m_figures;
 };

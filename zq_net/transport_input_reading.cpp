@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 
 namespace zq_net
@@ -27,6 +26,10 @@ bool passes_by_itself(int error)
             return true;
     return false;
 }
+
+/// When the clock comes to the next multiple of `interval` nanoseconds, so that the sources of a process wake up
+/// together, which costs less.
+std::uint64_t next_tick(std::uint64_t interval) { return (steady_time() / interval + 1) * interval; }
 } // namespace
 
 /// How long to wait on a leg at most, in milliseconds, 0 for ever: a silent one whose interface may become another
@@ -44,10 +47,8 @@ unsigned transport_input::wait_limit(const input_leg& leg) const
 
 transport_input::result transport_input::wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size)
 {
-    if (m_flowing && !wait_for_more())
+    if (!(m_flowing ? wait_for_more() : rest()))
         return result::interrupted;
-    if (m_settings.batch_time == 0 && m_settings.waits)
-        rest();
     const std::uint64_t before = m_settings.batch_time > 0 ? real_time() : 0;
     const bool blocks = m_settings.waits && m_legs.size() == 1 && m_merger.deadline() == reorder_window::never;
     // What came just when the wait ended is read all the same, so that nothing counts as lost that lies there unread.
@@ -77,13 +78,19 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
     return good ? result::data : result::failed;
 }
 
-/// Lets more of a dense stream come, unless there is more already.
-void transport_input::rest()
+/// Lets more of a dense stream come, unless there is more already. False when interrupted.
+bool transport_input::rest()
 {
-    if (const auto rest = static_cast<long>(m_has_more ? 0 : m_pacing.rest()); rest > 0) {
-        const timespec time{0, rest};
+    if (m_settings.batch_time > 0 || !m_settings.waits || m_has_more)
+        return true;
+    const std::uint64_t rest = m_pacing.rest(patience());
+    if (rest > ms)
+        return wait_until(next_tick(rest));
+    if (rest > 0) {
+        const timespec time{0, static_cast<long>(rest)};
         ::clock_nanosleep(CLOCK_MONOTONIC, 0, &time, nullptr);
     }
+    return true;
 }
 
 /// Waits until one of the sockets has something or a packet has waited long enough for those before it.
@@ -106,17 +113,20 @@ void transport_input::wait_for_any()
     ::poll(waited.data(), m_legs.size(), longest);
 }
 
-/// Waits behind a datagram for more; in a flow until the clock comes to the next multiple of the batch time, so that
-/// the sources of a process wake up together, which costs less. False when interrupted.
+/// Waits behind a datagram for more; in a flow to the next tick. False when interrupted.
 bool transport_input::wait_for_more()
 {
-    using std::chrono::steady_clock;
-    const steady_clock::duration batch_time = std::chrono::milliseconds{m_settings.batch_time};
-    auto until = steady_clock::now() + batch_time;
-    if (m_flowing)
-        until -= until.time_since_epoch() % batch_time;
-    std::unique_lock lock{m_mutex};
-    return !m_interrupt_changed.wait_until(lock, until, [this] { return m_interrupted.load(); });
+    const std::uint64_t batch_time = m_settings.batch_time * ms;
+    return wait_until(m_flowing ? next_tick(batch_time) : steady_time() + batch_time);
+}
+
+/// False when interrupted.
+bool transport_input::wait_until(std::uint64_t until)
+{
+    while (!m_interrupted)
+        if (!m_waiting.until(until))
+            return !m_interrupted;
+    return false;
 }
 
 /// Into what is left of `slots` behind the `used` ones.

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <vector>
+
 namespace zq_udp_src_latency_test
 {
 using playing = support::playing_udp_src;
@@ -94,5 +97,35 @@ TEST(UdpSrcLatency, IsKnownFromTheStartWhereRtpIsDemanded)
         ASSERT_TRUE(to.got(pattern(1316)));
         EXPECT_EQ(messages_of(to), 0) << properties;
     }
+}
+
+TEST(UdpSrcLatency, GrowsWithAMessageInAProcessOfManySourcesAndDoesNotFallWhenTheyEnd)
+{
+    playing to;
+    EXPECT_EQ(latency{to}.least, 1 * GST_MSECOND);
+    {
+        std::vector<std::unique_ptr<playing>> others;
+        while (others.size() < 15)
+            others.push_back(std::make_unique<playing>());
+        EXPECT_EQ(latency{*others.back()}.least, 8 * GST_MSECOND);
+        to.sender.send(pattern(1316, 0));
+        EXPECT_TRUE(eventually([&] { return messages_of(to) == 1; }));
+        EXPECT_EQ(latency{to}.least, 8 * GST_MSECOND);
+    }
+    to.sender.send(pattern(1316, 1));
+    ASSERT_TRUE(to.got(joined({pattern(1316, 0), pattern(1316, 1)})));
+    EXPECT_EQ(messages_of(to), 0);
+    EXPECT_EQ(latency{to}.least, 8 * GST_MSECOND);
+}
+
+TEST(UdpSrcLatency, GrowsInAProcessOfManySourcesWhereRtpIsDemandedToo)
+{
+    playing to{"rtp=on"};
+    std::vector<std::unique_ptr<playing>> others;
+    while (others.size() < 15)
+        others.push_back(std::make_unique<playing>());
+    to.sender.send(rtp_datagram(1, pattern(1316)));
+    EXPECT_TRUE(eventually([&] { return messages_of(to) == 1; }));
+    EXPECT_EQ(latency{to}.least, 28 * GST_MSECOND);
 }
 } // namespace zq_udp_src_latency_test

@@ -19,28 +19,48 @@ struct stream
             pacing.note(count, now += count * interval);
     }
 
+    std::uint64_t rest() const { return pacing.rest(with); }
+    std::size_t expected() const { return pacing.expected(with); }
+
     read_pacing pacing;
+    read_pacing::patience with = read_pacing::alone;
     std::uint64_t now = 1000 * ms;
 };
+
+/// One that has come for a while.
+stream dense()
+{
+    stream to;
+    to.flow(20, 5 * us);
+    return to;
+}
+
+stream in_a_crowd(std::uint64_t interval)
+{
+    stream to;
+    to.with = read_pacing::in_a_crowd;
+    to.flow(1, interval);
+    return to;
+}
 
 TEST(ReadPacing, LeavesNoStreamAloneThatHasJustBegun)
 {
     stream to;
-    EXPECT_EQ(to.pacing.rest(), 0U);
+    EXPECT_EQ(to.rest(), 0U);
     to.pacing.note(1, to.now);
     to.pacing.note(1, to.now += us);
-    EXPECT_EQ(to.pacing.rest(), 0U);
-    EXPECT_EQ(to.pacing.expected(), 1U);
+    EXPECT_EQ(to.rest(), 0U);
+    EXPECT_EQ(to.expected(), 1U);
 }
 
 TEST(ReadPacing, RestsWhereAHandfulComesInTheLongestRest)
 {
     stream to;
     to.flow(1, 260 * us);
-    EXPECT_EQ(to.pacing.rest(), 0U);
+    EXPECT_EQ(to.rest(), 0U);
     to.flow(1, 240 * us);
-    EXPECT_EQ(to.pacing.rest(), read_pacing::longest_rest);
-    EXPECT_EQ(to.pacing.expected(), 9U) << "twice the four that are likely";
+    EXPECT_EQ(to.rest(), read_pacing::alone.longest_rest);
+    EXPECT_EQ(to.expected(), 7U) << "half as many again as the four that are likely";
 }
 
 TEST(ReadPacing, RestsForNoMoreThanTheSocketHasRoomFor)
@@ -48,62 +68,93 @@ TEST(ReadPacing, RestsForNoMoreThanTheSocketHasRoomFor)
     stream to;
     to.pacing = read_pacing{10};
     to.flow(20, 5 * us);
-    EXPECT_EQ(to.pacing.rest(), 10 * 5 * us);
-    EXPECT_EQ(to.pacing.expected(), 21U);
+    EXPECT_EQ(to.rest(), 10 * 5 * us);
+    EXPECT_EQ(to.expected(), 16U);
 }
 
 TEST(ReadPacing, NeverRestsWhereTheSocketHasNoRoomForAHandful)
 {
     stream to;
-    to.pacing = read_pacing{read_pacing::handful - 1};
+    to.pacing = read_pacing{read_pacing::alone.handful - 1};
     to.flow(20, 5 * us);
-    EXPECT_EQ(to.pacing.rest(), 0U);
-    EXPECT_EQ(to.pacing.expected(), 1U);
+    EXPECT_EQ(to.rest(), 0U);
+    EXPECT_EQ(to.expected(), 1U);
 }
 
 TEST(ReadPacing, PassesOverStampsThatGoBackALittle)
 {
-    stream to;
-    to.flow(20, 5 * us);
+    stream to = dense();
     to.pacing.note(20, to.now - 20 * us);
-    EXPECT_GT(to.pacing.rest(), 0U);
+    EXPECT_GT(to.rest(), 0U);
 }
 
 TEST(ReadPacing, AsksForNoMoreThanPlentyHoweverDenseTheStream)
 {
     stream to;
     to.flow(1, 0);
-    EXPECT_EQ(to.pacing.expected(), read_pacing::plenty);
+    EXPECT_EQ(to.expected(), read_pacing::plenty);
 }
 
 TEST(ReadPacing, RestsNoLongerThanForPlenty)
 {
-    stream to;
-    to.flow(20, 5 * us);
-    EXPECT_EQ(to.pacing.rest(), read_pacing::plenty * 5 * us);
+    stream to = dense();
+    EXPECT_EQ(to.rest(), read_pacing::plenty * 5 * us);
 }
 
 TEST(ReadPacing, EndsWithTheStream)
 {
-    stream to;
-    to.flow(20, 5 * us);
+    stream to = dense();
     to.pacing.note(1, to.now + 1000 * ms);
-    EXPECT_EQ(to.pacing.rest(), 0U);
+    EXPECT_EQ(to.rest(), 0U);
 }
 
 TEST(ReadPacing, EndsWhenTheClockIsSetBack)
 {
-    stream to;
-    to.flow(20, 5 * us);
+    stream to = dense();
     to.pacing.note(20, to.now - 10 * ms);
-    EXPECT_EQ(to.pacing.rest(), 0U);
+    EXPECT_EQ(to.rest(), 0U);
 }
 
 TEST(ReadPacing, PassesOverReadsThatGaveNothing)
 {
-    stream to;
-    to.flow(20, 5 * us);
+    stream to = dense();
     to.pacing.note(0, to.now);
-    EXPECT_EQ(to.pacing.rest(), read_pacing::plenty * 5 * us);
+    EXPECT_EQ(to.rest(), read_pacing::plenty * 5 * us);
+}
+
+TEST(ReadPacing, RestsInACrowdWhereASecondOneComesInEightMilliseconds)
+{
+    EXPECT_EQ(in_a_crowd(4100 * us).rest(), 0U);
+    const stream to = in_a_crowd(3900 * us);
+    EXPECT_EQ(to.rest(), 8 * ms);
+    EXPECT_EQ(to.expected(), 4U) << "half as many again as the two that are likely, and one";
+}
+
+TEST(ReadPacing, RestsInACrowdForNoMoreThanSixAndForEvenPartsOfEightMilliseconds)
+{
+    EXPECT_EQ(in_a_crowd(1400 * us).rest(), 8 * ms);
+    EXPECT_EQ(in_a_crowd(1300 * us).rest(), 4 * ms) << "six come in 7.8 ms";
+    EXPECT_EQ(in_a_crowd(700 * us).rest(), 4 * ms);
+    EXPECT_EQ(in_a_crowd(600 * us).rest(), 2 * ms);
+}
+
+TEST(ReadPacing, RestsForADenseStreamInACrowdAsForOneAlone)
+{
+    for (const std::uint64_t interval : {300 * us, 240 * us, 20 * us, 5 * us}) {
+        const stream to = in_a_crowd(interval);
+        EXPECT_EQ(to.rest(), std::min(ms, read_pacing::plenty * interval));
+    }
+}
+
+TEST(ReadPacing, RestsInACrowdForNoMoreThanTheSocketHasRoomFor)
+{
+    stream to = in_a_crowd(ms);
+    EXPECT_EQ(to.rest(), 4 * ms);
+    to.pacing = read_pacing{3};
+    to.flow(1, ms);
+    EXPECT_EQ(to.rest(), 2 * ms);
+    to.pacing = read_pacing{1};
+    to.flow(1, ms);
+    EXPECT_EQ(to.rest(), 0U);
 }
 } // namespace read_pacing_test
