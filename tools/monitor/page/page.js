@@ -28,17 +28,19 @@ function rate(bits) {
 
 const count = (number) => Number(number || 0).toLocaleString('en');
 
-function line(points, width, height) {
-  const highest = Math.max(...points, 1);
-  return points.map((value, at) => {
-    const x = points.length > 1 ? at * width / (points.length - 1) : 0;
-    return x.toFixed(1) + ',' + (height - value * (height - 2) / highest - 1).toFixed(1);
-  }).join(' ');
+// Points by their age: the last one ends at the right edge, and `most` of them are as wide as the picture. The first one
+// begins where its own time did, so that one alone is seen, too.
+function line(points, most, width, height) {
+  const last = points.slice(-most);
+  const highest = Math.max(...last, 1);
+  const place = (at, value) => (width - (last.length - at) * width / most).toFixed(1) + ',' +
+    (height - value * (height - 2) / highest - 1).toFixed(1);
+  return last.flatMap((value, at) => (at === 0 ? [place(0, value)] : []).concat(place(at + 1, value))).join(' ');
 }
 
 function spark(points) {
   return drawing('svg', {class: 'spark', viewBox: '0 0 120 24', preserveAspectRatio: 'none', 'aria-hidden': 'true'},
-    drawing('polyline', {points: line(points, 120, 24)}));
+    drawing('polyline', {points: line(points, longestSpark, 120, 24)}));
 }
 
 const light = (state) => node('span', {class: 'light ' + state}, state);
@@ -174,15 +176,16 @@ function tableOf(entries) {
 const listOf = (values) => node('dl', {}, ...Object.entries(values).map(([key, value]) =>
   node('div', {}, node('dt', {}, words(key)), node('dd', {}, shown(key, value)))));
 
-function chart(points) {
-  const highest = Math.max(...points, 0);
+// Of ten minutes, a point each so many seconds; above it what its highest point stands for.
+function chart(label, points, seconds, now) {
   return [
-    node('div', {class: 'scale'}, node('span', {}, rate(highest)),
-      node('span', {}, 'now ' + rate(points[points.length - 1]))),
+    node('div', {class: 'scale'}, node('span', {}, 'highest ' + rate(Math.max(...points, 0))),
+      node('span', {}, 'now ' + rate(now))),
     drawing('svg', {class: 'chart', viewBox: '0 0 600 100', preserveAspectRatio: 'none', role: 'img',
-      'aria-label': 'bit rate'},
-      drawing('line', {x1: 0, x2: 600, y1: 99, y2: 99}), drawing('polyline', {points: line(points, 600, 100)})),
-    node('div', {class: 'scale'}, node('span', {}, Math.ceil(points.length / 60) + ' min ago'), node('span', {}, 'now')),
+      'aria-label': label},
+    drawing('line', {x1: 0, x2: 600, y1: 99, y2: 99}),
+    drawing('polyline', {points: line(points, 600 / seconds, 600, 100)})),
+    node('div', {class: 'scale'}, node('span', {}, '10 min ago'), node('span', {}, 'now')),
   ];
 }
 
@@ -211,12 +214,8 @@ function rateCharts(told) {
   const pids = told.pid_rates ? told.pid_rates.pids.slice() : [];
   const drawn = pids.sort((one, other) => now(other) - now(one)).slice(0, most).map((pid) =>
     node('figure', {},
-      node('figcaption', {}, shown('pid', pid.pid) + ' ' + ((kinds.get(pid.pid) || {}).kind || ''),
-        node('span', {class: 'dim'}, rate(now(pid)))),
-      drawing('svg', {class: 'chart', viewBox: '0 0 600 100', preserveAspectRatio: 'none', role: 'img',
-        'aria-label': 'bit rate of PID ' + shown('pid', pid.pid)},
-      drawing('line', {x1: 0, x2: 600, y1: 99, y2: 99}),
-      drawing('polyline', {points: line(pid.rates, 600, 100)}))));
+      node('figcaption', {}, shown('pid', pid.pid) + ' ' + ((kinds.get(pid.pid) || {}).kind || '')),
+      ...chart('bit rate of PID ' + shown('pid', pid.pid), pid.rates, told.pid_rates.seconds, now(pid))));
   return node('div', {class: 'charts'}, ...drawn);
 }
 
@@ -245,6 +244,22 @@ function timeLine(told) {
   ];
 }
 
+// What is told of the stream as a whole.
+function streamFigures(told) {
+  const age = told.last_datagram_age;
+  const figures = {
+    last_datagram: typeof age === 'number' ? age.toFixed(1) + ' s ago' : 'none yet',
+    synchronised: told.synchronised,
+    transport_stream_id: told.transport_stream_id,
+    packets: told.packets,
+    null_packets: told.null_packets,
+    null_share: ((told.null_share || 0) * 100).toFixed(1) + ' %',
+    scrambled_packets: told.scrambled_packets,
+    labels: told.labels,
+  };
+  return listOf(Object.fromEntries(Object.entries(figures).filter(([key, value]) => shown(key, value) !== '')));
+}
+
 const part = (title, ...content) => node('section', {}, node('h2', {}, title), ...content);
 
 function showStream(name) {
@@ -256,7 +271,8 @@ function showStream(name) {
       node('section', {}, node('h1', {}, light(told.state), ' ' + told.name),
         node('div', {class: 'dim'}, told.address + (told.interface ? ' on ' + told.interface : '')),
         told.fault ? node('div', {class: 'hot'}, told.fault) : null),
-      part('Bit rate', ...chart(told.history)),
+      part('Bit rate', ...chart('bit rate', told.history, 1, told.bit_rate)),
+      part('Stream', streamFigures(told)),
       part('TR 101 290', ...checkPanel(told.checks || [])),
       ...((told.splices || []).length > 0 ? [part('SCTE 35', ...timeLine(told))] : []));
     // Text that is being marked stays as it is; how the stream is shows all the same.

@@ -128,6 +128,17 @@ bool browser::shows(const std::string& expression)
     return false;
 }
 
+void browser::click(const std::string& element)
+{
+    const auto middle = value("(({x, y, width, height}) => [x + width / 2, y + height / 2])((" + element +
+                              ").getBoundingClientRect())");
+    if (!middle.is_array())
+        throw std::runtime_error("nothing to click on: " + element);
+    for (const auto* const type : {"mousePressed", "mouseReleased"})
+        command("Input.dispatchMouseEvent",
+                {{"type", type}, {"x", middle[0]}, {"y", middle[1]}, {"button", "left"}, {"clickCount", 1}});
+}
+
 std::string browser::picture()
 {
     return from_base64(command("Page.captureScreenshot", {{"format", "png"}})["data"].get<std::string>());

@@ -28,6 +28,8 @@ public:
     [[nodiscard]] nlohmann::json value(const std::string& expression);
     /// Waits until the expression is true. False, with a line of what was there, when it never is.
     [[nodiscard]] bool shows(const std::string& expression);
+    /// A click of the mouse into the middle of an element, which is in view.
+    void click(const std::string& element);
     /// What it shows, as a PNG.
     [[nodiscard]] std::string picture();
     /// Errors and warnings of its console since it began, exceptions and what a policy forbade among them.
