@@ -3,33 +3,17 @@
 
 #include "mpegcore/text/UTF8.h"
 #include "tools/monitor/json_writer.h"
+#include "tools/monitor/terminal_detail.h"
+#include "tools/monitor/terminal_text.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <map>
 
 namespace monitor
 {
 namespace
 {
-/// Columns that a character takes; the wide ones of East Asia take two.
-std::size_t width_of(char32_t code)
-{
-    const auto is_in = [code](char32_t first, char32_t last) { return code >= first && code <= last; };
-    return is_in(0x1100, 0x115F) || is_in(0x2E80, 0xA4CF) || is_in(0xAC00, 0xD7A3) || is_in(0xF900, 0xFAFF) ||
-                   is_in(0xFE30, 0xFE6F) || is_in(0xFF00, 0xFF60) || is_in(0x1F300, 0x1FAFF) || is_in(0x20000, 0x3FFFD)
-               ? 2
-               : 1;
-}
-
-/// Control characters, and those that turn the direction of writing around.
-bool is_printable(char32_t code)
-{
-    return code >= 0x20 && (code < 0x7F || code > 0x9F) && (code < 0x200B || code > 0x200F) &&
-           (code < 0x2028 || code > 0x202E) && (code < 0x2066 || code > 0x2069) && code != 0xFEFF;
-}
-
 const char* colour_of(stream_state state)
 {
     switch (state) {
@@ -130,91 +114,7 @@ std::string summary_of(const survey& all)
     return text + ", " + rate_text(bits);
 }
 
-const char* word_of(event::kind kind)
-{
-    switch (kind) {
-    case event::kind::begin:
-        return " begin ";
-    case event::kind::end:
-        return " end   ";
-    case event::kind::note:
-        return " note  ";
-    }
-    return "";
-}
-
-std::vector<std::string> detail_of(const stream_report& report, const survey& all)
-{
-    const snapshot& seen = *report.seen;
-    const auto count = [](std::uint64_t number) { return std::to_string(number); };
-    std::vector<std::string> lines{report.settings.name + ": " + name_of(report.state),
-                                   report.settings.address +
-                                       (report.settings.interface.empty() ? "" : " on " + report.settings.interface)};
-    if (!seen.fault.empty())
-        lines.push_back(seen.fault);
-    lines.push_back(rate_text(report.bit_rate) + ", " + count(seen.input.legs[0].datagrams) + " datagrams, " +
-                    count(lost_packets(seen)) + " lost, " + count(kernel_drops(seen)) + " dropped by the kernel, " +
-                    count(seen.input.senders) + " senders");
-    lines.emplace_back();
-    for (const auto& check : mpegcore::TR101290_checks) {
-        const auto& record = seen.checks[check.check];
-        if (record.count == 0 && record.state != mpegcore::CheckState::failing)
-            continue;
-        const char* const now = record.state == mpegcore::CheckState::failing ? "failing " : "        ";
-        lines.push_back(now + std::string(check.number) + ' ' + std::string(check.name) + ": " + count(record.count) +
-                        " in " + count(record.error_seconds) + " s, " + record.detail());
-    }
-    if (lines.back().empty())
-        lines.emplace_back("no error by TR 101 290");
-    lines.emplace_back();
-    for (const auto& service : seen.services) {
-        lines.push_back(count(service.program_number) + ' ' + service.name);
-        for (const auto& stream : service.streams)
-            lines.push_back("    PID " + count(stream.PID) + ' ' + stream.name + ' ' + stream.language);
-    }
-    lines.emplace_back();
-    for (const auto& PID : seen.PIDs)
-        lines.push_back(
-            fitted("PID " + count(PID.figures.PID), 9) + ' ' + fitted(mpegcore::name_of(PID.figures.kind), 10) +
-            fitted(rate_text(PID.figures.bit_rate), 14, true) + (PID.figures.is_scrambled ? " scrambled" : "") +
-            (PID.figures.continuity_errors == 0 ? ""
-                                                : ' ' + count(PID.figures.continuity_errors) + " continuity errors"));
-    lines.emplace_back();
-    for (auto told = all.events->rbegin(); told != all.events->rend(); ++told)
-        if (told->stream == report.settings.name)
-            lines.push_back(iso_time(told->time) + word_of(told->what) + told->check + ' ' + told->name + ' ' +
-                            told->text);
-    return lines;
-}
 } // namespace
-
-std::string fitted(std::string_view text, std::size_t columns, bool right)
-{
-    std::string shown;
-    std::size_t used = 0;
-    for (std::size_t at = 0; at < text.size();) {
-        char32_t code = mpegcore::next_code_point(text, at);
-        if (!is_printable(code))
-            code = '?';
-        if (used + width_of(code) > columns)
-            break;
-        used += width_of(code);
-        mpegcore::append_utf8(shown, code);
-    }
-    return right ? std::string(columns - used, ' ') + shown : shown + std::string(columns - used, ' ');
-}
-
-std::string rate_text(std::uint64_t bits)
-{
-    constexpr std::array<std::pair<double, const char*>, 3> units{{{1e9, "Gbit/s"}, {1e6, "Mbit/s"}, {1e3, "kbit/s"}}};
-    std::array<char, 32> text{};
-    for (const auto& [size, unit] : units)
-        if (static_cast<double>(bits) >= size) {
-            std::snprintf(text.data(), text.size(), "%.2f %s", static_cast<double>(bits) / size, unit);
-            return text.data();
-        }
-    return std::to_string(bits) + " bit/s";
-}
 
 std::vector<std::string> terminal_view::lines(const survey& all)
 {
@@ -232,7 +132,10 @@ std::vector<std::string> terminal_view::picture(const survey& all, std::size_t h
         return shown;
     selected = std::min(selected, all.streams.empty() ? 0 : all.streams.size() - 1);
     if (detail && !all.streams.empty()) {
-        const auto told = detail_of(*all.streams[selected], all);
+        std::vector<std::string> told;
+        for (const auto& line : detail_of(*all.streams[selected], *all.events))
+            for (auto& part : wrapped(line, columns))
+                told.push_back(std::move(part));
         scrolled = std::min(scrolled, told.size() - std::min(told.size(), height));
         for (std::size_t at = scrolled; at < told.size() && shown.size() < height; ++at)
             shown.push_back(fitted(told[at], columns));
@@ -284,15 +187,13 @@ bool terminal_view::press(std::string_view key, std::size_t streams)
 std::string plain_line(const stream_report& report, std::uint64_t time)
 {
     const snapshot& seen = *report.seen;
-    const auto clean = [](const std::string& text) { return fitted(text, code_points(text) * 2); };
-    const auto trimmed = [](std::string text) { return text.erase(text.find_last_not_of(' ') + 1); };
-    std::string line = iso_time(time) + ' ' + trimmed(clean(report.settings.name)) + ' ' + name_of(report.state) + ' ' +
+    std::string line = iso_time(time) + ' ' + printable(report.settings.name) + ' ' + name_of(report.state) + ' ' +
                        rate_text(report.bit_rate) + ", lost " + std::to_string(lost_packets(seen)) + ", errors " +
                        std::to_string(errors_of(seen, 1)) + '/' + std::to_string(errors_of(seen, 2)) + '/' +
                        std::to_string(errors_of(seen, 3));
     for (const auto& check : report.active)
         line += (&check == &report.active.front() ? ", now " : " ") + check;
     const auto more = seen.fault.empty() ? first_service(seen) : seen.fault;
-    return more.empty() ? line : line + ", " + trimmed(clean(more));
+    return more.empty() ? line : line + ", " + printable(more);
 }
 } // namespace monitor

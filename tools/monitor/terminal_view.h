@@ -32,9 +32,4 @@ private:
 
 /// One stream as a line for a pipe, which begins with the time.
 [[nodiscard]] std::string plain_line(const stream_report& report, std::uint64_t time);
-/// `text` cut or filled up to so many columns; control characters become '?', so that nothing from the air steers the
-/// terminal.
-[[nodiscard]] std::string fitted(std::string_view text, std::size_t columns, bool right = false);
-/// "9.98 Mbit/s"
-[[nodiscard]] std::string rate_text(std::uint64_t bits);
 } // namespace monitor

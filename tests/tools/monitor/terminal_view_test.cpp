@@ -7,8 +7,6 @@
 
 namespace terminal_view_test
 {
-using monitor::event;
-using monitor::fitted;
 using monitor::terminal_view;
 using monitor_surveys::add_service;
 using monitor_surveys::change;
@@ -93,28 +91,23 @@ TEST(TerminalView, EnterShowsOneStreamAndBackAllOfThem)
     EXPECT_EQ(view.lines(*all)[2].substr(0, 6), "> News");
 }
 
-TEST(TerminalView, ADetailEndsWithTheEventsOfItsStreamTheLastOneFirst)
+TEST(TerminalView, ADetailIsWrappedAndScrolledWhereColumnsAreFew)
 {
-    const auto told = [](event::kind what, const std::string& stream, const std::string& check) {
-        event one;
-        one.time = noon;
-        one.what = what;
-        one.stream = stream;
-        one.check = check;
-        one.name = "Name";
-        return one;
-    };
-    const auto all = survey_of(report_of("A"), report_of("B"));
-    all->events = std::make_shared<const std::deque<event>>(
-        std::deque<event>{told(event::kind::begin, "A", "1.4"), told(event::kind::begin, "B", "2.2"),
-                          told(event::kind::note, "A", "table"), told(event::kind::end, "A", "1.4")});
+    auto report = report_of("News");
+    add_service(report, "One");
+    const auto all = survey_of(report);
     terminal_view view;
-    view.rows = 60;
+    view.columns = 20;
+    view.rows = 8;
     view.detail = true;
-    auto lines = view.lines(*all);
-    lines.erase(lines.begin(), lines.end() - 3);
-    EXPECT_THAT(lines, ElementsAre(testing::HasSubstr("Z end   1.4 Name"), testing::HasSubstr("Z note  table Name"),
-                                   testing::HasSubstr("Z begin 1.4 Name")));
+    EXPECT_THAT(view.lines(*all), ElementsAre("News: good          ", "udp://239.1.1.1:5000", "9.98 Mbit/s, 1000   ",
+                                              "  datagrams, 0 lost,", "  0 dropped by the  ", "  kernel, 1 senders ",
+                                              "last datagram 0.2 s ", "  ago, 10.0 % null  "));
+    for (int presses = 0; presses < 3; ++presses)
+        EXPECT_TRUE(view.press("page down", 1));
+    EXPECT_THAT(view.lines(*all), ElementsAre("MDI DF:MLR -:0, 0   ", "  lost in 0 s       ", "                    ",
+                                              "no error by TR 101  ", "  290               ", "                    ",
+                                              "1 One               ", "                    "));
 }
 
 TEST(TerminalView, StreamsThatWentLeaveTheSelectionOnWhatIsThere)
@@ -134,23 +127,6 @@ TEST(TerminalView, ColoursTellTheState)
     const auto lines = view.lines(*survey_of(report_of("A"), closed("B")));
     EXPECT_EQ(lines[2].substr(0, 5), "\033[32m");
     EXPECT_EQ(lines[3].substr(0, 5), "\033[31m");
-}
-
-TEST(Fitted, NothingFromTheAirSteersTheTerminal)
-{
-    EXPECT_EQ(fitted("a\033[2Jb\x07\xC2\x9B\x7F", 9), "a?[2Jb???");
-    EXPECT_EQ(fitted("\xE2\x80\xAE"
-                     "abc",
-                     4),
-              "?abc");
-    EXPECT_EQ(fitted("\xFF", 1), "\xEF\xBF\xBD");
-}
-
-TEST(Fitted, CutsAndFillsByColumnsNotBytes)
-{
-    EXPECT_EQ(fitted("\xC3\xA4\xC3\xB6\xC3\xBC", 2), "\xC3\xA4\xC3\xB6");
-    EXPECT_EQ(fitted("\xE6\x97\xA5\xE6\x9C\xAC", 3), "\xE6\x97\xA5 ");
-    EXPECT_EQ(fitted("ab", 4, true), "  ab");
 }
 
 TEST(PlainLine, TellsOfOneStreamInOneLine)
