@@ -25,7 +25,10 @@ def main():
     Gst.init(None)
     pipeline = Gst.parse_launch(f"zqudpsrc name=source ! {sink}")
     source = pipeline.get_by_name("source")
-    source.set_uri(uri)
+    try:
+        source.set_uri(uri)
+    except GLib.Error as error:
+        sys.exit(error.message)
     loop = GLib.MainLoop()
     failed = []
 

@@ -241,8 +241,13 @@ TEST(UdpSrc, TellsOfSilenceAndOfItsEnd)
     for (;;) {
         const auto next = to.next_message(GST_MESSAGE_ELEMENT);
         ASSERT_TRUE(next);
-        if (gst_structure_has_name(gst_message_get_structure(next.get()), "ZqUdpSrcResumed"))
-            break;
+        const GstStructure* const resumed = gst_message_get_structure(next.get());
+        if (!gst_structure_has_name(resumed, "ZqUdpSrcResumed"))
+            continue;
+        guint64 lasted = 0;
+        EXPECT_TRUE(gst_structure_get_uint64(resumed, "silence", &lasted));
+        EXPECT_GE(lasted, timeout);
+        return;
     }
 }
 

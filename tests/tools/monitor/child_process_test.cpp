@@ -35,8 +35,7 @@ protected:
     }
 
     support::watchdog guard;
-    std::filesystem::path folder =
-        std::filesystem::temp_directory_path() / ("zq-child-" + std::to_string(::getpid()));
+    std::filesystem::path folder = std::filesystem::temp_directory_path() / ("zq-child-" + std::to_string(::getpid()));
     std::unique_ptr<support::child_process> child;
 };
 
