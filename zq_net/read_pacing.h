@@ -24,9 +24,17 @@ public:
     };
     static constexpr patience alone{ms, 4, plenty};
     static constexpr patience in_a_crowd{8 * ms, 2, 6};
+    static constexpr patience hasty{2 * ms / 5, 4, plenty};
 
     /// Rests until `most` datagrams have come on average; not at all for less than a handful.
     explicit read_pacing(std::size_t most = plenty) : m_most{most} {}
+    /// Rests until a quarter of a socket's buffer is full, which has `size` bytes as one asks for them.
+    [[nodiscard]] static read_pacing for_buffer(int size)
+    {
+        // Seven packets take so much of it, and the kernel gives twice what it is asked for.
+        constexpr std::size_t kernel_bytes_a_datagram = 2304;
+        return read_pacing{std::min(2 * static_cast<std::size_t>(size) / kernel_bytes_a_datagram / 4, plenty)};
+    }
 
     /// Behind a read of `count` datagrams, the last of which came at `arrival`.
     void note(std::size_t count, std::uint64_t arrival)
@@ -49,7 +57,7 @@ public:
             return 0;
         const std::uint64_t enough = std::min(m_most, with.enough) * m_interval;
         if (enough < 2 * ms)
-            return std::min(m_most * m_interval, ms);
+            return std::min({m_most * m_interval, with.longest_rest, ms});
         std::uint64_t together = with.longest_rest;
         while (together > enough)
             together /= 2;

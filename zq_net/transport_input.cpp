@@ -13,15 +13,6 @@ namespace
 /// How long a leg of a group is silent before it is looked whether its interface is still the same.
 constexpr std::uint64_t follow_silence = second;
 
-/// Seven packets take so much of the buffer, of which the kernel gives twice what it tells; a rest is to fill a quarter
-/// of that.
-read_pacing pacing_for(int buffer)
-{
-    constexpr std::size_t kernel_bytes_a_datagram = 2304;
-    const auto room = 2 * static_cast<std::size_t>(buffer) / kernel_bytes_a_datagram;
-    return read_pacing{std::min(room / 4, read_pacing::plenty)};
-}
-
 /// Longer datagrams are copied once, so that a few of them do not make all buffers large.
 constexpr std::size_t longest_slot = 2048;
 
@@ -67,7 +58,7 @@ bool transport_input::open(const input_settings& settings)
     }
     if (!open_sockets())
         return false;
-    m_pacing = pacing_for(m_legs.front().figures.buffer_got);
+    m_pacing = read_pacing::for_buffer(m_legs.front().figures.buffer_got);
     if (m_settings.waits && m_settings.batch_time == 0)
         m_place.join();
     return true;
@@ -278,7 +269,7 @@ void transport_input::follow_interfaces()
             const std::lock_guard lock{m_mutex};
             leg.move_to(other);
         }
-        m_pacing = pacing_for(m_legs.front().figures.buffer_got);
+        m_pacing = read_pacing::for_buffer(m_legs.front().figures.buffer_got);
         // Something is missing in between, which RTP tells better where another leg goes on.
         m_anew = m_anew || m_legs.size() == 1;
     }

@@ -71,6 +71,7 @@ bool zq_udp_source::open(const std::string& address, std::uint32_t port, const s
         return false;
     }
     zq_net::enlarge_receive_buffer(m_socket);
+    m_pacing = zq_net::read_pacing::for_buffer(zq_net::receive_buffer(m_socket));
     const auto port16 = static_cast<std::uint16_t>(port);
     if (!(isMulticast(address) ? bind_multicast(address, port16, interface) : bind_unicast(port16, interface)))
         return false;
@@ -260,7 +261,8 @@ void zq_udp_source::work_thread(std::future<void>&& stop)
     m_thread_start = steady_clock::now();
     rate_interval interval{steady_clock::now()};
 
-    // A timed wait costs tens of microseconds, so it is left out while data flow.
+    // A timed wait costs tens of microseconds, so it is left out while data flow, unless they flow so densely that
+    // several come meanwhile: waking up for each costs more.
     auto stop_wait = 1000ns;
     while (stop.wait_for(stop_wait) != std::future_status::ready) {
         stop_wait = 1000ns;
@@ -278,6 +280,11 @@ void zq_udp_source::work_thread(std::future<void>&& stop)
                 continue;
             hand_over(datagram, interval);
             stop_wait = 0ns;
+        }
+        if (received > 0) {
+            m_pacing.note(static_cast<std::size_t>(received), zq_net::steady_time());
+            if (stop_wait == 0ns && !m_more)
+                stop_wait = std::chrono::nanoseconds{m_pacing.rest(zq_net::read_pacing::hasty)};
         }
     }
 }

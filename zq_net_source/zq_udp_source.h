@@ -2,6 +2,7 @@
 #pragma once
 #include "zq_net/burst_size.h"
 #include "zq_net/datagram_reader.h"
+#include "zq_net/read_pacing.h"
 #include "zq_net_source/zq_net_statistics.h"
 
 #include <atomic>
@@ -107,6 +108,7 @@ private:
     std::shared_ptr<std::promise<void>> m_stop_promise;
     int m_wait_ms = longest_wait_ms; // of work_thread() for one datagram
     zq_net::burst_size m_burst{most_at_once};
+    zq_net::read_pacing m_pacing;
     bool m_more = false; // datagrams are likely to be there still
     callback m_callback;
     zq_net_statistics& m_statistics;

@@ -157,4 +157,30 @@ TEST(ReadPacing, RestsInACrowdForNoMoreThanTheSocketHasRoomFor)
     to.flow(1, ms);
     EXPECT_EQ(to.rest(), 0U);
 }
+
+TEST(ReadPacing, RestsInHasteForLessThanHalfAMillisecond)
+{
+    stream to;
+    to.with = read_pacing::hasty;
+    to.flow(1, 110 * us);
+    EXPECT_EQ(to.rest(), 0U);
+    to.flow(1, 90 * us);
+    EXPECT_EQ(to.rest(), 400 * us);
+    to.flow(1, 5 * us);
+    EXPECT_EQ(to.rest(), 300 * us) << "for sixty";
+}
+
+TEST(ReadPacing, FillsNoMoreThanAQuarterOfABuffer)
+{
+    stream to;
+    to.pacing = read_pacing::for_buffer(212992);
+    to.flow(20, 5 * us);
+    EXPECT_EQ(to.rest(), 46 * 5 * us);
+    to.pacing = read_pacing::for_buffer(8 << 20);
+    to.flow(20, 5 * us);
+    EXPECT_EQ(to.rest(), read_pacing::plenty * 5 * us);
+    to.pacing = read_pacing::for_buffer(2304);
+    to.flow(20, 5 * us);
+    EXPECT_EQ(to.rest(), 0U);
+}
 } // namespace read_pacing_test

@@ -11,12 +11,14 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 #include <stdexcept>
 #include <thread>
@@ -62,6 +64,34 @@ TEST(UdpReceiver, HandsOverBurstsAndSingleDatagramsInTheirOrder)
     receiver.source.close();
     EXPECT_EQ(receiver.datagrams, sent);
     EXPECT_EQ(receiver.last_error(), "");
+}
+
+TEST(UdpReceiver, LetsADenseStreamGatherBeforeItReadsOn)
+{
+    constexpr unsigned count = 2500;
+    zq_net_statistics statistics;
+    std::atomic<unsigned> received{0};
+    long sleeps = 0;
+    zq_udp_source source{[&](std::uint64_t, unsigned char*, unsigned long) {
+                             rusage usage{};
+                             ::getrusage(RUSAGE_THREAD, &usage);
+                             sleeps = usage.ru_nvcsw;
+                             ++received;
+                         },
+                         statistics};
+    const auto port = support::free_port();
+    ASSERT_TRUE(source.open("127.0.0.1", port, ""));
+    const udp_sender sender{"127.0.0.1", port};
+    const auto datagram = pattern(1316);
+    auto next = std::chrono::steady_clock::now();
+    for (unsigned i = 0; i < count; ++i, next += 40us) {
+        while (std::chrono::steady_clock::now() < next) {
+        }
+        sender.send(datagram);
+    }
+    EXPECT_TRUE(eventually([&] { return received == count; }));
+    source.close();
+    EXPECT_LT(sleeps, count / 2) << "one waits for each as long as nobody lets them gather";
 }
 
 TEST(UdpReceiver, CutsADatagramOf65000BytesTo64000)
