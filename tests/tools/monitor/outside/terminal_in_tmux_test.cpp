@@ -25,8 +25,10 @@ protected:
         Outside::SetUp();
         if (IsSkipped() || HasFailure())
             return;
+        // It begins programs by the user's shell, which may be one that refuses to.
         m_server = std::make_unique<support::child_process>(
-            folder, "tmux", std::vector<std::string>{"tmux", "-u", "-S", "socket", "-f", "/dev/null", "-D"});
+            folder, "tmux",
+            std::vector<std::string>{"env", "SHELL=/bin/sh", "tmux", "-u", "-S", "socket", "-f", "/dev/null", "-D"});
         ASSERT_TRUE(eventually([this] { return tmux("show-options -s").exit_code == 0; })) << m_server->errors();
     }
 
