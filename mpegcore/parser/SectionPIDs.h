@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/TransportPayload.h"
 #include "mpegcore/sections/SectionGatherer.h"
+#include "mpegcore/syntax/TransportPayload.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "mpegcore/sections/SectionCarousel.h"
 
-#include "mpegcore/PacketTime.h"
+#include "mpegcore/sections/PacketTime.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/TransportPayload.h"
+#include "mpegcore/syntax/TransportPayload.h"
 #include "mpegcore/t2mi/RelaxedCounter.h"
 
 #include <array>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-#include "mpegcore/TransportPayload.h"
+#include "mpegcore/syntax/TransportPayload.h"
 
 namespace mpegcore
 {
