@@ -15,6 +15,22 @@
 
 namespace monitor_runs
 {
+/// Where a program serves the page, once it says so; 0: it does not.
+inline std::uint16_t port_told_by(const support::child_process& program)
+{
+    const std::string before = "http://127.0.0.1:";
+    std::uint16_t number = 0;
+    const auto said = [&] {
+        const auto text = program.errors();
+        const auto at = text.find(before);
+        if (at != std::string::npos && text.find('/', at + before.size()) != std::string::npos)
+            number = static_cast<std::uint16_t>(std::stoul(text.substr(at + before.size())));
+        return number != 0;
+    };
+    (void)support::eventually([&] { return said() || !program.is_alive(); });
+    return number;
+}
+
 /// The program as it is installed, running in the folder of the test.
 class running : public support::child_process
 {
@@ -27,21 +43,7 @@ public:
 
     void read_again() const { signal(SIGHUP); }
 
-    /// Where it serves the page, once it says so; 0: it does not.
-    [[nodiscard]] std::uint16_t port() const
-    {
-        const std::string before = "http://127.0.0.1:";
-        std::uint16_t number = 0;
-        const auto said = [&] {
-            const auto text = errors();
-            const auto at = text.find(before);
-            if (at != std::string::npos && text.find('/', at + before.size()) != std::string::npos)
-                number = static_cast<std::uint16_t>(std::stoul(text.substr(at + before.size())));
-            return number != 0;
-        };
-        (void)support::eventually([&] { return said() || !is_alive(); });
-        return number;
-    }
+    [[nodiscard]] std::uint16_t port() const { return port_told_by(*this); }
 
 private:
     static std::vector<std::string> with_program(std::vector<std::string> arguments)
