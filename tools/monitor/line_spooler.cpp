@@ -66,12 +66,12 @@ void line_spooler::put_line(std::string_view line)
 void line_spooler::put(std::string_view text)
 {
     const std::lock_guard lock{m_mutex};
-    if (m_waiting.size() + text.size() > most_bytes) {
+    if (m_waiting.size() + text.size() + (m_sizes.size() + 1) * sizeof(m_sizes.front()) > most_bytes) {
         ++m_state.lost;
         return;
     }
     m_waiting += text;
-    ++m_texts;
+    m_sizes.push_back(text.size());
     m_changed.notify_all();
 }
 
@@ -107,21 +107,31 @@ void line_spooler::work()
 void line_spooler::write_waiting(std::unique_lock<std::mutex>& lock)
 {
     std::string text = std::exchange(m_waiting, {});
-    if (m_cut)
+    auto sizes = std::exchange(m_sizes, {});
+    if (m_cut) {
         text.insert(0, 1, '\n');
-    const std::uint64_t texts = std::exchange(m_texts, 0);
+        ++sizes.front();
+    }
     m_is_writing = true;
     lock.unlock();
-    const int error = write_all(m_descriptor, text);
+    std::string_view left = text;
+    const int error = write_all(m_descriptor, left);
+    // Those of which the end is missing.
+    std::uint64_t lost = 0;
+    for (std::size_t missing = left.size(); missing != 0; ++lost) {
+        missing -= std::min(missing, sizes.back());
+        sizes.pop_back();
+    }
     lock.lock();
     m_is_writing = false;
     m_state.error = error;
-    m_state.lost += error != 0 ? texts : 0;
+    m_state.lost += lost;
     m_changed.notify_all();
 }
 
-/// The errno of a failure. What is written in one step is what a pipe takes without waiting once it takes anything.
-int line_spooler::write_all(int descriptor, std::string_view text)
+/// The errno of a failure, with what is left of `text`. What is written in one step is what a pipe takes without
+/// waiting once it takes anything.
+int line_spooler::write_all(int descriptor, std::string_view& text)
 {
     while (!text.empty()) {
         pollfd waited{descriptor, POLLOUT, 0};

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 namespace monitor
 {
@@ -15,11 +16,11 @@ namespace monitor
 class line_spooler
 {
 public:
-    static constexpr std::size_t most_bytes = std::size_t{4} << 20; ///< that wait to be written
+    static constexpr std::size_t most_bytes = std::size_t{4} << 20; ///< that wait to be written, with their sizes
 
     struct condition
     {
-        std::uint64_t lost = 0; ///< texts that could not be written or had no room to wait
+        std::uint64_t lost = 0; ///< texts that could not be written whole or had no room to wait
         int error = 0;          ///< errno of the last write; 0: it went well
     };
 
@@ -45,7 +46,7 @@ private:
     void take(int descriptor, bool ours);
     void work();
     void write_waiting(std::unique_lock<std::mutex>& lock);
-    [[nodiscard]] int write_all(int descriptor, std::string_view text);
+    [[nodiscard]] int write_all(int descriptor, std::string_view& text);
 
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
@@ -58,7 +59,7 @@ private:
     bool m_is_writing = false;
     bool m_cut = false; ///< a line was written in part
     std::string m_waiting;
-    std::uint64_t m_texts = 0; ///< in it
+    std::vector<std::size_t> m_sizes; ///< of the texts in it
     condition m_state;
 };
 } // namespace monitor

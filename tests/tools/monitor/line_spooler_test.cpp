@@ -114,6 +114,30 @@ TEST(LineSpooler, AReaderThatStandsStillKeepsNobodyWaitingAndNoMemoryBeyondItsBo
     close(ends[1]);
 }
 
+TEST(LineSpooler, OnlyLinesThatWereNotWrittenWholeAreLost)
+{
+    const support::watchdog watchdog;
+    signal(SIGPIPE, SIG_IGN);
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe(ends.data()), 0);
+    const int room = fcntl(ends[1], F_SETPIPE_SZ, 4096); // pages may be larger
+    ASSERT_GE(room, 4096);
+    constexpr unsigned line_size = 1000;
+    const unsigned whole = static_cast<unsigned>(room) / line_size;
+    line_spooler spooler;
+    for (unsigned count = 0; count < whole + 7; ++count)
+        spooler.put_line(std::string(line_size - 1, 'x'));
+    spooler.use(ends[1]);
+    EXPECT_TRUE(eventually([&] {
+        pollfd writing{ends[1], POLLOUT, 0};
+        return poll(&writing, 1, 0) == 0; // it is full
+    }));
+    close(ends[0]);
+    EXPECT_TRUE(eventually([&] { return spooler.state().error == EPIPE; }));
+    EXPECT_EQ(spooler.state().lost, 7U);
+    close(ends[1]);
+}
+
 TEST(LineSpooler, AReaderThatWentAwayIsAnErrorAndNoSignal)
 {
     signal(SIGPIPE, SIG_IGN);
