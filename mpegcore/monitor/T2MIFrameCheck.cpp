@@ -34,7 +34,9 @@ void T2MIFrameCheck::put_frame(Place place, std::uint8_t plp_id, bool intl_frame
 void T2MIFrameCheck::put_L1(std::uint8_t superframe_idx, const L1Current& L1, std::uint64_t now)
 {
     const Place place{superframe_idx, L1.frame_idx};
-    if (m_has_L1 && superframe_idx == m_last.superframe_idx && L1.frame_idx < m_last.frame_idx)
+    // Some senders leave superframe_idx as it is.
+    const bool begins_next = L1.frame_idx == 0 && m_last.frame_idx + 1 == L1.L1PRE.NUM_T2_FRAMES;
+    if (m_has_L1 && superframe_idx == m_last.superframe_idx && L1.frame_idx < m_last.frame_idx && !begins_next)
         m_checks.raise(Check::T2MI_transmission_order_error, now, Finding::L1_goes_back, L1.frame_idx, m_PID);
     m_listed.reset();
     const auto& dynamic = L1.L1DYN_CURR.PLPs;

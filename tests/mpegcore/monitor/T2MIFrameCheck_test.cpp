@@ -162,6 +162,29 @@ TEST_F(T2Frames, AreOutOfOrderWhenL1GoesBack)
     EXPECT_EQ(checks[Check::T2MI_transmission_order_error].count, 1U);
 }
 
+TEST_F(T2Frames, MayBeginAnewBehindTheLastOneWhereSuperframeIdxStandsStill)
+{
+    L1.L1PRE.NUM_T2_FRAMES = 3;
+    const auto whole_at = [this](std::uint8_t frame_idx) {
+        for (unsigned at = 0; at < 3; ++at)
+            check.put_frame({5, frame_idx}, 7, at == 0, 1);
+        check.put_frame({5, frame_idx}, 8, true, 1);
+        L1.frame_idx = frame_idx;
+        check.put_L1(5, L1, 1);
+    };
+    for (unsigned superframe = 0; superframe < 3; ++superframe)
+        for (const std::uint8_t frame_idx : {std::uint8_t{0}, std::uint8_t{1}, std::uint8_t{2}})
+            whole_at(frame_idx);
+    EXPECT_EQ(found(), "0 /0 ");
+    whole_at(0);
+    whole_at(1);
+    whole_at(0); // not from the last one
+    EXPECT_EQ(found(), "0 /1 L1 went back to frame_idx 0");
+    whole_at(2);
+    whole_at(1); // not to the first one
+    EXPECT_EQ(found(), "0 /2 L1 went back to frame_idx 1");
+}
+
 Bytes in_superframe(unsigned superframe_idx, Bytes packet)
 {
     packet.resize(packet.size() - 4);
