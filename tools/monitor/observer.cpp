@@ -13,6 +13,9 @@ namespace
 {
 using zq_net::second;
 
+/// A receiver looks at each stream once a second. When it has not for so long it stands still, and nobody receives.
+constexpr std::uint64_t receiver_patience = 3 * second;
+
 /// Counters begin anew when a socket is opened again.
 std::uint64_t step(std::uint64_t before, std::uint64_t now) { return now >= before ? now - before : now; }
 
@@ -71,12 +74,16 @@ std::shared_ptr<const stream_report> observer::look_at(watch& watched, const mom
         tell_changes(watched, *seen);
         watched.before = seen;
     }
+    const bool is_looked_at = now.clock <= seen->clock + receiver_patience;
+    if (!is_looked_at)
+        watched.bit_rate = 0;
     watched.history.push_back(watched.bit_rate);
     if (watched.history.size() > stream_report::history_seconds)
         watched.history.pop_front();
-    watched.PIDs.look(seen->PIDs);
+    watched.PIDs.look(seen->PIDs, is_looked_at);
     report->PID_rates = watched.PIDs.rates();
-    report->state = state_of(*seen, watched.alarms, report->settings.limits);
+    if (is_looked_at)
+        report->state = state_of(*seen, watched.alarms, report->settings.limits);
     report->bit_rate = watched.bit_rate;
     report->active = watched.alarms.active();
     report->history.assign(watched.history.begin(), watched.history.end());

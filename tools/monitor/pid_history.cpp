@@ -6,12 +6,12 @@
 
 namespace monitor
 {
-void pid_history::look(const std::vector<pid_state>& PIDs)
+void pid_history::look(const std::vector<pid_state>& PIDs, bool came)
 {
     std::size_t count = 0;
     for (const auto& PID : PIDs)
         if (PID.figures.is_referenced && ++count <= most_PIDs)
-            m_sums[PID.figures.PID] += PID.figures.bit_rate;
+            m_sums[PID.figures.PID] += came ? PID.figures.bit_rate : 0;
     if (++m_seconds == seconds_a_point)
         add_point();
 }

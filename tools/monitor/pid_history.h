@@ -27,8 +27,8 @@ public:
 
     using all_rates = std::vector<pid_rates>;
 
-    /// To be called once a second.
-    void look(const std::vector<pid_state>& PIDs);
+    /// To be called once a second. `came`: the bit rates are those of now; else it was none on any of them.
+    void look(const std::vector<pid_state>& PIDs, bool came = true);
     /// By PID; each with as many points as it has been there for. Never null, and never changed.
     [[nodiscard]] std::shared_ptr<const all_rates> rates() const { return m_rates; }
 

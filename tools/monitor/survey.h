@@ -17,7 +17,7 @@ namespace monitor
 /// How a stream is, in one word.
 enum class stream_state
 {
-    waiting, ///< not looked at yet
+    waiting, ///< not looked at yet, or for seconds no more: its receiver stands still
     closed,  ///< the socket cannot be opened
     silent,  ///< nothing comes
     bad,     ///< an alarm of the first priority is active: loss, or TR 101 290
@@ -38,7 +38,7 @@ struct stream_report
     std::vector<std::string> active; ///< checks with an active alarm: "1.4", "loss"
     std::shared_ptr<const pid_history::all_rates> PID_rates = std::make_shared<const pid_history::all_rates>();
     std::vector<std::uint64_t> history; ///< bit rates, one a second, the last one last
-    /// Never null; as it is at first while the state is `waiting`.
+    /// Never null; as it is at first while nobody has looked at it yet.
     std::shared_ptr<const snapshot> seen = std::make_shared<const snapshot>();
 };
 

@@ -160,7 +160,7 @@ http_answer web_site::answer_health(bool wants_all) const
     if (clock > seen->clock + patience)
         return plain(503, "nothing new for 10 s");
     for (const auto& stream : seen->streams) {
-        const bool is_known = stream->state != stream_state::waiting;
+        const bool is_known = stream->seen->clock != 0;
         if (wants_all && !is_known)
             return plain(503, "not ready");
         if (is_known && clock > stream->seen->clock + patience)

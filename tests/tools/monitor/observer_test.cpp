@@ -132,6 +132,32 @@ TEST_F(Observed, AStreamThatStoppedIsSilentAlsoWhenTheRealTimeClockIsSetBack)
     EXPECT_EQ(last->streams[0]->state, stream_state::silent);
 }
 
+TEST_F(Observed, AStreamWhoseReceiverStandsStillHasNoBitRateAndNoStateOfNow)
+{
+    send_null_packets();
+    const auto& coming = step();
+    const std::uint64_t rate = coming.bit_rate;
+    ASSERT_GT(rate, 0U);
+    const auto state = coming.state;
+    const auto look_alone = [this]() -> const monitor::stream_report& {
+        now.clock += second;
+        last = observer.look(streams, now);
+        return *last->streams[0];
+    };
+    for (int count = 0; count < 3; ++count) { // late
+        const auto& report = look_alone();
+        EXPECT_EQ(report.bit_rate, rate);
+        EXPECT_EQ(report.state, state);
+    }
+    const auto& left = look_alone();
+    EXPECT_EQ(left.bit_rate, 0U);
+    EXPECT_EQ(left.history.back(), 0U);
+    EXPECT_EQ(left.state, stream_state::waiting);
+    send_null_packets();
+    EXPECT_EQ(step().bit_rate, 7U * 188 * 8 / 5); // in the five seconds since it was looked at
+    EXPECT_NE(last->streams[0]->state, stream_state::waiting);
+}
+
 TEST_F(Observed, EventsAreKeptForThePage)
 {
     send_null_packets();

@@ -38,6 +38,16 @@ TEST(PIDHistory, HasThePointOfEachTenSeconds)
     EXPECT_THAT(history.rates()->at(1).rates, ElementsAre(5U, 60U));
 }
 
+TEST(PIDHistory, KeepsPIDsThroughSecondsInWhichNothingWasReceived)
+{
+    pid_history history;
+    look(history, 10, {with_rate(0x100, 1000)});
+    for (unsigned seconds = 10; seconds != 0; --seconds)
+        history.look({with_rate(0x100, 1000)}, seconds > 8);
+    ASSERT_THAT(*history.rates(), SizeIs(1));
+    EXPECT_THAT(history.rates()->at(0).rates, ElementsAre(1000U, 200U));
+}
+
 TEST(PIDHistory, GoesBackTenMinutes)
 {
     pid_history history;

@@ -146,6 +146,7 @@ TEST(WebSite, IsNotHealthyWhenAReceiverStandsStill)
     web_site site({"1", 0});
     auto report = report_of("News");
     monitor_surveys::change(report).clock = monitor::moment::now().clock - 11 * monitor_surveys::second;
+    report.state = monitor::stream_state::waiting;
     auto all = survey_of(report);
     all->clock = monitor::moment::now().clock;
     site.publish(all);
