@@ -108,7 +108,8 @@ private:
         while (true) {
             const auto left =
                 std::chrono::ceil<std::chrono::milliseconds>(until - std::chrono::steady_clock::now()).count();
-            const int ready = left > 0 ? ::poll(&waited, 1, static_cast<int>(left)) : 0;
+            // Also when the time is over: what is there has come in time, and it is the thread that is late.
+            const int ready = ::poll(&waited, 1, left > 0 ? static_cast<int>(left) : 0);
             if (ready >= 0 || errno != EINTR)
                 return ready > 0;
         }

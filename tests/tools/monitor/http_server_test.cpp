@@ -133,6 +133,14 @@ TEST_F(HttpServer, WhoSendsSlowlyIsCutOffHoweverSteadily)
     EXPECT_FALSE(sent);
 }
 
+TEST_F(HttpServer, WhatHasComeInTimeIsAnsweredHoweverLateItsWorkerIs)
+{
+    http_server::limits bounds;
+    bounds.request_time = bounds.write_time = std::chrono::milliseconds{0}; // over before the worker looks
+    start(bounds);
+    EXPECT_EQ(monitor_http::body_of(ask(port, "/a")), "/a");
+}
+
 TEST_F(HttpServer, WhoDoesNotReadIsCutOff)
 {
     start(small_and_hasty());
