@@ -45,9 +45,8 @@ void tell_input(text_lines& lines, const stream_report& report)
                     decimal(seen.null_share * 100, 1) + " % null packets, " + counted(seen.scrambled_packets) +
                     " scrambled");
     const auto& [recent, total, index] = seen.delivery;
-    lines.push_back("inter-arrival ms: mean " + in_ms(recent.mean()) + ", p99 " +
-                    in_ms(recent.quantile(0.99)) + ", max " + in_ms(recent.max) + ", ever " +
-                    in_ms(total.max));
+    lines.push_back("inter-arrival ms: mean " + in_ms(recent.mean()) + ", p99 " + in_ms(recent.quantile(0.99)) +
+                    ", max " + in_ms(recent.max) + ", ever " + in_ms(total.max));
     lines.push_back("MDI DF:MLR " + (index.media_rate == 0 ? "-" : in_ms(index.delay_factor)) + ':' +
                     counted(index.media_loss_rate) + ", " + counted(index.lost) + " lost in " +
                     counted(index.seconds_with_loss) + " s");
@@ -99,8 +98,7 @@ void tell_PIDs(text_lines& lines, const snapshot& seen)
         if (figures.continuity_errors != 0)
             line += ' ' + counted(figures.continuity_errors) + " continuity errors";
         if (PCR)
-            line += " PCR ms: max " + in_ms(PCR->longest_interval) + ", arrival jitter " +
-                    in_ms(PCR->arrival_jitter);
+            line += " PCR ms: max " + in_ms(PCR->longest_interval) + ", arrival jitter " + in_ms(PCR->arrival_jitter);
         lines.push_back(line);
     }
 }
