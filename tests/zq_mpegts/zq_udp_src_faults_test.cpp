@@ -160,13 +160,12 @@ TEST(UdpSrcFaults, WarnsOnceOfAnInterfaceThatCameBackAndThatItHasNoRightToReceiv
         GTEST_SKIP() << "needs a network of its own, and the program ip";
     playing to{"address=239.9.9.9 interface=zq0 port=700"};
     const auto send = [] { support::send_to_group("zq0", "239.9.9.9", 700, pattern(1316)); };
-    static thread_local std::unique_ptr<support::without_right> low_ports;
     // Runs on the thread that receives.
     const auto pad = support::pad_of(to.source, "src");
     gst_pad_add_probe(
         pad.get(), GST_PAD_PROBE_TYPE_BUFFER,
         [](GstPad*, GstPadProbeInfo*, gpointer) {
-            low_ports = std::make_unique<support::without_right>(CAP_NET_BIND_SERVICE);
+            static thread_local const support::without_right low_ports{CAP_NET_BIND_SERVICE};
             return GST_PAD_PROBE_REMOVE;
         },
         nullptr, nullptr);

@@ -62,7 +62,8 @@ TEST(UdpSrcAddress, MayBeOfIPv6)
 TEST(UdpSrcSourceFilter, TakesOfAGroupOnlyWhatItsAddressesSend)
 {
     const support::made_interface interface;
-    if (!interface.is_made() || !support::run_quietly("ip addr add 192.0.2.6/26 dev zq0 && ip addr add 192.0.2.7/26 dev zq0"))
+    if (!interface.is_made() ||
+        !support::run_quietly("ip addr add 192.0.2.6/26 dev zq0 && ip addr add 192.0.2.7/26 dev zq0"))
         GTEST_SKIP() << "needs a network of its own, and the program ip";
     playing to{"address=232.9.9.9 interface=zq0 source-filter=192.0.2.5,192.0.2.7"};
     for (const unsigned last : {5U, 6U, 7U})

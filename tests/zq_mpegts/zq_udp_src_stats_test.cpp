@@ -151,12 +151,13 @@ TEST(UdpSrcStats, TellOfEachLegWhatItBrought)
     to.sender.send(rtp_datagram(5, pattern(188, 5)));
     second.send(rtp_datagram(900, pattern(188), 99));
     ASSERT_TRUE(eventually([&] { return to.figure("datagrams") == sent + 2; }));
-    EXPECT_TRUE(to.got(joined({pattern(188, 0), pattern(188, 1), pattern(188, 2), pattern(188, 3), pattern(188, 4),
-                               pattern(188, 5)})));
+    EXPECT_TRUE(to.got(joined(
+        {pattern(188, 0), pattern(188, 1), pattern(188, 2), pattern(188, 3), pattern(188, 4), pattern(188, 5)})));
     const structure stats = stats_of(to.source);
     const auto figures = [&](guint leg) {
         std::vector<guint64> values;
-        for (const char* name : {"datagrams", "rtp-received", "rtp-lost", "rtp-duplicates", "rtp-second", "rtp-foreign"})
+        for (const char* name :
+             {"datagrams", "rtp-received", "rtp-lost", "rtp-duplicates", "rtp-second", "rtp-foreign"})
             values.push_back(figure(leg_of(stats, leg), name));
         return values;
     };
