@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <optional>
+
 #include <unistd.h>
 
 namespace zq_monitor_bad_input_test
@@ -25,6 +27,24 @@ protected:
         const std::string without = geteuid() == 0 ? "setpriv --bounding-set=-dac_override,-dac_read_search " : "";
         return shell(without + "'" ZQ_MONITOR_TOOL "' " + arguments);
     }
+    /// What goes before a command line so that it may not bind ports below 1024; nothing where all may, and no network
+    /// of its own can be had, in which that is so.
+    [[nodiscard]] std::optional<std::string> without_low_ports() const
+    {
+        const bool is_root = geteuid() == 0;
+        const std::string network = is_root ? "unshare -n " : "unshare -rn ";
+        const std::string right = "setpriv --bounding-set=-net_bind_service ";
+        if (shell(network + right + "true").exit_code == 0)
+            return network + right;
+        unsigned first_of_all = 0;
+        std::ifstream("/proc/sys/net/ipv4/ip_unprivileged_port_start") >> first_of_all;
+        if (first_of_all <= low_port)
+            return std::nullopt;
+        return is_root ? right : std::string();
+    }
+
+    static constexpr unsigned low_port = 80;
+
     void make_unreadable(const std::string& name) const
     {
         std::filesystem::permissions(folder / name, std::filesystem::perms::none);
@@ -51,6 +71,27 @@ TEST_F(BadInput, AFileOfEventsThatMayNotBeWrittenIsTold)
     const auto refused = run_without_privileges("--events events A=" + on_port(support::free_port()));
     EXPECT_EQ(refused.exit_code, 1);
     EXPECT_EQ(refused.text, "zq-monitor: events: Permission denied\n");
+}
+
+TEST_F(BadInput, APageOnALowPortWithoutTheRightEndsItWithTheReason)
+{
+    const auto without = without_low_ports();
+    if (!without)
+        GTEST_SKIP() << "everybody may bind port " << low_port << " here";
+    const auto refused = shell(*without + "'" ZQ_MONITOR_TOOL "' --http 0.0.0.0:80 A=udp://:5000");
+    EXPECT_EQ(refused.exit_code, 1);
+    EXPECT_EQ(refused.text, "zq-monitor: cannot listen on 0.0.0.0:80: Permission denied\n");
+}
+
+TEST_F(BadInput, AStreamOnALowPortWithoutTheRightIsClosedWithTheReason)
+{
+    const auto without = without_low_ports();
+    if (!without)
+        GTEST_SKIP() << "everybody may bind port " << low_port << " here";
+    const auto told = shell(*without + "'" ZQ_MONITOR_TOOL "' --json A=udp://:80 | head -n 1");
+    const auto stream = nlohmann::json::parse(told.text);
+    EXPECT_EQ(stream["state"], "closed");
+    EXPECT_EQ(stream["fault"], "cannot receive on 0.0.0.0:80: Permission denied");
 }
 
 TEST_F(BadInput, StreamsThatCannotBeOpenedAreToldAndTheOthersGoOn)
