@@ -73,6 +73,17 @@ TEST_F(BadInput, AFileOfEventsThatMayNotBeWrittenIsTold)
     EXPECT_EQ(refused.text, "zq-monitor: events: Permission denied\n");
 }
 
+TEST_F(BadInput, AFileWithoutStreamsIsAFaultAtTheStartAndForACheck)
+{
+    std::ofstream(folder / "list.toml") << "[defaults]\nlabels = { site = \"north\" }\n";
+    const auto started = shell("'" ZQ_MONITOR_TOOL "' --streams list.toml");
+    EXPECT_EQ(started.exit_code, 1);
+    EXPECT_EQ(started.text, "zq-monitor: list.toml: there is no [[stream]]\n");
+    const auto checked = shell("'" ZQ_MONITOR_TOOL "' --streams list.toml --check");
+    EXPECT_EQ(checked.exit_code, 1);
+    EXPECT_EQ(checked.text, "list.toml: there is no [[stream]]\n");
+}
+
 TEST_F(BadInput, APageOnALowPortWithoutTheRightEndsItWithTheReason)
 {
     const auto without = without_low_ports();
