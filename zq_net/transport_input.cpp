@@ -35,6 +35,7 @@ reorder_window::limits limits_for(std::size_t legs)
 
 bool transport_input::open(const input_settings& settings)
 {
+    m_place.leave();
     m_settings = settings;
     if (!settings.waits)
         m_settings.batch_time = 0;
@@ -61,6 +62,7 @@ bool transport_input::open(const input_settings& settings)
     m_pacing = read_pacing::for_buffer(m_legs.front().figures.buffer_got);
     if (m_settings.waits && m_settings.batch_time == 0)
         m_place.join();
+    m_in_a_crowd = crowd::is_there();
     return true;
 }
 
@@ -136,6 +138,8 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
     look_at_packets();
     follow_interfaces();
     publish(now);
+    // From the next rest on, so that batch_wait() can be looked at before.
+    m_in_a_crowd = crowd::is_there();
     if (read == result::failed)
         return read;
     return m_pieces.empty() ? result::nothing : result::data;

@@ -78,7 +78,7 @@ public:
     [[nodiscard]] std::size_t wanted_slots() const
     {
         const std::size_t legs = m_settings.legs.size();
-        return std::max(m_burst.next(), std::min(m_pacing.expected(patience()), most_slots / legs)) * legs;
+        return std::max(m_burst.next(), std::min(m_pacing.expected(how_patient()), most_slots / legs)) * legs;
     }
     [[nodiscard]] std::size_t wanted_slot_size() const { return m_slot_size; }
 
@@ -95,12 +95,13 @@ public:
     /// True since a datagram of RTP was seen.
     [[nodiscard]] bool sees_rtp() const { return m_sees_rtp; }
     /// How long a datagram may lie unread for others to come, in nanoseconds: the batch time, or the rest that a dense
-    /// stream is given without one, which is longer in a crowd; 0 where receive() does not wait.
+    /// stream is given without one, which is longer in a crowd; 0 where receive() does not wait. It changes in open()
+    /// and receive() only, and holds from then on.
     [[nodiscard]] std::uint64_t batch_wait() const
     {
         if (m_settings.batch_time > 0)
             return m_settings.batch_time * ms;
-        return m_settings.waits ? patience().longest_rest : 0;
+        return m_settings.waits ? how_patient().longest_rest : 0;
     }
     /// How long a packet may wait for those before it, in nanoseconds.
     [[nodiscard]] std::uint64_t reorder_wait() const;
@@ -110,9 +111,9 @@ public:
 private:
     bool open_sockets();
     result wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size);
-    [[nodiscard]] static read_pacing::patience patience()
+    [[nodiscard]] const read_pacing::patience& how_patient() const
     {
-        return crowd::is_there() ? read_pacing::in_a_crowd : read_pacing::alone;
+        return m_in_a_crowd ? read_pacing::in_a_crowd : read_pacing::alone;
     }
     bool rest();
     void wait_for_any();
@@ -148,8 +149,9 @@ private:
     std::size_t m_looked_at_bytes = 0; // of the piece behind them
     burst_size m_burst{most_slots};    // of one leg
     read_pacing m_pacing;
-    crowd::member m_place;   // in the crowd, while open and waiting without a batch time
-    bool m_has_more = false; // the last read ended where its memory did
+    crowd::member m_place;     // in the crowd, while open and waiting without a batch time
+    bool m_in_a_crowd = false; // as of the last receive()
+    bool m_has_more = false;   // the last read ended where its memory did
     std::size_t m_slot_size = 7 * ts_packet_size;
     std::size_t m_read = 0; // datagrams of this receive()
     std::uint64_t m_last_arrival = 0;

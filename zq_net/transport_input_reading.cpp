@@ -83,7 +83,7 @@ bool transport_input::rest()
 {
     if (m_settings.batch_time > 0 || !m_settings.waits || m_has_more)
         return true;
-    const std::uint64_t rest = m_pacing.rest(patience());
+    const std::uint64_t rest = m_pacing.rest(how_patient());
     if (rest > ms)
         return wait_until(next_tick(rest));
     if (rest > 0) {

@@ -47,6 +47,7 @@ std::shared_ptr<GstBufferPool> create_net_buffer_pool(std::uint32_t size, std::u
                                                       std::uint32_t max_buffers)
 {
     // Not deactivated on release, unlike a pool of downstream's; that is meant.
+    // Nothing is allocated ahead, though a minimum is told; that is meant.
     std::shared_ptr<GstBufferPool> pool{zq_warm_buffer_pool_new(), gst_object_unref};
     auto limits = zq_own_pool_limits({size, min_buffers, max_buffers});
     // GStreamer refuses a minimum above the maximum, and would leave the pool without size and limit.

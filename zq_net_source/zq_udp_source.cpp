@@ -11,6 +11,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -236,7 +237,8 @@ int zq_udp_source::receive(zq_net::datagram_reader& reader, unsigned char* memor
     if (descriptor < 0)
         return 0;
     const auto read = [&] {
-        const std::size_t asked = m_burst.next();
+        const std::size_t gathered = std::min(m_pacing.expected(zq_net::read_pacing::hasty), most_at_once);
+        const std::size_t asked = std::max(m_burst.next(), gathered);
         errno = 0;
         const int received = reader.read(descriptor, memory, slot_size, asked, false);
         m_more = asked > 1 && received == static_cast<int>(asked);

@@ -25,7 +25,7 @@ struct instance_class
     GstBufferPoolClass parent_class;
 };
 
-GstBufferPoolClass* parent_class = nullptr;
+GstBufferPoolClass* base_class = nullptr;
 
 warm_buffers& warm_of(GstBufferPool* pool) { return *reinterpret_cast<instance*>(pool)->warm; }
 
@@ -40,13 +40,16 @@ gboolean start(GstBufferPool* pool)
     return TRUE;
 }
 
-/// Nobody acquires or releases any more.
 gboolean stop(GstBufferPool* pool)
 {
-    for (GstBuffer* const buffer : warm_of(pool).buffers)
-        parent_class->release_buffer(pool, buffer);
-    warm_of(pool).buffers.clear();
-    return parent_class->stop(pool);
+    std::vector<GstBuffer*> buffers;
+    {
+        const std::lock_guard lock{warm_of(pool).mutex};
+        buffers.swap(warm_of(pool).buffers);
+    }
+    for (GstBuffer* const buffer : buffers)
+        base_class->release_buffer(pool, buffer);
+    return base_class->stop(pool);
 }
 
 GstFlowReturn acquire_buffer(GstBufferPool* pool, GstBuffer** buffer, GstBufferPoolAcquireParams* params)
@@ -61,7 +64,7 @@ GstFlowReturn acquire_buffer(GstBufferPool* pool, GstBuffer** buffer, GstBufferP
         }
         ++warm.waiting;
     }
-    const GstFlowReturn result = parent_class->acquire_buffer(pool, buffer, params);
+    const GstFlowReturn result = base_class->acquire_buffer(pool, buffer, params);
     const std::lock_guard lock{warm.mutex};
     --warm.waiting;
     return result;
@@ -80,20 +83,19 @@ void release_buffer(GstBufferPool* pool, GstBuffer* buffer)
             return;
         }
     }
-    parent_class->release_buffer(pool, buffer);
+    base_class->release_buffer(pool, buffer);
 }
 
 void finalize(GObject* object)
 {
-    // The parent's finalize would stop it, too late for the buffers here.
-    gst_buffer_pool_set_active(GST_BUFFER_POOL_CAST(object), FALSE);
-    delete reinterpret_cast<instance*>(object)->warm;
-    G_OBJECT_CLASS(parent_class)->finalize(object);
+    warm_buffers* const warm = reinterpret_cast<instance*>(object)->warm;
+    G_OBJECT_CLASS(base_class)->finalize(object); // which stops it
+    delete warm;
 }
 
 void class_init(gpointer type_class, gpointer)
 {
-    parent_class = static_cast<GstBufferPoolClass*>(g_type_class_peek_parent(type_class));
+    base_class = static_cast<GstBufferPoolClass*>(g_type_class_peek_parent(type_class));
     G_OBJECT_CLASS(type_class)->finalize = finalize;
     auto* const pool_class = reinterpret_cast<GstBufferPoolClass*>(type_class);
     pool_class->start = start;

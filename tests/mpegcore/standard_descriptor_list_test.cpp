@@ -286,9 +286,10 @@ TEST(StandardDescriptorList, WritesBackEveryLoopOfRandomDescriptors)
 
 TEST(StandardDescriptorList, SurvivesRandomContentInExactBlocks)
 {
+    constexpr unsigned count = ZQ_FOREIGN ? 2000 : 20000; // AddressSanitizer is who sees the end of a block
     std::mt19937 random(12);
     for (const auto type : all_standard)
-        for (unsigned round = 0; round < zqtest::rounds(20000); ++round) {
+        for (unsigned round = 0; round < count; ++round) {
             Bytes bytes(random() % 120);
             for (unsigned char& byte : bytes)
                 byte = static_cast<unsigned char>(random() % (round % 2 == 0 ? 256 : 12));

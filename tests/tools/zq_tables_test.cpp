@@ -259,6 +259,20 @@ TEST_F(Tables, EndsWellWhenItIsAskedToEnd)
                   "ended with 0\n");
 }
 
+TEST_F(Tables, EndsWellWhenItIsAskedToEndWhileNothingComes)
+{
+    for (const std::string signal : {"INT", "TERM"}) {
+        const std::uint16_t port = support::free_port();
+        char listens[16];
+        std::snprintf(listens, sizeof listens, ":%04X ", static_cast<unsigned>(port));
+        EXPECT_EQ(shell(std::string(program) + " --sections udp://127.0.0.1:" + std::to_string(port) +
+                        " & while kill -0 $! && ! grep -q '" + listens +
+                        "' /proc/net/udp; do sleep 0.02; done; kill -s " + signal + " $!; wait $!; echo ended with $?")
+                      .text,
+                  "ended with 0\n");
+    }
+}
+
 TEST_F(Tables, NamesWhatFails)
 {
     write_file("text.ts", Bytes(5000, 'x'));

@@ -35,6 +35,12 @@ struct crowd_of
         EXPECT_TRUE(inputs.back()->open(settings)) << inputs.back()->error();
     }
     transport_input& first() const { return *inputs.front(); }
+    void receive_one()
+    {
+        support::udp_sender{"127.0.0.1", first().address().port()}.send(pattern(1316));
+        std::vector<unsigned char> memory(2 * 2048);
+        EXPECT_EQ(first().receive(memory.data(), 1, 2048), result::data);
+    }
 
     support::watchdog guard;
     std::vector<std::unique_ptr<transport_input>> inputs;
@@ -47,8 +53,23 @@ TEST(InputInACrowd, MayLetADatagramLieForEightMillisecondsInPlaceOfOne)
     crowd_of all{enough - 1};
     EXPECT_EQ(all.first().batch_wait(), 1 * ms);
     all.join();
+    EXPECT_EQ(all.inputs.back()->batch_wait(), 8 * ms);
+    EXPECT_EQ(all.first().batch_wait(), 1 * ms) << "until it has received, so that what it says holds";
+    all.receive_one();
     EXPECT_EQ(all.first().batch_wait(), 8 * ms);
     all.inputs.back()->close();
+    all.receive_one();
+    EXPECT_EQ(all.first().batch_wait(), 1 * ms);
+}
+
+TEST(InputInACrowd, IsNoneOfItAnyMoreWhenItIsOpenedAnewWithABatchTime)
+{
+    crowd_of all{enough};
+    zq_net::input_settings other;
+    other.batch_time = 1;
+    other.legs.push_back({"127.0.0.1", support::free_port(), "", {}, 0});
+    ASSERT_TRUE(all.inputs.back()->open(other));
+    all.receive_one();
     EXPECT_EQ(all.first().batch_wait(), 1 * ms);
 }
 
@@ -71,6 +92,7 @@ TEST(InputInACrowd, TakesSeveralDatagramsOfAModestStreamAtOnceAndLosesNone)
     const crowd_of all{enough};
     const support::udp_sender to{"127.0.0.1", all.first().address().port()};
     constexpr unsigned count = 300;
+    const auto begin = std::chrono::steady_clock::now();
     auto sending = std::async(std::launch::async, [&] {
         // By the clock, so that on a busy machine the pace is the same.
         auto due = std::chrono::steady_clock::now();
@@ -94,6 +116,8 @@ TEST(InputInACrowd, TakesSeveralDatagramsOfAModestStreamAtOnceAndLosesNone)
         sent.insert(sent.end(), datagram.begin(), datagram.end());
     }
     EXPECT_EQ(out, sent);
+    if (std::chrono::steady_clock::now() - begin > count * std::chrono::milliseconds{2})
+        GTEST_SKIP() << "what a busy machine sent was too thin";
     EXPECT_LT(reads, count * 2 / 3) << "one alone takes each as it comes";
 }
 

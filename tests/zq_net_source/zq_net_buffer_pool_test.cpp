@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <malloc.h>
+
 namespace zq_net_buffer_pool_test
 {
 struct configured
@@ -73,6 +75,21 @@ TEST(DownstreamPoolLimits, TurnAMaximumOfZeroInto30)
 {
     expect_limits(zq_downstream_pool_limits({4096, 2, 0}), 4096, 2, 30);
     expect_limits(zq_downstream_pool_limits({4096, 2, 5}), 4096, 2, 5);
+}
+
+TEST(OwnPool, AllocatesABufferWhenOneIsAskedFor)
+{
+    std::shared_ptr<GstBufferPool> pool;
+    const auto taken = [](const auto& action) {
+        const auto before = mallinfo2();
+        action();
+        const auto behind = mallinfo2();
+        return behind.hblkhd + behind.uordblks - before.hblkhd - before.uordblks;
+    };
+    EXPECT_LT(taken([&] { pool = create_net_buffer_pool(0, 0, 0); }), zq_least_buffer_size);
+    GstBuffer* buffer = nullptr;
+    EXPECT_LT(taken([&] { gst_buffer_pool_acquire_buffer(pool.get(), &buffer, nullptr); }), 2 * zq_least_buffer_size);
+    gst_buffer_unref(buffer);
 }
 
 TEST(OwnPool, IsActiveWithoutCapsAndHandsOutBuffersOfItsSize)

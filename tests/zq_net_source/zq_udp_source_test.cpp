@@ -83,14 +83,18 @@ TEST(UdpReceiver, LetsADenseStreamGatherBeforeItReadsOn)
     ASSERT_TRUE(source.open("127.0.0.1", port, ""));
     const udp_sender sender{"127.0.0.1", port};
     const auto datagram = pattern(1316);
-    auto next = std::chrono::steady_clock::now();
+    const auto begin = std::chrono::steady_clock::now();
+    auto next = begin;
     for (unsigned i = 0; i < count; ++i, next += 40us) {
         while (std::chrono::steady_clock::now() < next) {
         }
         sender.send(datagram);
     }
+    const auto took = std::chrono::steady_clock::now() - begin;
     EXPECT_TRUE(eventually([&] { return received == count; }));
     source.close();
+    if (took > count * 60us)
+        GTEST_SKIP() << "what a busy machine sent was not dense";
     EXPECT_LT(sleeps, count / 2) << "one waits for each as long as nobody lets them gather";
 }
 

@@ -1,11 +1,18 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "zq_net_source/zq_warm_buffer_pool.h"
 
+#include "support/watchdog.h"
+
 #include <gtest/gtest.h>
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <fstream>
 #include <future>
 #include <memory>
 #include <set>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -31,6 +38,15 @@ GstBuffer* taken_at_once(const std::shared_ptr<GstBufferPool>& pool)
     GstBuffer* buffer = nullptr;
     gst_buffer_pool_acquire_buffer(pool.get(), &buffer, &params);
     return buffer;
+}
+
+bool sleeps(pid_t thread)
+{
+    std::ifstream stat{"/proc/self/task/" + std::to_string(thread) + "/stat"};
+    std::string line;
+    std::getline(stat, line);
+    const auto name_end = line.rfind(") ");
+    return name_end != std::string::npos && line.compare(name_end + 2, 1, "S") == 0;
 }
 
 TEST(WarmBufferPool, HandsOutTheBufferThatCameBackLast)
@@ -174,10 +190,13 @@ TEST(WarmBufferPool, EndsTheWaitForABufferWhenItIsFlushed)
 {
     const auto pool = active_pool(1);
     GstBuffer* const held = taken_at_once(pool);
+    std::promise<pid_t> id;
     std::thread waiting{[&] {
         GstBuffer* buffer = nullptr;
+        id.set_value(static_cast<pid_t>(::syscall(SYS_gettid)));
         EXPECT_EQ(gst_buffer_pool_acquire_buffer(pool.get(), &buffer, nullptr), GST_FLOW_FLUSHING);
     }};
+    EXPECT_TRUE(support::eventually([thread = id.get_future().get()] { return sleeps(thread); }));
     gst_buffer_pool_set_flushing(pool.get(), TRUE);
     waiting.join();
     gst_buffer_unref(held);

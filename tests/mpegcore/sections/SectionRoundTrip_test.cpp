@@ -109,14 +109,18 @@ Bytes by_key(Bytes section)
     return zqtest::with_crc(ordered);
 }
 
+std::vector<TableClass>::const_iterator class_of(const Section& section)
+{
+    return std::find_if(classes.begin(), classes.end(), [id = section.bytes[0]](const TableClass& one) {
+        return one.first_table_id <= id && id <= one.last_table_id;
+    });
+}
+
 void expect_to_be_read_and_rendered(const std::vector<Section>& sections)
 {
     for (const auto& section : sections) {
-        const auto is_of = [id = section.bytes[0]](const TableClass& one) {
-            return one.first_table_id <= id && id <= one.last_table_id;
-        };
-        const auto found = std::find_if(classes.begin(), classes.end(), is_of);
-        if (found == classes.end())
+        const auto found = class_of(section);
+        if (found == classes.end()) // a private table
             continue;
         EXPECT_EQ(found->read_and_rendered(section.bytes), by_key(section.bytes))
             << "table_id " << +section.bytes[0] << " on PID " << section.PID;
@@ -204,9 +208,14 @@ TEST(SectionRoundTrip, OfBuiltStreamsIsWhole)
 TEST(SectionRoundTrip, OfEveryDescriptorByTheStandardsIsWhole)
 {
     using each = descriptor_classes<LoopOfEach>;
-    expect_round_trips(each::sections(ZQDescriptorType::Standard, 0x40, 0xF));
-    expect_round_trips(each::sections(ZQDescriptorType::StandardAIT, 0x74, 0xF));
-    expect_round_trips(each::sections(ZQDescriptorType::StandardSCTE35, 0xFC, 0x3));
+    for (const auto& sections : {each::sections(ZQDescriptorType::Standard, 0x40, 0xF),
+                                 each::sections(ZQDescriptorType::StandardAIT, 0x74, 0xF),
+                                 each::sections(ZQDescriptorType::StandardSCTE35, 0xFC, 0x3)})
+    {
+        for (const auto& section : sections)
+            ASSERT_NE(class_of(section), classes.end());
+        expect_round_trips(sections);
+    }
 }
 
 TEST(SectionRoundTrip, OfRecordedStreamsIsWhole)
