@@ -152,6 +152,9 @@ private:
     crowd::member m_place;     // in the crowd, while open and waiting without a batch time
     bool m_in_a_crowd = false; // as of the last receive()
     bool m_has_more = false;   // the last read ended where its memory did
+    bool m_flowing = false;
+    bool m_anew = false; // for the next bytes: something is missing in front of them
+    std::atomic<bool> m_sees_rtp{false};
     std::size_t m_slot_size = 7 * ts_packet_size;
     std::size_t m_read = 0; // datagrams of this receive()
     std::uint64_t m_last_arrival = 0;
@@ -159,11 +162,8 @@ private:
     std::uint64_t m_interval_start = 0;
     std::uint64_t m_interval_bytes = 0;
     std::uint64_t m_bit_rate = 0;
-    bool m_flowing = false;
-    bool m_anew = false;                        // for the next bytes: something is missing in front of them
     std::uint64_t m_begun_from = 0;             // the last m_fresh_from that took effect
     std::atomic<std::uint64_t> m_fresh_from{0}; // by real_time(): what came before is dropped
-    std::atomic<bool> m_sees_rtp{false};
 
     std::mutex m_mutex;
     std::atomic<bool> m_interrupted{false};
