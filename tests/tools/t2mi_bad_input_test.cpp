@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "support/Encapsulated.h"
+#include "support/rounds.h"
 
 #include <gmock/gmock.h>
 
@@ -137,7 +138,7 @@ TEST_P(Damage, ByLongRunsWithoutAStartIsContained)
     check();
 }
 
-INSTANTIATE_TEST_SUITE_P(OfSeed, Damage, testing::Range(1U, 26U));
+INSTANTIATE_TEST_SUITE_P(OfSeed, Damage, testing::Range(1U, 26U, zqtest::stride(5)));
 
 /// The rules for one frame after the other, in the plainest words.
 std::vector<Bytes> expected_packets(const std::vector<Frame>& frames)

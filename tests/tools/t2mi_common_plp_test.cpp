@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <set>
+
 namespace t2mi_common_plp_test
 {
 using namespace zqtest;
@@ -59,10 +61,11 @@ protected:
 TEST_P(CommonPlp, IsMergedIntoEachDataPlp)
 {
     const Bytes stream = encapsulated();
-    const auto simple = packets_of(decapsulated_stream(stream, 1).transport_stream());
+    const auto packets = packets_of(decapsulated_stream(stream, 1).transport_stream());
+    const std::set<Bytes> simple(packets.begin(), packets.end());
     for (unsigned slot = 0; slot < slots; ++slot)
         if (is_from_common[1][slot]) {
-            ASSERT_EQ(std::count(simple.begin(), simple.end(), original[1][slot]), 0);
+            ASSERT_EQ(simple.count(original[1][slot]), 0U);
         }
     const auto out = demultiplexed(
         stream, [](auto& d) { d.set_merge_common_PLPs(true); }, 1316);

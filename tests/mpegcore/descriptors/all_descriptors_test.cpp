@@ -2,6 +2,7 @@
 // What holds for every descriptor class.
 #include "support/descriptor_loops.h"
 #include "support/descriptor_registry.h"
+#include "support/rounds.h"
 #include "support/syntax_walks.h"
 
 #include <gmock/gmock.h>
@@ -225,8 +226,8 @@ TEST_P(EveryDescriptor, ReportsAWriterThatIsTooSmallAndFillsIt)
 TEST_P(EveryDescriptor, WritesBackWhatItConsumedOfRandomContent)
 {
     std::mt19937 random(20240117);
-    int whole = 0;
-    for (int round = 0; round < 3000; ++round) {
+    unsigned whole = 0;
+    for (unsigned round = 0; round < zqtest::rounds(3000); ++round) {
         Bytes bytes(2 + random() % 254);
         // Small values make lengths inside the body fit now and then.
         const unsigned limit = random() % 2 == 0 ? 256 : 6;
@@ -244,7 +245,7 @@ TEST_P(EveryDescriptor, WritesBackWhatItConsumedOfRandomContent)
         bytes.resize(bytes.size() - reader.availableBytes());
         ASSERT_EQ(written(*d), bytes);
     }
-    EXPECT_GT(whole, 500);
+    EXPECT_GT(whole, 500 / zqtest::stride(20)); // a tenth of the tries may by chance have less than a tenth
 }
 
 TEST(DescriptorRegistry, HoldsEachClassOnce)

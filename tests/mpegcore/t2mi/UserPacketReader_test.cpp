@@ -2,6 +2,7 @@
 #include "mpegcore/t2mi/UserPacketReader.h"
 
 #include "support/BasebandFrames.h"
+#include "support/rounds.h"
 
 #include <gmock/gmock.h>
 
@@ -153,7 +154,7 @@ protected:
 TEST_P(EveryFormat, ComesOutAsItWentInWhereverTheFramesCut)
 {
     std::mt19937 random(7);
-    for (unsigned round = 0; round < 10; ++round) {
+    for (unsigned round = 0; round < zqtest::rounds(10); ++round) {
         BasebandSender sender(format);
         std::vector<Bytes> sent;
         Reading reading;
@@ -182,7 +183,7 @@ TEST_P(EveryFormat, ComesOutAsItWentInWhereverTheFramesCut)
 TEST_P(EveryFormat, NeverGivesAPacketThatWasNotWholeWhenFramesAreLost)
 {
     std::mt19937 random(8);
-    for (unsigned round = 0; round < 10; ++round) {
+    for (unsigned round = 0; round < zqtest::rounds(10); ++round) {
         BasebandSender sender(format);
         std::vector<Bytes> sent;
         Reading reading;
@@ -219,7 +220,7 @@ TEST_P(EveryFormat, SurvivesAnyBitsInTheHeaderAndTheData)
         sender.add(packet(number));
     const Bytes good = sender.frame(1000, 20);
     Reading reading;
-    for (unsigned round = 0; round < 1000; ++round) {
+    for (unsigned round = 0; round < zqtest::rounds(1000); ++round) {
         Bytes bad = good;
         for (unsigned flips = random() % 4; flips != 0; --flips)
             bad[random() % (random() % 2 == 0 ? 9 : bad.size())] = static_cast<unsigned char>(random());
