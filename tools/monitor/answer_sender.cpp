@@ -35,11 +35,15 @@ void close_behind_the_answer(int socket)
 }
 
 answer_sender::answer_sender(std::size_t places, clock::duration write_time)
-    : m_most(std::max<std::size_t>(places, 1)),
-      m_write_time(write_time),
-      m_wake(new_eventfd()),
-      m_thread([this] { run(); })
-{}
+    : m_most(std::max<std::size_t>(places, 1)), m_write_time(write_time), m_wake(new_eventfd())
+{
+    try {
+        m_thread = std::thread([this] { run(); });
+    } catch (...) {
+        ::close(m_wake);
+        throw;
+    }
+}
 
 answer_sender::~answer_sender()
 {
@@ -88,9 +92,13 @@ bool answer_sender::admit()
     for (auto& next : came) {
         if (m_places.size() >= m_most)
             cut_off_the_stillest();
-        auto given = next.make();
-        const auto now = clock::now();
-        m_places.push_back({next.socket, std::move(given), now + m_write_time, now});
+        try {
+            auto given = next.make();
+            const auto now = clock::now();
+            m_places.push_back({next.socket, std::move(given), now + m_write_time, now});
+        } catch (...) { // want of memory, say: this one gets nothing
+            ::close(next.socket);
+        }
     }
     return has_ended;
 }

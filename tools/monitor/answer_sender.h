@@ -33,8 +33,8 @@ public:
     answer_sender(const answer_sender&) = delete;
     answer_sender& operator=(const answer_sender&) = delete;
 
-    /// Takes over a stream socket, to which what `make` gives is sent. The sender's thread calls it. Of more than
-    /// `places` that come at once, the last ones stay.
+    /// Takes over a stream socket, to which what `make` gives is sent. The sender's thread calls it; where it throws,
+    /// the socket is closed. Of more than `places` that come at once, the last ones stay.
     void take(int socket, std::function<answer()> make);
 
 private:

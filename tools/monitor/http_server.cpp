@@ -226,11 +226,17 @@ bool http_server::start(const http_address& address)
         return false;
     }
     m_server->lengthen_queue();
-    m_server->prepare();
-    m_server->listener = std::thread([this] {
-        m_server->listen_after_bind();
-        m_server->has_ended = true;
-    });
+    try {
+        m_server->prepare();
+        m_server->listener = std::thread([this] {
+            m_server->listen_after_bind();
+            m_server->has_ended = true;
+        });
+    } catch (const std::system_error& no_thread) {
+        m_server->finish();
+        m_error = std::string("cannot serve: ") + no_thread.what();
+        return false;
+    }
     return true;
 }
 

@@ -115,13 +115,25 @@ void tell_tables(text_lines& lines, const snapshot& seen)
     }
 }
 
+const char* word_of(event::kind what)
+{
+    switch (what) {
+    case event::kind::begin:
+        return " begin ";
+    case event::kind::end:
+        return " end   ";
+    case event::kind::note:
+        break;
+    }
+    return " note  ";
+}
+
 void tell_events(text_lines& lines, const std::string& stream, const std::deque<event>& events)
 {
-    const std::array<const char*, 3> kinds{" begin ", " end   ", " note  "};
     for (auto told = events.rbegin(); told != events.rend(); ++told)
         if (told->stream == stream)
-            lines.push_back(iso_time(told->time) + kinds.at(static_cast<std::size_t>(told->what)) + told->check + ' ' +
-                            told->name + ' ' + told->text);
+            lines.push_back(iso_time(told->time) + word_of(told->what) + told->check + ' ' + told->name + ' ' +
+                            told->text);
 }
 } // namespace
 

@@ -76,8 +76,10 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t columns)
     bool has_words = false;
     std::string_view left = std::string_view(whole.shown).substr(begin);
     while (!left.empty()) {
-        const auto word = cut_to(left.substr(0, left.find(' ')), std::string::npos);
-        if (used + (has_words ? 1 : 0) + word.columns <= columns) {
+        // No more of it than a line, so that a long one takes no longer than its lines.
+        const std::size_t size = std::min(left.find(' '), left.size());
+        const auto word = cut_to(left.substr(0, size), columns);
+        if (word.bytes == size && used + (has_words ? 1 : 0) + word.columns <= columns) {
             line += (has_words ? " " : "") + word.shown;
             used += (has_words ? 1 : 0) + word.columns;
             has_words = true;

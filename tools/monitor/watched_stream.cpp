@@ -167,7 +167,7 @@ std::shared_ptr<const snapshot> watched_stream::look(const moment& now)
     auto seen = std::make_shared<snapshot>();
     seen->time = now.real;
     seen->clock = now.clock;
-    seen->fault = m_fault;
+    seen->fault = m_is_open ? m_input.follow_error() : m_fault;
     look_at_input(*seen, now);
     look_at_contents(*seen);
     look_at_T2MI(*seen);

@@ -8,6 +8,7 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -39,6 +40,13 @@ public:
     {
         pollfd waited{m_socket, POLLIN, 0};
         return poll(&waited, 1, 0) > 0;
+    }
+    /// Bytes that came and were not received.
+    [[nodiscard]] int unreceived() const
+    {
+        int size = 0;
+        (void)::ioctl(m_socket, FIONREAD, &size);
+        return size;
     }
     /// What comes up to the end, or until `enough` stands in it.
     [[nodiscard]] std::string receive(std::string_view enough = {}) const

@@ -100,7 +100,12 @@ TEST_F(HttpCrowd, WhoAsksForMetricsAndDoesNotReadThemGivesWayToTheNext)
     std::deque<connection> still;
     for (int count = 0; count < 5; ++count) {
         still.emplace_back(port).send(ask_for_metrics);
-        ASSERT_TRUE(eventually([&] { return still.back().has_answer(); }));
+        // Until nothing more fits between the two.
+        ASSERT_TRUE(eventually([&] {
+            const int before = still.back().unreceived();
+            std::this_thread::sleep_for(std::chrono::milliseconds{50});
+            return before > 0 && still.back().unreceived() == before;
+        }));
     }
     // In place of the last but one of these, in one of two places.
     EXPECT_EQ(body_of(ask(port, "/metrics")).size(), large);
