@@ -122,6 +122,15 @@ std::optional<network_interface> find_interface(const std::string& name_or_addre
     return found ? found : network_interface{index, std::nullopt};
 }
 
+bool interface_has(const std::string& name, const ip_address& address)
+{
+    return first_interface(address.family(),
+                           [&](const char* its_name, const ip_address& its_address) {
+                               return name == its_name && its_address.same_host(address);
+                           })
+        .has_value();
+}
+
 std::optional<network_interface> interface_towards(const ip_address& target)
 {
     const int probe = ::socket(target.family(), SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);

@@ -56,6 +56,8 @@ struct network_interface
 
 /// By its name or by one of its addresses. Nothing when this host has none such.
 [[nodiscard]] std::optional<network_interface> find_interface(const std::string& name_or_address, int family);
+/// Whether the interface of this name has the address, be it its first one or another.
+[[nodiscard]] bool interface_has(const std::string& name, const ip_address& address);
 /// The one that the routing table chooses for what is sent to `target`.
 [[nodiscard]] std::optional<network_interface> interface_towards(const ip_address& target);
 } // namespace zq_net

@@ -205,6 +205,9 @@ bool udp_socket::follow_interface(udp_socket& fresh, std::string& error) const
     std::string missing;
     if (!is_open() || !depends_on_interface() || !present.choose_address(missing) || !present.choose_interface(missing))
         return false;
+    // IPv6 lists the newest one first, a temporary one each day; what is sent comes to the one there was.
+    if (m_has_interface_address && interface_has(m_settings.interface, m_address))
+        return false;
     const unsigned index = present.m_interface_index;
     if (is_multicast() ? index == 0 || index == m_interface_index : present.m_address.same_host(m_address))
         return false;

@@ -190,6 +190,22 @@ TEST(FollowInterfaceUnicast, ReceivesOnTheAddressThatANamedInterfaceHasNow)
     EXPECT_EQ(to.rejoins(), 1U);
 }
 
+TEST(FollowInterfaceUnicast, StaysOnTheAddressThatANamedInterfaceStillHasWhenItGetsANewerOne)
+{
+    const made_interface interface;
+    if (!interface.has_ipv6())
+        GTEST_SKIP() << "needs a network of its own with IPv6, and the program ip";
+    listening to{"::", "zq0"};
+    to.group = interface.ipv6(); // to send to
+    to.receive(1);
+    ASSERT_TRUE(interface.add_ipv6("2001:db8::6"));
+    for (int looks = 0; looks < 4; ++looks)
+        EXPECT_EQ(to.input.receive(to.memory.data(), 2, 1316), zq_net::transport_input::result::nothing);
+    EXPECT_EQ(to.rejoins(), 0U);
+    to.receive(2);
+    EXPECT_EQ(to.received, pattern(1316, 2));
+}
+
 TEST(FollowInterfaceWithoutRights, TellsWhyItCannotAndGoesOnWhenItCan)
 {
     auto interface = std::make_unique<made_interface>();
