@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-namespace
+namespace bits_target
 {
 using Reader = ZQSDK::ZQBSReaderT<unsigned char*>;
 using Writer = ZQSDK::ZQBSWriterT<unsigned char*>;
@@ -214,7 +214,6 @@ void crc_against_bytewise(std::size_t offset, input in)
     require(mpegcore::crc32_mpeg2(bytes.data + cut, size - cut, mpegcore::crc32_mpeg2(bytes.data, cut, start)) ==
             expected);
 }
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -237,3 +236,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     return 0;
 }
+} // namespace bits_target

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace
+namespace descriptors_target
 {
 using namespace mpegcore;
 using Reader = ZQSDK::ZQBSReaderT<unsigned char*>;
@@ -106,7 +106,6 @@ struct Classes
 {
     static void read(unsigned char* data, std::size_t size) { (read_class_of_tag<T>(data, size), ...); }
 };
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t size)
 {
@@ -120,3 +119,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
         read_list(type, data, size);
     return 0;
 }
+} // namespace descriptors_target

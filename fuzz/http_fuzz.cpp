@@ -15,7 +15,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-namespace
+namespace http_target
 {
 void require(bool holds)
 {
@@ -85,7 +85,6 @@ void check(std::string_view text, bool is_GET)
     const auto type = header(head, "Content-Type");
     require(type.substr(0, 9) != "text/html" || body.substr(0, 15) == "<!DOCTYPE html>");
 }
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -99,3 +98,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         check(text, request.substr(0, 4) == "GET ");
     return 0;
 }
+} // namespace http_target

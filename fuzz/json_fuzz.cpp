@@ -11,7 +11,7 @@
 #include <iterator>
 #include <vector>
 
-namespace
+namespace json_target
 {
 using namespace mpegcore;
 using zqfuzz::RepairedSection;
@@ -72,7 +72,6 @@ struct Targets
                                   print_section};
 };
 using targets = table_classes<Targets>;
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -82,3 +81,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     targets::all[section.pick](section);
     return 0;
 }
+} // namespace json_target

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-namespace
+namespace monitor_target
 {
 using zqtest::Bytes;
 
@@ -101,7 +101,6 @@ private:
     std::uint64_t m_now = 1;
     std::array<std::uint8_t, mpegcore::pid_count> m_counters{};
 };
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -117,3 +116,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     watched.check();
     return 0;
 }
+} // namespace monitor_target

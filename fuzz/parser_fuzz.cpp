@@ -15,7 +15,7 @@
 #include <memory>
 #include <vector>
 
-namespace
+namespace parser_target
 {
 using namespace mpegcore;
 
@@ -231,7 +231,6 @@ void feed(Parser& parser, const std::vector<unsigned char>& stream, std::size_t 
     require(consumed + parser.m_carry == stream.size());
     require(parser.begun == parser.ended && 188 * parser.begun <= consumed);
 }
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -253,3 +252,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(standard->sum == standard_anew->sum);
     return 0;
 }
+} // namespace parser_target

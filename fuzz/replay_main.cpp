@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
-// Runs a fuzz target over files and the files of folders, without a fuzzer.
+// Runs a fuzz target over files and the files of folders, without a fuzzer: fuzz_replay TARGET FILE_OR_FOLDER...
+#include "fuzz/replay_target.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -8,9 +10,8 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <string_view>
 #include <vector>
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace
 {
@@ -28,7 +29,7 @@ std::vector<fs::path> files_under(const fs::path& path)
     return files;
 }
 
-bool replay(const fs::path& path)
+bool replay(const zqfuzz::replay_target& target, const fs::path& path)
 {
     std::ifstream file(path, std::ios::binary);
     const std::vector<char> bytes{std::istreambuf_iterator<char>(file), {}};
@@ -39,17 +40,25 @@ bool replay(const fs::path& path)
     // A block of exactly this size, so that a sanitizer sees one byte too many.
     const std::unique_ptr<std::uint8_t[]> block(new std::uint8_t[bytes.size()]);
     std::copy(bytes.begin(), bytes.end(), block.get());
-    LLVMFuzzerTestOneInput(block.get(), bytes.size());
+    target.take(block.get(), bytes.size());
     return true;
 }
 } // namespace
 
 int main(int argc, char** argv)
 {
+    const std::string_view name = argc > 1 ? argv[1] : "";
+    const auto& targets = zqfuzz::replay_targets();
+    const auto target =
+        std::find_if(targets.begin(), targets.end(), [name](const auto& each) { return each.name == name; });
+    if (target == targets.end()) {
+        std::fprintf(stderr, "there is no target \"%.*s\"\n", static_cast<int>(name.size()), name.data());
+        return 1;
+    }
     std::size_t replayed = 0;
-    for (int at = 1; at < argc; ++at)
+    for (int at = 2; at < argc; ++at)
         for (const auto& file : files_under(argv[at])) {
-            if (!replay(file))
+            if (!replay(*target, file))
                 return 1;
             ++replayed;
         }

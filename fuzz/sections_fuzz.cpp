@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <vector>
 
-namespace
+namespace sections_target
 {
 using zqtest::Bytes;
 
@@ -135,7 +135,6 @@ private:
     std::size_t m_index = 0;
     std::vector<zqtest::ModelSection> m_sections;
 };
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -157,3 +156,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::abort();
     return 0;
 }
+} // namespace sections_target

@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-namespace
+namespace splice_target
 {
 using Bytes = std::vector<unsigned char>;
 using mpegcore::CSpliceInfoSection;
@@ -51,7 +51,6 @@ void require_to_render(CSpliceInfoSection& table, const Bytes& section, std::siz
     require(table.RenderTable() && table.used == section.size() - lost);
     require(lost != 0 || std::equal(section.begin(), section.end(), table.buffer));
 }
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -72,3 +71,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require_to_render(copy, section, lost);
     return 0;
 }
+} // namespace splice_target

@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-namespace
+namespace t2mi_demux_target
 {
 using mpegcore::T2MIDemultiplexer;
 using t2mi_fuzz::require;
@@ -78,7 +78,6 @@ std::uint32_t result_of(const std::vector<unsigned char>& stream, std::size_t pi
     listener.finish();
     return listener.sum();
 }
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -96,3 +95,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(result_of(stream, 1 + size % 600, data[0]) == whole);
     return 0;
 }
+} // namespace t2mi_demux_target

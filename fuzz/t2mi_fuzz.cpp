@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-namespace
+namespace t2mi_target
 {
 using namespace t2mi_fuzz;
 
@@ -66,7 +66,6 @@ void feed(checking_decapsulator& decapsulator, const std::vector<unsigned char>&
     if (at < stream.size())
         decapsulator.Process(block.get() + at, stream.size() - at);
 }
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -89,3 +88,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     feed(decapsulator, program.stream, piece);
     return 0;
 }
+} // namespace t2mi_target

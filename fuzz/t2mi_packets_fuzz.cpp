@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-namespace
+namespace t2mi_packets_target
 {
 using mpegcore::T2MIDemultiplexer;
 
@@ -39,7 +39,6 @@ void repair_frame(std::vector<unsigned char>& packet)
     header[5] = static_cast<unsigned char>(DFL);
     header[9] = static_cast<unsigned char>(mpegcore::crc8_dvb(header, 9) ^ (header[9] & 1U));
 }
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -94,3 +93,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     demultiplexer->finish();
     return 0;
 }
+} // namespace t2mi_packets_target

@@ -10,7 +10,7 @@
 #include <memory>
 #include <type_traits>
 
-namespace
+namespace tables_target
 {
 using namespace mpegcore;
 
@@ -70,7 +70,6 @@ struct Targets
     static constexpr target all[]{read_and_render<Tables>...};
 };
 using targets = table_classes<Targets>;
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -80,3 +79,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     targets::all[section.pick](section.bytes.data(), section.size);
     return 0;
 }
+} // namespace tables_target

@@ -7,7 +7,7 @@
 
 #include <cstdlib>
 
-namespace
+namespace text_target
 {
 using namespace mpegcore;
 
@@ -33,7 +33,6 @@ void require_clean_utf8(const std::string& text)
     }
     require(again == text);
 }
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t size)
 {
@@ -53,3 +52,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
     require(to_utf8(from_utf8(kept, unmarked), unmarked) == kept);
     return 0;
 }
+} // namespace text_target

@@ -96,8 +96,13 @@ void CBasePID::release_if_silent(bool keeps_unit)
     had_packet = had_packet == heard || had_packet == heard_since_give_up ? heard_since_give_up : 0;
     if (was_heard) {
         constexpr std::size_t longest_PES_packet = 6 + 0xFFFF;
-        if (started != 0 && collecting->size > longest_PES_packet && ++sweeps >= most_sweeps)
+        if (started == 0 || collecting->size <= longest_PES_packet)
+            return;
+        ++sweeps;
+        if (sweeps >= (collecting->size > long_unit ? most_sweeps_of_a_long_unit : most_sweeps)) {
             discard_unit();
+            release_idle(); // nobody waits for the unit in front of it
+        }
         return;
     }
     if (keeps_unit)

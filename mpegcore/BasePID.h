@@ -21,8 +21,8 @@ class PayloadUnitBudget;
 /// first size; collecting begins afresh with the next unit start. When the budget runs short, the unit completed last
 /// is gone as well. Where a parser keeps the PID, both buffers are given back when it had no packet for long, and a
 /// unit without an end is discarded: one of more than 64 kB, which only video may have, that goes on for
-/// `most_sweeps` times as long. An error that sets payload_unit_start_indicator begins such a unit on a PID without
-/// any.
+/// `most_sweeps` times as long, and one of more than 1 MB that goes on for twice as long. An error that sets
+/// payload_unit_start_indicator begins such a unit on a PID without any.
 ///
 /// One cache line each: a multiplex visits many of them in no order.
 class alignas(64) CBasePID
@@ -30,7 +30,8 @@ class alignas(64) CBasePID
 public:
     static constexpr std::size_t first_capacity = 4095;
     static constexpr std::size_t max_unit_size = std::size_t{16} << 20;
-    static constexpr std::uint8_t most_sweeps = 16;
+    static constexpr std::uint8_t most_sweeps = 16, most_sweeps_of_a_long_unit = 2;
+    static constexpr std::size_t long_unit = std::size_t{1} << 20;
 
     CBasePID() { CBasePID::clear(); }
     virtual ~CBasePID();

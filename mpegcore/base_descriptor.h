@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/BlockAllocator.h"
 #include "mpegcore/descriptors/DescriptorPlace.h"
+#include "mpegcore/syntax/BlockAllocator.h"
 #include "mpegcore/syntax/FieldPrinter.h"
 #include "zqsdk/ZQAlignMemory.h"
 #include "zqsdk/ZQBSReader.h"

@@ -2,8 +2,8 @@
 #pragma once
 // The virtual operations of typed_descriptor. They stand apart from the class, so that only what includes this compiles
 // the walks through a descriptor's fields: the list, and whoever has a descriptor class of their own.
-#include "mpegcore/BlockAllocator.h"
 #include "mpegcore/base_descriptor.h"
+#include "mpegcore/syntax/BlockAllocator.h"
 #include "mpegcore/syntax/Syntax.h"
 
 #include <memory>

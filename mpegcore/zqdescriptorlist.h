@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/BlockAllocator.h"
 #include "mpegcore/base_descriptor.h"
 #include "mpegcore/descriptors/DescriptorRegistry.h"
+#include "mpegcore/syntax/BlockAllocator.h"
 #include "zqsdk/ZQBSReader.h"
 #include "zqsdk/ZQBSWriter.h"
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "zq_net/continuity_check.h"
 
+#include <tuple>
+
 namespace zq_net
 {
 namespace
@@ -8,6 +10,24 @@ namespace
 constexpr std::size_t packet_size = 188;
 constexpr unsigned null_PID = 0x1FFF;
 } // namespace
+
+std::uint8_t& continuity_check::last_of(unsigned PID)
+{
+    constexpr unsigned together = std::tuple_size_v<some_PIDs>;
+    std::unique_ptr<some_PIDs>& its = m_last[PID / together];
+    if (!its) {
+        its = std::make_unique<some_PIDs>();
+        its->fill(unknown);
+    }
+    return (*its)[PID % together];
+}
+
+void continuity_check::forget()
+{
+    for (const auto& some : m_last)
+        if (some)
+            some->fill(unknown);
+}
 
 void continuity_check::look_at(const unsigned char* packets, std::size_t size)
 {
@@ -19,7 +39,7 @@ void continuity_check::look_at(const unsigned char* packets, std::size_t size)
         const unsigned PID = (packet[1] & 0x1FU) << 8 | packet[2];
         if (PID == null_PID)
             continue;
-        std::uint8_t& last = m_last[PID];
+        std::uint8_t& last = last_of(PID);
         const auto counter = static_cast<std::uint8_t>(packet[3] & 0x0F);
         // The usual packet: payload, and the counter follows.
         if ((packet[3] & 0x10) != 0 && counter == ((last + 1) & 0x0F) && last < repeated)

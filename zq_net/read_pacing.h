@@ -23,7 +23,7 @@ public:
         std::size_t enough;         ///< rests for no more
     };
     static constexpr patience alone{ms, 4, plenty};
-    static constexpr patience in_a_crowd{8 * ms, 2, 6};
+    static constexpr patience in_a_crowd{8 * ms, 2, 3};
     static_assert(in_a_crowd.longest_rest == 8 * ms, "a power of two of milliseconds, see rest()");
     static constexpr patience hasty{2 * ms / 5, 4, plenty};
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
-#include "mpegcore/BlockAllocator.h"
+#include "mpegcore/syntax/BlockAllocator.h"
 
 #include <cstddef>
 

@@ -53,8 +53,7 @@ class TheContainerfile(Deployment):
             self.assertIn(given, [*options, "CMAKE_BUILD_TYPE"])
         target = re.search(r"--target (\w+)", command)[1]
         cmake = (ROOT / "tools/monitor/CMakeLists.txt").read_text()
-        self.assertIn(f"set_target_properties({target} PROPERTIES OUTPUT_NAME {TOOL.name})", cmake)
-        self.assertIn(f"install(TARGETS {target} ", cmake)
+        self.assertIn(f"zq_add_tool({target.removesuffix('_tool')} {TOOL.name})", cmake)
 
     def test_it_takes_the_program_from_where_it_is_built(self):
         built = "/build/" + os.path.relpath(TOOL, BUILD_FOLDER)

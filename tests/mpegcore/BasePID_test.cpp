@@ -256,6 +256,42 @@ TEST_F(Pid, KeepsLongUnitsThatEndAndShortOnesThatDoNotForAsLongAsTheyLast)
     EXPECT_EQ(pid.collecting->size, 356U * 184);
 }
 
+/// Begins a unit of more than a megabyte.
+void begin_long_unit(CBasePID& pid, Bytes& payload)
+{
+    for (unsigned count = 0; count < 5700; ++count)
+        pid.putPacket(packet(payload, count == 0));
+}
+
+TEST_F(Pid, DiscardsAUnitOfMoreThanAMegabyteThatOutlastsTwoSweeps)
+{
+    begin_long_unit(pid, first);
+    go_on(pid, first, 1);
+    EXPECT_EQ(pid.collecting->size, 5701U * 184);
+    go_on(pid, first, 1);
+    EXPECT_EQ(pid.collecting->size, 0U);
+    EXPECT_EQ(pid.collecting->capacity, 4095U);
+}
+
+TEST_F(Pid, KeepsUnitsOfMoreThanAMegabyteThatEndInBetween)
+{
+    for (unsigned unit = 0; unit < 3; ++unit) {
+        begin_long_unit(pid, first);
+        go_on(pid, first, 1);
+        EXPECT_EQ(pid.collecting->size, 5701U * 184);
+    }
+}
+
+TEST_F(Pid, GivesBackTheUnitInFrontOfOneThatItDiscards)
+{
+    begin_long_unit(pid, first);
+    begin_long_unit(pid, first);
+    EXPECT_GT(pid.completed->capacity, 4095U);
+    go_on(pid, first, 2);
+    EXPECT_EQ(pid.collecting->capacity, 4095U);
+    EXPECT_EQ(pid.completed->capacity, 4095U);
+}
+
 TEST_F(Pid, TakesAPlainPacketAsItTakesAnyOther)
 {
     Bytes plain = {0x47, 0x01, 0x00, 0x1D};

@@ -130,12 +130,14 @@ TEST(ReadPacing, RestsInACrowdWhereASecondOneComesInEightMilliseconds)
     EXPECT_EQ(to.expected(), 4U) << "half as many again as the two that are likely, and one";
 }
 
-TEST(ReadPacing, RestsInACrowdForNoMoreThanSixAndForEvenPartsOfEightMilliseconds)
+TEST(ReadPacing, RestsInACrowdForNoMoreThanThreeAndForEvenPartsOfEightMilliseconds)
 {
-    EXPECT_EQ(in_a_crowd(1400 * us).rest(), 8 * ms);
-    EXPECT_EQ(in_a_crowd(1300 * us).rest(), 4 * ms) << "six come in 7.8 ms";
-    EXPECT_EQ(in_a_crowd(700 * us).rest(), 4 * ms);
-    EXPECT_EQ(in_a_crowd(600 * us).rest(), 2 * ms);
+    EXPECT_EQ(in_a_crowd(2700 * us).rest(), 8 * ms);
+    EXPECT_EQ(in_a_crowd(2600 * us).rest(), 4 * ms) << "three come in 7.8 ms";
+    EXPECT_EQ(in_a_crowd(1400 * us).rest(), 4 * ms);
+    EXPECT_EQ(in_a_crowd(1300 * us).rest(), 2 * ms);
+    EXPECT_EQ(in_a_crowd(700 * us).rest(), 2 * ms);
+    EXPECT_EQ(in_a_crowd(600 * us).rest(), 1 * ms);
 }
 
 TEST(ReadPacing, RestsForADenseStreamInACrowdAsForOneAlone)
@@ -148,10 +150,10 @@ TEST(ReadPacing, RestsForADenseStreamInACrowdAsForOneAlone)
 
 TEST(ReadPacing, RestsInACrowdForNoMoreThanTheSocketHasRoomFor)
 {
-    stream to = in_a_crowd(ms);
+    stream to = in_a_crowd(1400 * us);
     EXPECT_EQ(to.rest(), 4 * ms);
-    to.pacing = read_pacing{3};
-    to.flow(1, ms);
+    to.pacing = read_pacing{2};
+    to.flow(1, 1400 * us);
     EXPECT_EQ(to.rest(), 2 * ms);
     to.pacing = read_pacing{1};
     to.flow(1, ms);

@@ -27,8 +27,8 @@ using testing::Not;
 class on_terminal
 {
 public:
-    on_terminal(unsigned short columns, unsigned short rows, const char* kind,
-                const std::vector<std::string>& more = {})
+    explicit on_terminal(unsigned short columns = 80, unsigned short rows = 10, const char* kind = "xterm",
+                         const std::vector<std::string>& more = {})
     {
         winsize size{};
         size.ws_col = columns;
@@ -81,6 +81,13 @@ public:
         m_child = 0;
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
+    /// By its key; it gives the terminal back. The exit code.
+    int quit()
+    {
+        press("q");
+        EXPECT_TRUE(shows("\033[?25h\033[?1049l"));
+        return exit_code();
+    }
     [[nodiscard]] const std::string& shown() const { return m_shown; }
 
 private:
@@ -104,19 +111,17 @@ private:
 TEST(MonitorTerminal, DrawsTheTableInPlaceAndGivesTheTerminalBack)
 {
     const support::watchdog watchdog;
-    on_terminal program(80, 10, "xterm");
+    on_terminal program;
     EXPECT_TRUE(program.shows("> News     silent"));
     EXPECT_TRUE(program.shows("  Sport    closed"));
     EXPECT_THAT(program.shown(), testing::StartsWith("\033[?1049h\033[?25l"));
-    program.press("q");
-    EXPECT_TRUE(program.shows("\033[?25h\033[?1049l"));
-    EXPECT_EQ(program.exit_code(), 0);
+    EXPECT_EQ(program.quit(), 0);
 }
 
 TEST(MonitorTerminal, ArrowsChooseAStreamAndEnterShowsIt)
 {
     const support::watchdog watchdog;
-    on_terminal program(80, 10, "xterm");
+    on_terminal program;
     ASSERT_TRUE(program.shows("> News"));
     program.press("\033[B");
     EXPECT_TRUE(program.shows("> Sport"));
@@ -126,14 +131,13 @@ TEST(MonitorTerminal, ArrowsChooseAStreamAndEnterShowsIt)
     program.forget();
     program.press("\033[D");
     EXPECT_TRUE(program.shows("> Sport"));
-    program.press("q");
-    EXPECT_EQ(program.exit_code(), 0);
+    EXPECT_EQ(program.quit(), 0);
 }
 
 TEST(MonitorTerminal, KeysAreReadOneByOneAndTheRestStaysAsItWas)
 {
     const support::watchdog watchdog;
-    on_terminal program(80, 10, "xterm");
+    on_terminal program;
     const termios before = program.settings();
     ASSERT_TRUE(program.shows("> News"));
     const termios drawn = program.settings();
@@ -153,7 +157,7 @@ TEST(MonitorTerminal, KeysAreReadOneByOneAndTheRestStaysAsItWas)
 TEST(MonitorTerminal, TheKeyForInterruptsEndsTheProgram)
 {
     const support::watchdog watchdog;
-    on_terminal program(80, 10, "xterm");
+    on_terminal program;
     ASSERT_TRUE(program.shows("> News"));
     program.press("\003");
     EXPECT_TRUE(program.shows("\033[?25h\033[?1049l"));
@@ -163,23 +167,20 @@ TEST(MonitorTerminal, TheKeyForInterruptsEndsTheProgram)
 TEST(MonitorTerminal, IsNotLeftAsItIsByAnyKey)
 {
     const support::watchdog watchdog;
-    on_terminal program(80, 10, "xterm");
+    on_terminal program;
     ASSERT_TRUE(program.shows("> News"));
     program.press("\x1A\x1C"); // to stop, to abort
     program.forget();
     EXPECT_TRUE(program.shows("> News"));
-    program.press("q");
-    EXPECT_TRUE(program.shows("\033[?25h\033[?1049l"));
-    EXPECT_EQ(program.exit_code(), 0);
+    EXPECT_EQ(program.quit(), 0);
 }
 
 TEST(MonitorTerminal, TwentyColumnsAreEnough)
 {
     const support::watchdog watchdog;
-    on_terminal program(20, 4, "xterm");
+    on_terminal program(20, 4);
     EXPECT_TRUE(program.shows("> News     silent   \033[K"));
-    program.press("q");
-    EXPECT_EQ(program.exit_code(), 0);
+    EXPECT_EQ(program.quit(), 0);
 }
 
 TEST(MonitorTerminal, OneThatCannotMoveItsCursorGetsLines)
@@ -193,7 +194,7 @@ TEST(MonitorTerminal, OneThatCannotMoveItsCursorGetsLines)
 TEST(MonitorTerminal, OneThatGoesAwayEndsTheProgram)
 {
     const support::watchdog watchdog;
-    on_terminal program(80, 10, "xterm");
+    on_terminal program;
     ASSERT_TRUE(program.shows("> News"));
 }
 } // namespace zq_monitor_terminal_test
