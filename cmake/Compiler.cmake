@@ -35,13 +35,6 @@ if(ZQ_SANITIZE)
     add_link_options(-fsanitize=${ZQ_SANITIZE})
 endif()
 
-# For code that is compiled for longer than it runs: the checks of each access through a pointer are more than a third of
-# what clang++ writes at -O0. AddressSanitizer sees a null pointer that is used, and nothing there packs its fields.
-set(ZQ_FEWER_CHECKS)
-if(ZQ_SANITIZE MATCHES "undefined")
-    set(ZQ_FEWER_CHECKS -fno-sanitize=null,alignment)
-endif()
-
 # The library is instrumented too, so that the fuzzer sees its branches; the targets link the fuzzer themselves.
 if(ZQ_LIBFUZZER)
     add_compile_options(-fsanitize=fuzzer-no-link)

@@ -24,7 +24,7 @@ public:
     };
     static constexpr patience alone{ms, 4, plenty};
     static constexpr patience in_a_crowd{8 * ms, 2, 3};
-    static_assert(in_a_crowd.longest_rest == 8 * ms, "a power of two of milliseconds, see rest()");
+    static_assert(in_a_crowd.longest_rest % (4 * ms) == 0, "rest() halves it down to two milliseconds");
     static constexpr patience hasty{2 * ms / 5, 4, plenty};
 
     /// Rests until `most` datagrams have come on average; not at all for less than a handful.

@@ -69,7 +69,7 @@ TEST_F(HttpCrowd, ProbesAndMetricsAreAnsweredHoweverManyKeepItBusy)
     EXPECT_THAT(ask(port, "/metrics", "POST"), StartsWith("HTTP/1.1 503 "));
 }
 
-TEST_F(HttpCrowd, AHEADOfThemIsAnsweredWithoutABody)
+TEST_F(HttpCrowd, ARequestForTheHeadIsAnsweredWithoutABody)
 {
     fill();
     for (const char* const path : {"/healthz", "/metrics"}) {
