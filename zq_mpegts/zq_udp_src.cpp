@@ -117,13 +117,10 @@ void zq_udp_src::unlock_stop()
     m_input.resume();
 }
 
-bool zq_udp_src::have_memory()
+bool zq_udp_src::get_memory()
 {
     const std::size_t slots = m_input.wanted_slots();
     const std::size_t slot_size = m_input.wanted_slot_size();
-    if (m_memory.buffer != nullptr && m_memory.slots >= slots && m_memory.slot_size == slot_size)
-        return true;
-    drop_memory();
     GstBuffer* const buffer = gst_buffer_new_allocate(nullptr, slots * slot_size, nullptr);
     if (buffer == nullptr)
         return false;
@@ -148,9 +145,11 @@ void zq_udp_src::drop_memory()
 GstFlowReturn zq_udp_src::create(GstBuffer*& buffer)
 {
     for (;;) {
-        if (!have_memory())
+        drop_memory();
+        m_input.rest();
+        if (!get_memory())
             return GST_FLOW_ERROR;
-        switch (m_input.receive(m_memory.map.data, m_input.wanted_slots(), m_memory.slot_size)) {
+        switch (m_input.receive(m_memory.map.data, m_memory.slots, m_memory.slot_size)) {
         case transport_input::result::interrupted:
             m_discont = true;
             return GST_FLOW_FLUSHING;

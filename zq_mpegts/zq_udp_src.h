@@ -63,7 +63,7 @@ private:
         std::size_t slot_size = 0;
     };
 
-    bool have_memory();
+    bool get_memory();
     void drop_memory();
     GstBuffer* take_whole(const zq_net::piece& piece);
     GstBuffer* gather(std::size_t& next);
@@ -82,7 +82,7 @@ private:
     GstBaseSrc* m_element;
     zq_net::transport_input m_input;
     zq_udp_src_settings m_settings;
-    memory m_memory; // to receive into
+    memory m_memory; // to receive into, not while others gather
     std::atomic<GstClockTime> m_last_time{0};
     bool m_discont = true;
     std::atomic<std::uint64_t> m_latency{0};

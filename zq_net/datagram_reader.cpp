@@ -28,11 +28,12 @@ std::uint64_t time_of(clockid_t clock)
 }
 
 /// What the kernel tells beside a datagram: its stamp, for which the time now stands without one, and drops, if any.
-void take_details(msghdr& header, datagram_reader::datagram& taken)
+void take_details(const msghdr& header, datagram_reader::datagram& taken)
 {
     taken.arrival = 0;
     taken.dropped_before = 0;
-    for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part)) {
+    for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr;
+         part = CMSG_NXTHDR(const_cast<msghdr*>(&header), part)) {
         if (part->cmsg_level != SOL_SOCKET)
             continue;
         if (part->cmsg_type == SCM_TIMESTAMPNS) {
@@ -67,24 +68,28 @@ datagram_reader::datagram_reader(std::size_t most, std::size_t largest, details 
     : m_most{most}, m_largest{largest}, m_details{wanted}, m_long{map(most * largest), unmap{most * largest}}
 {}
 
-void datagram_reader::make_room(std::size_t count)
+hot_spares<datagram_reader::desk> datagram_reader::spare_desks;
+
+void datagram_reader::desk::make_room(std::size_t count)
 {
-    m_messages.assign(count, mmsghdr{});
-    m_parts.resize(count);
-    m_datagrams.resize(count);
-    if (m_details == details::all) {
-        m_senders.resize(count);
-        m_controls.resize(count);
-    }
+    messages.assign(count, mmsghdr{});
+    parts.resize(count);
+    senders.resize(count);
+    controls.resize(count);
+    datagrams.resize(count);
     for (std::size_t i = 0; i < count; ++i) {
-        msghdr& header = m_messages[i].msg_hdr;
-        header.msg_iov = m_parts[i].data();
+        msghdr& header = messages[i].msg_hdr;
+        header.msg_iov = parts[i].data();
         header.msg_iovlen = 2;
-        if (m_details == details::none)
-            continue;
-        header.msg_name = &m_senders[i];
-        header.msg_control = m_controls[i].bytes.data();
+        header.msg_name = &senders[i];
+        header.msg_control = controls[i].bytes.data();
     }
+}
+
+void datagram_reader::release()
+{
+    if (m_desk != nullptr)
+        spare_desks.give(std::move(m_desk));
 }
 
 int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_size, std::size_t count, bool wait,
@@ -92,23 +97,26 @@ int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_si
 {
     count = std::min(count, most() - std::min(kept, most()));
     slot_size = std::min(slot_size, m_largest);
-    if (count > m_messages.size())
-        make_room(count);
+    if (m_desk == nullptr)
+        m_desk = spare_desks.take();
+    if (count > m_desk->messages.size())
+        m_desk->make_room(count);
+    auto& messages = m_desk->messages;
     unsigned char* const whole = m_long.get() + kept * m_largest;
     for (std::size_t i = 0; i < count; ++i) {
-        msghdr& header = m_messages[i].msg_hdr;
+        msghdr& header = messages[i].msg_hdr;
         header.msg_namelen = m_details == details::all ? sizeof(sockaddr_storage) : 0;
         header.msg_controllen = m_details == details::all ? sizeof(control) : 0;
-        m_parts[i][0] = {memory + i * slot_size, slot_size};
-        m_parts[i][1] = {whole + i * m_largest + slot_size, m_largest - slot_size};
+        m_desk->parts[i][0] = {memory + i * slot_size, slot_size};
+        m_desk->parts[i][1] = {whole + i * m_largest + slot_size, m_largest - slot_size};
     }
-    const int received = ::recvmmsg(socket, m_messages.data(), static_cast<unsigned>(count),
+    const int received = ::recvmmsg(socket, messages.data(), static_cast<unsigned>(count),
                                     wait ? MSG_WAITFORONE : MSG_DONTWAIT, nullptr);
     if (received < 0)
         return errno == EAGAIN || errno == EINTR ? 0 : -1;
     for (std::size_t i = 0; i < static_cast<std::size_t>(received); ++i) {
         // A socket that was shut down gives empty messages from nobody.
-        if (m_details == details::all && m_messages[i].msg_hdr.msg_namelen == 0)
+        if (m_details == details::all && messages[i].msg_hdr.msg_namelen == 0)
             return static_cast<int>(i);
         take(i, memory + i * slot_size, slot_size, whole + i * m_largest);
     }
@@ -117,19 +125,19 @@ int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_si
 
 void datagram_reader::take(std::size_t index, unsigned char* slot, std::size_t slot_size, unsigned char* whole)
 {
-    msghdr& header = m_messages[index].msg_hdr;
-    datagram& taken = m_datagrams[index];
-    taken.size = m_messages[index].msg_len;
+    const mmsghdr& message = m_desk->messages[index];
+    datagram& taken = m_desk->datagrams[index];
+    taken.size = message.msg_len;
     taken.data = slot;
     if (taken.size > slot_size) {
         taken.data = whole;
         std::memcpy(taken.data, slot, slot_size);
     }
-    taken.truncated = (header.msg_flags & MSG_TRUNC) != 0;
+    taken.truncated = (message.msg_hdr.msg_flags & MSG_TRUNC) != 0;
     if (m_details == details::none)
         return;
-    take_details(header, taken);
-    taken.sender = &m_senders[index];
-    taken.sender_size = header.msg_namelen;
+    take_details(message.msg_hdr, taken);
+    taken.sender = &m_desk->senders[index];
+    taken.sender_size = message.msg_hdr.msg_namelen;
 }
 } // namespace zq_net

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #pragma once
+#include "zq_net/hot_spares.h"
 #include "zq_net/ip_address.h"
 
 #include <sys/socket.h>
@@ -51,8 +52,10 @@ public:
     [[nodiscard]] int read(int socket, unsigned char* memory, std::size_t slot_size, std::size_t count, bool wait,
                            std::size_t kept = 0);
 
-    /// Of the last read(), valid until the next one.
-    [[nodiscard]] const datagram& operator[](std::size_t index) const { return m_datagrams[index]; }
+    /// Of the last read(), valid until the next one or release().
+    [[nodiscard]] const datagram& operator[](std::size_t index) const { return m_desk->datagrams[index]; }
+    /// Lends what it needs for a read to others until the next one. The bytes of the last one stay where they are.
+    void release();
     [[nodiscard]] std::size_t most() const { return m_most; }
 
 private:
@@ -65,19 +68,25 @@ private:
     {
         std::array<unsigned char, 64> bytes;
     };
+    /// What a read is told and tells, for as many messages as were asked for in one call so far.
+    struct desk
+    {
+        std::vector<mmsghdr> messages;
+        std::vector<std::array<iovec, 2>> parts;
+        std::vector<sockaddr_storage> senders;
+        std::vector<control> controls;
+        std::vector<datagram> datagrams;
 
-    void make_room(std::size_t count);
+        void make_room(std::size_t count);
+    };
+    static hot_spares<desk> spare_desks;
+
     void take(std::size_t index, unsigned char* slot, std::size_t slot_size, unsigned char* whole);
 
     std::size_t m_most;
     std::size_t m_largest;
     details m_details;
     std::unique_ptr<unsigned char, unmap> m_long; // m_largest bytes for each message, untouched until one is needed
-    // For as many messages as were asked for in one call so far.
-    std::vector<mmsghdr> m_messages;
-    std::vector<std::array<iovec, 2>> m_parts;
-    std::vector<sockaddr_storage> m_senders;
-    std::vector<control> m_controls;
-    std::vector<datagram> m_datagrams;
+    std::unique_ptr<desk> m_desk;                 // null: lent
 };
 } // namespace zq_net

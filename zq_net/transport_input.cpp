@@ -49,7 +49,7 @@ bool transport_input::open(const input_settings& settings)
     m_continuity = {};
     m_senders = {};
     m_not_ts = m_interval_start = m_bit_rate = m_begun_from = 0;
-    m_sees_rtp = m_flowing = false;
+    m_sees_rtp = m_flowing = m_rested = m_ran_dry = false;
     {
         const std::lock_guard lock{m_mutex};
         m_legs.clear();
@@ -127,6 +127,8 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
         begin_anew();
     }
     const auto read = wait_and_read(memory, slots, slot_size);
+    for (input_leg& leg : m_legs)
+        leg.reader.release();
     if (m_interrupted)
         return result::interrupted;
     const std::uint64_t now = m_read > 0 ? m_last_arrival : real_time();

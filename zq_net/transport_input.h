@@ -54,6 +54,7 @@ public:
         failed,      ///< error() says why
     };
     static constexpr std::size_t most_slots = 64;
+    static constexpr std::size_t slots_in_silence = 2; ///< for a leg
     /// Datagrams that a packet out of order waits for at most, and nanoseconds.
     static constexpr std::uint64_t reorder_wait_one_leg = 20'000'000;
     static constexpr std::uint64_t reorder_wait_two_legs = 50'000'000;
@@ -65,6 +66,10 @@ public:
     /// Why what an interface has become cannot be received on, which is tried again each second; empty when it can.
     [[nodiscard]] std::string follow_error() const;
 
+    /// Lets datagrams gather where that is worth it, as receive() begins with otherwise, so that the memory for it need
+    /// not be had meanwhile. A receive() behind a rest takes what came, and says so at once when nothing did; then
+    /// there is no rest until something does. interrupt() ends it.
+    void rest();
     /// Receives into `memory`, which has room for `slots` datagrams of `slot_size` bytes (for two legs at least two).
     /// What pieces() lend lies there or in the input itself, until the next call.
     [[nodiscard]] result receive(unsigned char* memory, std::size_t slots, std::size_t slot_size);
@@ -74,10 +79,13 @@ public:
     /// True when the last receive() filled the memory that it had for a leg, so that there may be more.
     [[nodiscard]] bool has_more() const { return m_read > 0 && m_has_more; }
 
-    /// Room that the next receive() is best given: as many datagrams as are likely to be there, of the size they had.
+    /// Room that the next receive() is best given, behind a rest() if there is to be one: as many datagrams as are
+    /// likely to be there, of the size they had; few where it may wait for long.
     [[nodiscard]] std::size_t wanted_slots() const
     {
         const std::size_t legs = m_settings.legs.size();
+        if (!m_rested && !is_worth_a_rest() && m_read <= 1)
+            return std::min(m_burst.next(), slots_in_silence) * legs;
         return std::max(m_burst.next(), std::min(m_pacing.expected(how_patient()), most_slots / legs)) * legs;
     }
     [[nodiscard]] std::size_t wanted_slot_size() const { return m_slot_size; }
@@ -115,7 +123,8 @@ private:
     {
         return m_in_a_crowd ? read_pacing::in_a_crowd : read_pacing::alone;
     }
-    bool rest();
+    [[nodiscard]] bool is_worth_a_rest() const;
+    bool let_gather();
     void wait_for_any();
     unsigned wait_limit(const input_leg& leg) const;
     bool wait_for_more();
@@ -153,7 +162,9 @@ private:
     bool m_in_a_crowd = false; // as of the last receive()
     bool m_has_more = false;   // the last read ended where its memory did
     bool m_flowing = false;
-    bool m_anew = false; // for the next bytes: something is missing in front of them
+    bool m_rested = false;  // since the last receive()
+    bool m_ran_dry = false; // nothing came in a rest, nor since
+    bool m_anew = false;    // for the next bytes: something is missing in front of them
     std::atomic<bool> m_sees_rtp{false};
     std::size_t m_slot_size = 7 * ts_packet_size;
     std::size_t m_read = 0; // datagrams of this receive()

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace zq_net
 {
@@ -47,12 +48,14 @@ unsigned transport_input::wait_limit(const input_leg& leg) const
 
 transport_input::result transport_input::wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size)
 {
-    if (!(m_flowing ? wait_for_more() : rest()))
+    const bool rested = std::exchange(m_rested, false);
+    if (!rested && is_worth_a_rest() && !let_gather())
         return result::interrupted;
     const std::uint64_t before = m_settings.batch_time > 0 ? real_time() : 0;
-    const bool blocks = m_settings.waits && m_legs.size() == 1 && m_merger.deadline() == reorder_window::never;
+    const bool waits = m_settings.waits && !rested;
+    const bool blocks = waits && m_legs.size() == 1 && m_merger.deadline() == reorder_window::never;
     // What came just when the wait ended is read all the same, so that nothing counts as lost that lies there unread.
-    if (!blocks && m_settings.waits)
+    if (waits && !blocks)
         wait_for_any();
     const std::size_t share = slots / m_legs.size();
     std::size_t longest = 0; // burst of a leg
@@ -74,22 +77,30 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
     m_burst.note(share, longest);
     m_pacing.note(m_read, m_last_arrival);
     m_has_more = longest == share;
+    m_ran_dry = m_read == 0 && (rested || m_ran_dry);
     m_flowing = m_settings.batch_time > 0 && m_read > 1 && m_read < slots;
     return good ? result::data : result::failed;
 }
 
-/// Lets more of a dense stream come, unless there is more already. False when interrupted.
-bool transport_input::rest()
+void transport_input::rest() { m_rested = !m_interrupted && !m_shut && is_worth_a_rest() && let_gather(); }
+
+bool transport_input::is_worth_a_rest() const
 {
-    if (m_settings.batch_time > 0 || !m_settings.waits || m_has_more)
-        return true;
+    if (m_settings.batch_time > 0)
+        return m_flowing;
+    return m_settings.waits && !m_has_more && !m_ran_dry && m_pacing.rest(how_patient()) > 0;
+}
+
+/// False when interrupted.
+bool transport_input::let_gather()
+{
+    if (m_flowing)
+        return wait_for_more();
     const std::uint64_t rest = m_pacing.rest(how_patient());
     if (rest > ms)
         return wait_until(next_tick(rest));
-    if (rest > 0) {
-        const timespec time{0, static_cast<long>(rest)};
-        ::clock_nanosleep(CLOCK_MONOTONIC, 0, &time, nullptr);
-    }
+    const timespec time{0, static_cast<long>(rest)};
+    ::clock_nanosleep(CLOCK_MONOTONIC, 0, &time, nullptr);
     return true;
 }
 

@@ -72,6 +72,28 @@ TEST(DatagramReader, GivesLongDatagramsWholeAndEmptyOnesToo)
     EXPECT_FALSE(to.reader[1].truncated);
 }
 
+TEST(DatagramReader, LeavesTheBytesWhereTheyAreWhenItLendsTheRestToOthers)
+{
+    stand to, other;
+    for (const std::size_t size : {188U, 65507U})
+        to.sender->send(pattern(size, 1));
+    ASSERT_EQ(to.read(4), 2);
+    const auto first = to.reader[0];
+    const auto second = to.reader[1];
+    to.reader.release();
+    for (const std::size_t size : {65507U, 188U})
+        other.sender->send(pattern(size, 2));
+    ASSERT_EQ(other.read(4), 2);
+    EXPECT_EQ(std::vector<unsigned char>(first.data, first.data + first.size), pattern(188, 1));
+    EXPECT_EQ(std::vector<unsigned char>(second.data, second.data + second.size), pattern(65507, 1));
+
+    to.reader.release();
+    to.sender->send(pattern(376, 3));
+    ASSERT_EQ(to.read(4), 1);
+    EXPECT_EQ(to.bytes(0), pattern(376, 3));
+    EXPECT_EQ(other.bytes(0), pattern(65507, 2));
+}
+
 TEST(DatagramReader, TellsWhatItHadToCut)
 {
     stand to;

@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: LGPL-2.1-or-later
+#include "zq_net/transport_input.h"
+
+#include "support/kernel_stamps.h"
+#include "support/net_sandbox.h"
+#include "support/udp_sender.h"
+#include "support/watchdog.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace resting_input_test
+{
+using support::pattern;
+using zq_net::transport_input;
+using result = transport_input::result;
+using bytes = std::vector<unsigned char>;
+
+/// An input with a batch time, and its sender.
+struct stand
+{
+    explicit stand(unsigned batch_time) : sender{"127.0.0.1", port}
+    {
+        zq_net::input_settings settings;
+        settings.batch_time = batch_time;
+        settings.legs.push_back({"127.0.0.1", port, "", {}, 0});
+        EXPECT_TRUE(input.open(settings)) << input.error();
+    }
+    void send(unsigned count) const
+    {
+        for (unsigned i = 0; i < count; ++i)
+            sender.send(pattern(1316, i));
+    }
+    result receive(std::size_t slots = transport_input::most_slots)
+    {
+        const auto got = input.receive(memory.data(), slots, 1316);
+        received = 0;
+        for (const auto& piece : input.pieces())
+            received += piece.size / 1316;
+        return got;
+    }
+    /// A few lie there: others will follow, for which it waits.
+    void flow()
+    {
+        send(3);
+        EXPECT_EQ(receive(), result::data);
+        EXPECT_EQ(received, 3U);
+    }
+
+    support::watchdog guard;
+    support::kernel_stamps stamps;
+    std::uint16_t port = support::free_port();
+    support::udp_sender sender;
+    transport_input input;
+    bytes memory = bytes(transport_input::most_slots * 1316);
+    std::size_t received = 0;
+};
+
+TEST(RestingInput, TakesWhatCameInTheRest)
+{
+    stand to{20};
+    to.flow();
+    std::thread other{[&] { to.send(5); }};
+    other.join();
+    to.input.rest();
+    EXPECT_EQ(to.receive(), result::data);
+    EXPECT_EQ(to.received, 5U);
+}
+
+TEST(RestingInput, SaysAtOnceThatNothingCame)
+{
+    stand to{1};
+    to.flow();
+    to.input.rest();
+    EXPECT_EQ(to.receive(), result::nothing);
+}
+
+TEST(RestingInput, WaitsForWhatEndsASilence)
+{
+    stand to{1};
+    to.flow();
+    to.input.rest();
+    EXPECT_EQ(to.receive(), result::nothing);
+    to.input.rest();
+    std::thread other{[&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds{20});
+        to.send(1);
+    }};
+    EXPECT_EQ(to.receive(), result::data);
+    EXPECT_EQ(to.received, 1U);
+    other.join();
+}
+
+TEST(RestingInput, WantsLittleRoomWhereItMayWaitForLong)
+{
+    stand to{1};
+    to.send(40);
+    EXPECT_EQ(to.receive(40), result::data);
+    EXPECT_EQ(to.input.wanted_slots(), transport_input::most_slots) << "there may be more";
+    to.send(10);
+    EXPECT_EQ(to.receive(), result::data);
+    to.input.rest();
+    EXPECT_EQ(to.input.wanted_slots(), transport_input::most_slots) << "it will not wait";
+    EXPECT_EQ(to.receive(), result::nothing);
+    to.input.rest();
+    EXPECT_EQ(to.input.wanted_slots(), transport_input::slots_in_silence);
+}
+
+TEST(RestingInput, IsInterruptedInTheRest)
+{
+    stand to{100'000};
+    to.flow();
+    std::thread other{[&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds{20});
+        to.input.interrupt();
+    }};
+    to.input.rest();
+    EXPECT_EQ(to.receive(), result::interrupted);
+    other.join();
+}
+
+TEST(RestingInput, DoesNotRestWhileItIsInterrupted)
+{
+    stand to{100'000};
+    to.flow();
+    to.input.interrupt();
+    to.input.rest();
+    EXPECT_EQ(to.receive(), result::interrupted);
+}
+} // namespace resting_input_test
