@@ -9,7 +9,7 @@ namespace
 {
 constexpr std::uint64_t ticks_to_ns(std::uint64_t ticks) { return ticks * 1000 / 27; }
 
-constexpr std::uint64_t step(std::uint64_t from, std::uint64_t to)
+constexpr std::uint64_t ticks_between(std::uint64_t from, std::uint64_t to)
 {
     return to >= from ? to - from : to + PCR_range - from;
 }
@@ -57,7 +57,7 @@ void PCRCheck::follow(std::uint64_t PCR, std::uint64_t now, const MonitorLimits&
     }
     if (!m_has_last || limits.PCR_step == 0)
         return;
-    const std::uint64_t passed = ticks_to_ns(step(m_figures.last, PCR));
+    const std::uint64_t passed = ticks_to_ns(ticks_between(m_figures.last, PCR));
     if (passed <= limits.PCR_step)
         return;
     checks.raise(Check::PCR_discontinuity_indicator_error, now, Finding::PCR_step, passed / MonitorLimits::ms, m_PID);
@@ -75,7 +75,7 @@ void PCRCheck::measure(std::uint64_t PCR, std::uint64_t packets, std::uint64_t n
         m_earliest = m_latest = 0;
         return;
     }
-    m_passed = step(m_begin_PCR, PCR);
+    m_passed = ticks_between(m_begin_PCR, PCR);
     m_last_packets = packets;
     const auto apart =
         static_cast<std::int64_t>(now - m_begin_arrival) - static_cast<std::int64_t>(ticks_to_ns(m_passed));

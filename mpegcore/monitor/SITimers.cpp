@@ -16,8 +16,6 @@ constexpr int any_section = -1;
 /// What nobody has to send and has not come for so many of its limits is taken to be gone for good.
 constexpr std::uint64_t limits_to_forget = 6;
 
-constexpr std::uint16_t NIT_PID = 0x10, SDT_PID = 0x11, EIT_PID = 0x12, RST_PID = 0x13, TDT_PID = 0x14;
-
 /// A table, or one section of it, that a check of its own waits for.
 struct TableRow
 {

@@ -159,14 +159,14 @@ void StreamAnalysis::choose_T2MI_PID()
 {
     if (m_limits.T2MI_PID >= 0)
         return;
-    int chosen = T2MIDemultiplexer::any;
+    int chosen_PID = T2MIDemultiplexer::any;
     for (const Service& service : m_contents.services)
         for (const ElementaryStream& stream : service.streams) {
             const bool is_in_use = m_T2MI && m_T2MI->PID() == stream.PID;
-            if (stream.kind == PIDKind::T2MI && (chosen == T2MIDemultiplexer::any || is_in_use))
-                chosen = stream.PID;
+            if (stream.kind == PIDKind::T2MI && (chosen_PID == T2MIDemultiplexer::any || is_in_use))
+                chosen_PID = stream.PID;
         }
-    watch_T2MI(chosen);
+    watch_T2MI(chosen_PID);
 }
 
 void StreamAnalysis::watch_T2MI(int PID)

@@ -3,7 +3,6 @@
 #include "mpegcore/parser/PacketParser.h"
 
 #include "mpegcore/parser/AdaptationField.h"
-#include "mpegcore/parser/PacketRecord.h"
 #include "mpegcore/parser/StandardSections.h"
 
 #include <algorithm>
@@ -118,7 +117,7 @@ inline void PacketParser::collect_plain(const PIDRoute& route, CBasePID& state, 
                                                                unsigned char* data)
 {
     CBaseMpegParser& parser = m_parser; // once: no call makes the compiler load it again
-    transport_packet& packet = m_record;
+    transport_packet& packet = m_record.packet;
     fill_same(packet, data, route.plain_fields);
     parser.OnPreProcess(0, packet);
     if (CBaseStreamTypeMap* const stream = route.stream; stream != nullptr) {
@@ -137,13 +136,13 @@ inline void PacketParser::collect_plain(const PIDRoute& route, CBasePID& state, 
     }
     parser.OnProcess(0, packet);
     if (parser.m_adaptation_fields_are_written)
-        clear_field(packet.adaptation_field);
+        clear_field(packet.adaptation_field, m_stores);
 }
 
 /// Handles any packet.
 inline void PacketParser::process_packet(unsigned char* data)
 {
-    transport_packet& packet = m_record;
+    transport_packet& packet = m_record.packet;
     fill(packet, data);
     const bool has_field = (packet.adaptation_field_control & 2U) != 0;
     if (m_routes.has_lost_PMTs())
@@ -154,7 +153,7 @@ inline void PacketParser::process_packet(unsigned char* data)
         handle_payload(packet);
     m_parser.OnProcess(0, packet);
     if (m_parser.m_adaptation_fields_are_written)
-        clear_field(packet.adaptation_field);
+        clear_field(packet.adaptation_field, m_stores);
     else if (has_field)
         clear_field_as_read(packet.adaptation_field);
 }
@@ -264,9 +263,9 @@ inline void PacketParser::note_if_plain(const transport_packet& packet, std::uin
 /// That of m_record, which is still clear.
 bool PacketParser::take_adaptation_field()
 {
-    if (read_adaptation_field(m_record, m_record.adaptation_field))
-        return pass_adaptation_field(m_record);
-    clear_field(m_record.adaptation_field);
+    if (read_adaptation_field(m_record.packet, m_record.packet.adaptation_field))
+        return pass_adaptation_field(m_record.packet);
+    clear_field(m_record.packet.adaptation_field);
     return false;
 }
 

@@ -4,6 +4,7 @@
 #include "mpegcore/parser/KnownTableSet.h"
 #include "mpegcore/parser/PIDMemory.h"
 #include "mpegcore/parser/PIDRoutes.h"
+#include "mpegcore/parser/PacketRecord.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -93,7 +94,7 @@ private:
     PIDRoutes m_routes;
     bool m_by_the_standard = false;
     std::unique_ptr<StandardSections> m_standard; ///< null until it is needed; leads to m_routes
-    transport_packet
-        m_record{}; ///< of the packet being handled; clearing one for each call would cost more than the rest
+    const FieldStores m_stores = widest_field_stores();
+    AlignedRecord m_record{}; ///< of the packet being handled; clearing one for each call would cost more than the rest
 };
 } // namespace mpegcore

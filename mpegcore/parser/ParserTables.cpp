@@ -15,7 +15,6 @@ namespace
 {
 using section_reader = ZQSDK::ZQBSReaderT<unsigned char*>;
 
-constexpr unsigned short PAT_PID = 0x0000, CAT_PID = 0x0001, EIT_PID = 0x0012;
 constexpr unsigned char PMT_table_id = 0x02;
 constexpr std::size_t pointer_field_size = 1;
 constexpr std::size_t shortest_section_unit = 3;

@@ -9,7 +9,6 @@ namespace tables
 {
 namespace
 {
-constexpr std::uint16_t PAT_PID = 0x0000;
 constexpr std::uint8_t PAT_table_id = 0x00;
 constexpr std::uint8_t PMT_table_id = 0x02;
 
@@ -48,7 +47,7 @@ void section_listener::follow(std::uint16_t PID, const unsigned char* section, s
     const mpegcore::SectionHeader header(section, size);
     if (!header.has_extension() || !header.current_next_indicator())
         return;
-    if (PID == PAT_PID && header.table_id() == PAT_table_id)
+    if (PID == mpegcore::PAT_PID && header.table_id() == PAT_table_id)
         for_each_program(section, size, [this](std::uint16_t /*program*/, std::uint16_t map_PID) { listen(map_PID); });
     else if (m_follows_PMTs && header.table_id() == PMT_table_id)
         follow_PMT(section, size);

@@ -54,11 +54,10 @@ bytes section(std::uint8_t table_id, unsigned extension, const bytes& body, unsi
 
 bytes PAT(const demo_service& service)
 {
-    constexpr unsigned NIT_PID = 0x10;
     return section(
         mpegcore::TableID::PAT, service.transport_stream_id,
-        joined({big_endian(0, 2), big_endian(0xE000U | NIT_PID, 2), big_endian(demo_service::program_number, 2),
-                big_endian(0xE000U | demo_service::PMT_PID, 2)}));
+        joined({big_endian(0, 2), big_endian(0xE000U | mpegcore::NIT_PID, 2),
+                big_endian(demo_service::program_number, 2), big_endian(0xE000U | demo_service::PMT_PID, 2)}));
 }
 
 bytes PMT()
@@ -113,13 +112,12 @@ bytes TDT()
 
 void add_tables(mpegcore::SectionCarousel& carousel, const demo_service& service)
 {
-    constexpr std::uint16_t PAT_PID = 0, NIT_PID = 0x10, SDT_PID = 0x11, EIT_PID = 0x12, TDT_PID = 0x14;
-    carousel.add(PAT_PID, PAT(service), milliseconds{100});
-    carousel.add(SDT_PID, SDT(service), milliseconds{1000}, milliseconds{20});
-    carousel.add(NIT_PID, NIT(service), milliseconds{3000}, milliseconds{50});
-    carousel.add(EIT_PID, EIT(service, 0), milliseconds{1000}, milliseconds{200});
-    carousel.add(EIT_PID, EIT(service, 1), milliseconds{1000}, milliseconds{600});
-    carousel.add(TDT_PID, TDT(), milliseconds{10000}, milliseconds{80});
+    carousel.add(mpegcore::PAT_PID, PAT(service), milliseconds{100});
+    carousel.add(mpegcore::SDT_PID, SDT(service), milliseconds{1000}, milliseconds{20});
+    carousel.add(mpegcore::NIT_PID, NIT(service), milliseconds{3000}, milliseconds{50});
+    carousel.add(mpegcore::EIT_PID, EIT(service, 0), milliseconds{1000}, milliseconds{200});
+    carousel.add(mpegcore::EIT_PID, EIT(service, 1), milliseconds{1000}, milliseconds{600});
+    carousel.add(mpegcore::TDT_PID, TDT(), milliseconds{10000}, milliseconds{80});
 }
 
 mpegcore::SectionCarousel::Number add_PMT(mpegcore::SectionCarousel& carousel)
