@@ -11,9 +11,6 @@ inline constexpr unsigned long ts_header_size = 4;
 inline constexpr unsigned long ts_payload_size = ts_packet_size - ts_header_size;
 inline constexpr unsigned char ts_sync_byte = 0x47;
 inline constexpr std::uint16_t null_packet_PID = 0x1FFF;
-/// Of tables (ISO/IEC 13818-1, 2.4.4; ETSI EN 300 468, 5.1.3).
-inline constexpr std::uint16_t PAT_PID = 0x0000, CAT_PID = 0x0001, NIT_PID = 0x0010, SDT_PID = 0x0011, EIT_PID = 0x0012,
-                               RST_PID = 0x0013, TDT_PID = 0x0014;
 /// A PID has 13 bits.
 inline constexpr unsigned pid_count = 8192;
 

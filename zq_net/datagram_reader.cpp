@@ -68,15 +68,15 @@ datagram_reader::datagram_reader(std::size_t most, std::size_t largest, details 
     : m_most{most}, m_largest{largest}, m_details{wanted}, m_long{map(most * largest), unmap{most * largest}}
 {}
 
-hot_spares<datagram_reader::desk> datagram_reader::spare_desks;
+hot_spares<datagram_reader::desk> datagram_reader::small_desks, datagram_reader::desks;
 
 void datagram_reader::desk::make_room(std::size_t count)
 {
-    messages.assign(count, mmsghdr{});
     parts.resize(count);
     senders.resize(count);
     controls.resize(count);
     datagrams.resize(count);
+    messages.assign(count, mmsghdr{}); // last: its size is that of all
     for (std::size_t i = 0; i < count; ++i) {
         msghdr& header = messages[i].msg_hdr;
         header.msg_iov = parts[i].data();
@@ -89,7 +89,7 @@ void datagram_reader::desk::make_room(std::size_t count)
 void datagram_reader::release()
 {
     if (m_desk != nullptr)
-        spare_desks.give(std::move(m_desk));
+        (m_desk->messages.size() <= small ? small_desks : desks).give(std::move(m_desk));
 }
 
 int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_size, std::size_t count, bool wait,
@@ -98,7 +98,7 @@ int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_si
     count = std::min(count, most() - std::min(kept, most()));
     slot_size = std::min(slot_size, m_largest);
     if (m_desk == nullptr)
-        m_desk = spare_desks.take();
+        m_desk = (count <= small ? small_desks : desks).take();
     if (count > m_desk->messages.size())
         m_desk->make_room(count);
     auto& messages = m_desk->messages;
@@ -127,8 +127,7 @@ void datagram_reader::take(std::size_t index, unsigned char* slot, std::size_t s
 {
     const mmsghdr& message = m_desk->messages[index];
     datagram& taken = m_desk->datagrams[index];
-    taken.size = message.msg_len;
-    taken.data = slot;
+    taken = {slot, message.msg_len};
     if (taken.size > slot_size) {
         taken.data = whole;
         std::memcpy(taken.data, slot, slot_size);

@@ -79,7 +79,9 @@ private:
 
         void make_room(std::size_t count);
     };
-    static hot_spares<desk> spare_desks;
+    /// For reads that ask for few datagrams, which may wait for long, and for all others.
+    static hot_spares<desk> small_desks, desks;
+    static constexpr std::size_t small = 2;
 
     void take(std::size_t index, unsigned char* slot, std::size_t slot_size, unsigned char* whole);
 

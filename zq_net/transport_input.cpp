@@ -114,8 +114,10 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
     m_ordered.clear();
     m_notes.clear();
     m_delivered = m_looked_at = m_looked_at_bytes = m_read = 0;
-    if (m_interrupted)
+    if (m_interrupted) {
+        m_rested = false;
         return result::interrupted;
+    }
     if (m_shut) {
         if (!open_sockets())
             return result::failed;
@@ -163,7 +165,7 @@ void transport_input::begin_anew()
     m_merger.forget();
     m_continuity.forget();
     m_anew = true;
-    m_flowing = false;
+    m_flowing = m_rested = false;
 }
 
 /// From now on what comes on `leg` is taken.

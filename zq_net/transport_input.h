@@ -84,7 +84,7 @@ public:
     [[nodiscard]] std::size_t wanted_slots() const
     {
         const std::size_t legs = m_settings.legs.size();
-        if (!m_rested && !is_worth_a_rest() && m_read <= 1)
+        if (m_settings.waits && !m_rested && !is_worth_a_rest() && m_read <= 1)
             return std::min(m_burst.next(), slots_in_silence) * legs;
         return std::max(m_burst.next(), std::min(m_pacing.expected(how_patient()), most_slots / legs)) * legs;
     }
@@ -92,7 +92,7 @@ public:
 
     /// From any thread: ends a receive() and all that follow, until resume().
     void interrupt();
-    /// From any thread, while nobody is in receive(). What came in between is not received.
+    /// From any thread, while nobody is in rest() or receive(). What came in between is not received.
     void resume();
     /// From any thread. While idle an open input drops what comes, uncounted, so receive() gives nothing. What came
     /// before it was set to false is dropped, what comes from then on is not, whoever waits in receive() meanwhile.

@@ -74,7 +74,9 @@ transport_input::result transport_input::wait_and_read(unsigned char* memory, st
     if (good && m_settings.batch_time > 0 && m_legs.size() == 1 && m_read > 0 && m_read < share &&
         m_legs[0].reader[0].arrival > before)
         good = wait_for_more() && read_all(false);
-    m_burst.note(share, longest);
+    // That little room was full where it waited for long tells nothing of bursts.
+    if (longest < share || share >= m_burst.next())
+        m_burst.note(std::max(share, m_burst.next()), longest);
     m_pacing.note(m_read, m_last_arrival);
     m_has_more = longest == share;
     m_ran_dry = m_read == 0 && (rested || m_ran_dry);

@@ -2,6 +2,7 @@
 #include "mpegcore/monitor/SITimers.h"
 
 #include "mpegcore/monitor/TableID.h"
+#include "mpegcore/sections/TablePID.h"
 
 #include <iterator>
 
@@ -28,14 +29,16 @@ struct TableRow
 };
 
 constexpr std::array table_rows{
-    TableRow{Check::NIT_actual_error, TableID::NIT_actual, any_section, NIT_PID, &MonitorLimits::NIT_actual, true},
-    TableRow{Check::SDT_actual_error, TableID::SDT_actual, any_section, SDT_PID, &MonitorLimits::SDT_actual, true},
-    TableRow{Check::EIT_actual_error, TableID::EIT_actual, 0, EIT_PID, &MonitorLimits::EIT_actual, true},
-    TableRow{Check::EIT_actual_error, TableID::EIT_actual, 1, EIT_PID, &MonitorLimits::EIT_actual, true},
-    TableRow{Check::EIT_other_error, TableID::EIT_other, 0, EIT_PID, &MonitorLimits::EIT_other, false},
-    TableRow{Check::EIT_other_error, TableID::EIT_other, 1, EIT_PID, &MonitorLimits::EIT_other, false},
-    TableRow{Check::TDT_error, TableID::TDT, any_section, TDT_PID, &MonitorLimits::TDT, true},
-    TableRow{Check::RST_error, TableID::RST, any_section, RST_PID, nullptr, false},
+    TableRow{Check::NIT_actual_error, TableID::NIT_actual, any_section, TablePID::NIT, &MonitorLimits::NIT_actual,
+             true},
+    TableRow{Check::SDT_actual_error, TableID::SDT_actual, any_section, TablePID::SDT, &MonitorLimits::SDT_actual,
+             true},
+    TableRow{Check::EIT_actual_error, TableID::EIT_actual, 0, TablePID::EIT, &MonitorLimits::EIT_actual, true},
+    TableRow{Check::EIT_actual_error, TableID::EIT_actual, 1, TablePID::EIT, &MonitorLimits::EIT_actual, true},
+    TableRow{Check::EIT_other_error, TableID::EIT_other, 0, TablePID::EIT, &MonitorLimits::EIT_other, false},
+    TableRow{Check::EIT_other_error, TableID::EIT_other, 1, TablePID::EIT, &MonitorLimits::EIT_other, false},
+    TableRow{Check::TDT_error, TableID::TDT, any_section, TablePID::TDT, &MonitorLimits::TDT, true},
+    TableRow{Check::RST_error, TableID::RST, any_section, TablePID::RST, nullptr, false},
 };
 
 /// What 3.2 waits for once it has come.
@@ -48,20 +51,20 @@ struct RepeatedRow
 };
 
 constexpr std::array repeated_rows{
-    RepeatedRow{TableID::NIT_actual, TableID::NIT_actual, NIT_PID, &MonitorLimits::NIT_actual, true},
-    RepeatedRow{TableID::NIT_other, TableID::NIT_other, NIT_PID, &MonitorLimits::NIT_other},
-    RepeatedRow{TableID::SDT_actual, TableID::SDT_actual, SDT_PID, &MonitorLimits::SDT_actual, true},
-    RepeatedRow{TableID::SDT_other, TableID::SDT_other, SDT_PID, &MonitorLimits::SDT_other},
-    RepeatedRow{TableID::BAT, TableID::BAT, SDT_PID, &MonitorLimits::BAT},
-    RepeatedRow{TableID::EIT_actual, TableID::EIT_actual, EIT_PID, &MonitorLimits::EIT_actual, true},
-    RepeatedRow{TableID::EIT_other, TableID::EIT_other, EIT_PID, &MonitorLimits::EIT_other},
+    RepeatedRow{TableID::NIT_actual, TableID::NIT_actual, TablePID::NIT, &MonitorLimits::NIT_actual, true},
+    RepeatedRow{TableID::NIT_other, TableID::NIT_other, TablePID::NIT, &MonitorLimits::NIT_other},
+    RepeatedRow{TableID::SDT_actual, TableID::SDT_actual, TablePID::SDT, &MonitorLimits::SDT_actual, true},
+    RepeatedRow{TableID::SDT_other, TableID::SDT_other, TablePID::SDT, &MonitorLimits::SDT_other},
+    RepeatedRow{TableID::BAT, TableID::BAT, TablePID::SDT, &MonitorLimits::BAT},
+    RepeatedRow{TableID::EIT_actual, TableID::EIT_actual, TablePID::EIT, &MonitorLimits::EIT_actual, true},
+    RepeatedRow{TableID::EIT_other, TableID::EIT_other, TablePID::EIT, &MonitorLimits::EIT_other},
     // Each table_id holds the events of four days.
-    RepeatedRow{0x50, 0x51, EIT_PID, &MonitorLimits::EIT_schedule_near},
-    RepeatedRow{0x52, 0x5F, EIT_PID, &MonitorLimits::EIT_schedule_later},
-    RepeatedRow{0x60, 0x61, EIT_PID, &MonitorLimits::EIT_schedule_near},
-    RepeatedRow{0x62, 0x6F, EIT_PID, &MonitorLimits::EIT_schedule_later},
-    RepeatedRow{TableID::TDT, TableID::TDT, TDT_PID, &MonitorLimits::TDT, true},
-    RepeatedRow{TableID::TOT, TableID::TOT, TDT_PID, &MonitorLimits::TOT},
+    RepeatedRow{0x50, 0x51, TablePID::EIT, &MonitorLimits::EIT_schedule_near},
+    RepeatedRow{0x52, 0x5F, TablePID::EIT, &MonitorLimits::EIT_schedule_later},
+    RepeatedRow{0x60, 0x61, TablePID::EIT, &MonitorLimits::EIT_schedule_near},
+    RepeatedRow{0x62, 0x6F, TablePID::EIT, &MonitorLimits::EIT_schedule_later},
+    RepeatedRow{TableID::TDT, TableID::TDT, TablePID::TDT, &MonitorLimits::TDT, true},
+    RepeatedRow{TableID::TOT, TableID::TOT, TablePID::TDT, &MonitorLimits::TOT},
 };
 
 struct PIDRow
@@ -192,7 +195,7 @@ void SITimers::feed_sections(const SectionHeader& section, std::uint64_t now, st
         m_checks.raise(check, now, Finding::section_absent,
                        std::uint64_t{table_id} << 40 | std::uint64_t{number_of(section)} << 32 |
                            absent / MonitorLimits::ms,
-                       is_NIT ? NIT_PID : SDT_PID);
+                       is_NIT ? TablePID::NIT : TablePID::SDT);
 }
 
 void SITimers::feed_present_following(const SectionHeader& section, std::uint64_t now, std::uint64_t since)
@@ -268,7 +271,7 @@ void SITimers::tick_sections(std::uint64_t now, std::uint64_t since)
             m_checks.raise(check, now, Finding::section_absent,
                            std::uint64_t{table_id} << 40 | std::uint64_t{number} << 32 |
                                at->second.absent_for(now, since) / MonitorLimits::ms,
-                           is_NIT ? NIT_PID : SDT_PID);
+                           is_NIT ? TablePID::NIT : TablePID::SDT);
         else if (news == News::still_late)
             m_checks.lasts(check, now);
         at = is_gone(at->second, now, since, limit) ? m_sections.erase(at) : std::next(at);
@@ -293,7 +296,7 @@ void SITimers::tick_present_following(std::uint64_t now, std::uint64_t since)
             is_present_late != is_following_late && table.alone[is_present_late ? 1 : 0] >= no_turn;
         if (is_incomplete && !table.is_incomplete)
             m_checks.raise(Check::EIT_PF_error, now, Finding::pf_incomplete,
-                           std::uint64_t{table.service_id} << 8 | (is_present_late ? 0U : 1U), EIT_PID);
+                           std::uint64_t{table.service_id} << 8 | (is_present_late ? 0U : 1U), TablePID::EIT);
         else if (is_incomplete)
             m_checks.lasts(Check::EIT_PF_error, now);
         table.is_incomplete = is_incomplete;

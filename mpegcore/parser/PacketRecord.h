@@ -109,29 +109,30 @@ inline FieldStores widest_field_stores()
 }
 
 /// Makes a field all zero whatever it has; one that is no AlignedRecord's with the usual stores only.
-inline void clear_field(adaptation_field_record& field, FieldStores stores = FieldStores::usual)
+inline void clear_field(adaptation_field_record& field, [[maybe_unused]] FieldStores stores = FieldStores::usual)
 {
-    constexpr std::size_t in_lines = 256;
+    constexpr std::size_t line = 64, in_lines = sizeof(field) / line * line;
     static_assert(std::is_trivially_copyable_v<adaptation_field_record>);
-    static_assert(sizeof(field) > in_lines && sizeof(field) <= in_lines + 8);
+    static_assert(in_lines >= 3 * line && in_lines <= 4 * line);
     auto* const bytes = reinterpret_cast<unsigned char*>(&field);
     std::memset(bytes + in_lines, 0, sizeof(field) - in_lines);
 #if defined(__x86_64__)
+    static_assert(in_lines == 4 * line);
     // By hand: a function for other processors than its caller is not inlined.
     if (stores == FieldStores::lines) {
-        auto* const line = reinterpret_cast<std::array<unsigned char, 64>*>(bytes);
+        auto* const lines = reinterpret_cast<unsigned char(*)[line]>(bytes);
         asm("vpxor %%xmm0, %%xmm0, %%xmm0\n\t"
             "vmovdqa64 %%zmm0, %0\n\t"
             "vmovdqa64 %%zmm0, %1\n\t"
             "vmovdqa64 %%zmm0, %2\n\t"
             "vmovdqa64 %%zmm0, %3"
-            : "=m"(line[0]), "=m"(line[1]), "=m"(line[2]), "=m"(line[3])
+            : "=m"(lines[0]), "=m"(lines[1]), "=m"(lines[2]), "=m"(lines[3])
             :
             : "xmm0");
         return;
     }
     if (stores == FieldStores::half_lines) {
-        auto* const half = reinterpret_cast<std::array<unsigned char, 32>*>(bytes);
+        auto* const half = reinterpret_cast<unsigned char(*)[line / 2]>(bytes);
         asm("vpxor %%xmm0, %%xmm0, %%xmm0\n\t"
             "vmovdqa %%ymm0, %0\n\t"
             "vmovdqa %%ymm0, %1\n\t"
@@ -150,8 +151,8 @@ inline void clear_field(adaptation_field_record& field, FieldStores stores = Fie
 #endif
     // In pieces that become plain stores: of the whole, GCC makes a loop or a "rep stos", which take longer than the
     // rest of a null packet.
-    for (std::size_t at = 0; at < in_lines; at += 64)
-        std::memset(bytes + at, 0, 64);
+    for (std::size_t at = 0; at < in_lines; at += line)
+        std::memset(bytes + at, 0, line);
 }
 
 /// Makes a field all zero that has what the parser wrote: nothing behind the PCR without its flag.

@@ -3,6 +3,7 @@
 #include "mpegcore/parser/PacketParser.h"
 
 #include "mpegcore/parser/StandardSections.h"
+#include "mpegcore/sections/TablePID.h"
 
 #include <array>
 #include <cstddef>
@@ -127,7 +128,7 @@ void PacketParser::parse_section(unsigned short PID, const TableRow* row)
 {
     const CDataAccumulator* unit = m_PIDs[PID].collecting;
     if (unit == nullptr || unit->size < shortest_section_unit) {
-        if (PID == EIT_PID)
+        if (PID == TablePID::EIT)
             std::puts("mpegcore: eit pkt skip");
         return;
     }
@@ -247,9 +248,9 @@ void PacketParser::take_table(unsigned char* section, std::size_t size)
         return;
     if (Entry::is_any_table_id_read && !SectionHeader(section, size).has_extension())
         return;
-    if constexpr (Entry::PID == PAT_PID)
+    if constexpr (Entry::PID == TablePID::PAT)
         m_standard->programs.take_PAT(section, size);
-    if constexpr (Entry::PID == CAT_PID)
+    if constexpr (Entry::PID == TablePID::CAT)
         m_standard->programs.take_CAT(section, size);
     if constexpr (Entry::known_limit != 0)
         if (!m_parser.m_editableTables)

@@ -2,6 +2,7 @@
 #include "mpegcore/t2mi/T2MIPrograms.h"
 
 #include "mpegcore/sections/ProgramSections.h"
+#include "mpegcore/sections/TablePID.h"
 
 #include <algorithm>
 
@@ -67,9 +68,9 @@ void T2MIPrograms::take_section(std::uint16_t PID, const unsigned char* section,
     const SectionHeader header(section, size);
     if (!header.has_extension() || !header.current_next_indicator())
         return;
-    if (PID == PAT_PID && header.table_id() == program_association_table_id)
+    if (PID == TablePID::PAT && header.table_id() == program_association_table_id)
         m_PATs.put(PID, section, size);
-    if (PID != PAT_PID && header.table_id() == program_map_table_id) {
+    if (PID != TablePID::PAT && header.table_id() == program_map_table_id) {
         const auto program = m_programs.find(header.table_id_extension());
         if (program != m_programs.end() && program->second.PMT_PID == PID)
             m_PMTs.put(PID, section, size);
@@ -90,7 +91,7 @@ void T2MIPrograms::follow_PAT(TableNews news, const WholeTable& table)
     for (const auto& section : table.sections)
         for_each_program(section.second.data(), section.second.size(),
                          [&](std::uint16_t program_number, std::uint16_t PID) {
-                             if (PID != PAT_PID && programs.size() < program_limit)
+                             if (PID != TablePID::PAT && programs.size() < program_limit)
                                  programs[program_number].PMT_PID = PID;
                          });
     for (auto& [program_number, before] : m_programs) {
@@ -131,7 +132,7 @@ void T2MIPrograms::follow_PMT(TableNews news, const WholeTable& table)
 void T2MIPrograms::watch_PMTs()
 {
     m_PIDs.reset();
-    m_PIDs.set(PAT_PID);
+    m_PIDs.set(TablePID::PAT);
     for (const auto& program : m_programs)
         m_PIDs.set(program.second.PMT_PID);
     for (auto gatherer = m_gatherers.begin(); gatherer != m_gatherers.end();)
@@ -141,7 +142,7 @@ void T2MIPrograms::watch_PMTs()
 void T2MIPrograms::forget_old_tables()
 {
     for (const auto& identity : m_old)
-        (identity.PID == PAT_PID ? m_PATs : m_PMTs).remove(identity);
+        (identity.PID == TablePID::PAT ? m_PATs : m_PMTs).remove(identity);
     m_old.clear();
 }
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <new>
 
-// The array forms of the standard library call these; nothing in this project asks for alignment.
+// The array forms of the standard library call these. Those for a stated alignment are not counted.
 namespace
 {
 std::atomic<std::size_t> count{0};

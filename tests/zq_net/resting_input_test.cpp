@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 #include <vector>
 
@@ -18,10 +19,10 @@ using zq_net::transport_input;
 using result = transport_input::result;
 using bytes = std::vector<unsigned char>;
 
-/// An input with a batch time, and its sender.
+/// An input with a batch time, or none, and its sender.
 struct stand
 {
-    explicit stand(unsigned batch_time) : sender{"127.0.0.1", port}
+    explicit stand(unsigned batch_time = 0) : sender{"127.0.0.1", port}
     {
         zq_net::input_settings settings;
         settings.batch_time = batch_time;
@@ -93,6 +94,44 @@ TEST(RestingInput, WaitsForWhatEndsASilence)
     other.join();
 }
 
+TEST(RestingInput, WaitsForWhatEndsTheSilenceOfADenseStream)
+{
+    stand to;
+    for (int burst = 0; burst < 40; ++burst) {
+        to.send(30);
+        EXPECT_EQ(to.receive(), result::data);
+    }
+    to.input.rest();
+    EXPECT_EQ(to.receive(), result::nothing);
+    to.input.rest();
+    std::thread other{[&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds{20});
+        to.send(1);
+    }};
+    EXPECT_EQ(to.receive(), result::data);
+    other.join();
+}
+
+TEST(RestingInput, WaitsAfterItWasInterruptedBehindARest)
+{
+    stand to{1};
+    to.flow();
+    to.input.rest();
+    to.input.interrupt();
+    EXPECT_EQ(to.receive(), result::interrupted);
+    to.input.resume();
+    std::atomic<bool> received{false};
+    std::thread other{[&] {
+        while (!received) {
+            std::this_thread::sleep_for(std::chrono::milliseconds{20});
+            to.send(1);
+        }
+    }};
+    EXPECT_EQ(to.receive(), result::data);
+    received = true;
+    other.join();
+}
+
 TEST(RestingInput, WantsLittleRoomWhereItMayWaitForLong)
 {
     stand to{1};
@@ -108,6 +147,39 @@ TEST(RestingInput, WantsLittleRoomWhereItMayWaitForLong)
     EXPECT_EQ(to.input.wanted_slots(), transport_input::slots_in_silence);
 }
 
+TEST(RestingInput, LearnsNothingOfBurstsFromLittleRoom)
+{
+    stand to{1};
+    to.send(40);
+    EXPECT_EQ(to.receive(40), result::data);
+    to.flow();
+    to.input.rest();
+    EXPECT_EQ(to.receive(), result::nothing);
+    to.send(1);
+    EXPECT_EQ(to.receive(to.input.wanted_slots()), result::data);
+    to.send(40);
+    EXPECT_EQ(to.receive(to.input.wanted_slots()), result::data);
+    EXPECT_EQ(to.received, transport_input::slots_in_silence);
+    EXPECT_GE(to.input.wanted_slots(), 38U);
+}
+
+TEST(RestingInput, WantsRoomForABurstWhereItNeverWaits)
+{
+    zq_net::input_settings settings;
+    settings.waits = false;
+    const auto port = support::free_port();
+    settings.legs.push_back({"127.0.0.1", port, "", {}, 0});
+    transport_input input;
+    ASSERT_TRUE(input.open(settings)) << input.error();
+    const support::udp_sender sender{"127.0.0.1", port};
+    for (unsigned i = 0; i < 30; ++i)
+        sender.send(pattern(1316, i));
+    bytes memory(transport_input::most_slots * 1316);
+    EXPECT_EQ(input.receive(memory.data(), 30, 1316), result::data);
+    EXPECT_EQ(input.receive(memory.data(), 30, 1316), result::nothing);
+    EXPECT_GE(input.wanted_slots(), 30U);
+}
+
 TEST(RestingInput, IsInterruptedInTheRest)
 {
     stand to{100'000};
@@ -116,8 +188,10 @@ TEST(RestingInput, IsInterruptedInTheRest)
         std::this_thread::sleep_for(std::chrono::milliseconds{20});
         to.input.interrupt();
     }};
-    to.input.rest();
-    EXPECT_EQ(to.receive(), result::interrupted);
+    // The rest may just be over, on a busy machine.
+    do
+        to.input.rest();
+    while (to.receive() != result::interrupted);
     other.join();
 }
 

@@ -4,6 +4,7 @@
 #include "mpegcore/PAT.h"
 #include "mpegcore/PMT.h"
 #include "mpegcore/descriptors/T2_MI_descriptor.h"
+#include "mpegcore/sections/TablePID.h"
 
 #include <memory>
 
@@ -13,7 +14,6 @@ namespace
 {
 constexpr unsigned long section_capacity = mpegcore::ts_payload_size;
 constexpr std::uint8_t private_data_stream = 0x06;
-constexpr std::uint16_t PAT_PID = 0x0000;
 constexpr std::uint16_t no_PCR = 0x1FFF;
 
 /// The fields that PAT and PMT have in common.
@@ -74,7 +74,7 @@ std::vector<unsigned char> render_PMT(const t2mi_options& options)
 } // namespace
 
 program_tables::program_tables(const t2mi_options& options)
-    : m_tables{sent_table{render_PAT(options), mpegcore::SectionPacketizer(PAT_PID)},
+    : m_tables{sent_table{render_PAT(options), mpegcore::SectionPacketizer(mpegcore::TablePID::PAT)},
                sent_table{render_PMT(options), mpegcore::SectionPacketizer(options.pmt_PID)}}
 {}
 

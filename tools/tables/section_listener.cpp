@@ -2,6 +2,7 @@
 #include "tools/tables/section_listener.h"
 
 #include "mpegcore/parser/TableRegistry.h"
+#include "mpegcore/sections/TablePID.h"
 
 #include <utility>
 
@@ -47,7 +48,7 @@ void section_listener::follow(std::uint16_t PID, const unsigned char* section, s
     const mpegcore::SectionHeader header(section, size);
     if (!header.has_extension() || !header.current_next_indicator())
         return;
-    if (PID == mpegcore::PAT_PID && header.table_id() == PAT_table_id)
+    if (PID == mpegcore::TablePID::PAT && header.table_id() == PAT_table_id)
         for_each_program(section, size, [this](std::uint16_t /*program*/, std::uint16_t map_PID) { listen(map_PID); });
     else if (m_follows_PMTs && header.table_id() == PMT_table_id)
         follow_PMT(section, size);

@@ -4,6 +4,7 @@
 #include "mpegcore/CRC.h"
 #include "mpegcore/EventInfo.h"
 #include "mpegcore/monitor/TableID.h"
+#include "mpegcore/sections/TablePID.h"
 
 #include <chrono>
 #include <ctime>
@@ -56,7 +57,7 @@ bytes PAT(const demo_service& service)
 {
     return section(
         mpegcore::TableID::PAT, service.transport_stream_id,
-        joined({big_endian(0, 2), big_endian(0xE000U | mpegcore::NIT_PID, 2),
+        joined({big_endian(0, 2), big_endian(0xE000U | mpegcore::TablePID::NIT, 2),
                 big_endian(demo_service::program_number, 2), big_endian(0xE000U | demo_service::PMT_PID, 2)}));
 }
 
@@ -112,12 +113,12 @@ bytes TDT()
 
 void add_tables(mpegcore::SectionCarousel& carousel, const demo_service& service)
 {
-    carousel.add(mpegcore::PAT_PID, PAT(service), milliseconds{100});
-    carousel.add(mpegcore::SDT_PID, SDT(service), milliseconds{1000}, milliseconds{20});
-    carousel.add(mpegcore::NIT_PID, NIT(service), milliseconds{3000}, milliseconds{50});
-    carousel.add(mpegcore::EIT_PID, EIT(service, 0), milliseconds{1000}, milliseconds{200});
-    carousel.add(mpegcore::EIT_PID, EIT(service, 1), milliseconds{1000}, milliseconds{600});
-    carousel.add(mpegcore::TDT_PID, TDT(), milliseconds{10000}, milliseconds{80});
+    carousel.add(mpegcore::TablePID::PAT, PAT(service), milliseconds{100});
+    carousel.add(mpegcore::TablePID::SDT, SDT(service), milliseconds{1000}, milliseconds{20});
+    carousel.add(mpegcore::TablePID::NIT, NIT(service), milliseconds{3000}, milliseconds{50});
+    carousel.add(mpegcore::TablePID::EIT, EIT(service, 0), milliseconds{1000}, milliseconds{200});
+    carousel.add(mpegcore::TablePID::EIT, EIT(service, 1), milliseconds{1000}, milliseconds{600});
+    carousel.add(mpegcore::TablePID::TDT, TDT(), milliseconds{10000}, milliseconds{80});
 }
 
 mpegcore::SectionCarousel::Number add_PMT(mpegcore::SectionCarousel& carousel)
