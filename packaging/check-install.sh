@@ -31,11 +31,21 @@ build_consumer find_package -DCMAKE_PREFIX_PATH="$prefix" -DZQ_VERSION="$version
 by_cmake=$("$scratch/find_package/consumer") || fail "the program built through find_package failed"
 echo "find_package: $by_cmake"
 
-build_consumer add_subdirectory -DZQ_TREE="$(dirname "$consumer")/.." -DZQ_UNITY=ON # in half the time
+# In a folder whose name has a space.
+tree="$scratch/a tree"
+mkdir "$tree"
+git -C "$consumer/../.." ls-files -z | (cd "$consumer/../.." && xargs -0 cp --parents -t "$tree")
+build_consumer add_subdirectory -DZQ_TREE="$tree" -DZQ_UNITY=ON # in half the time
 [ "$by_cmake" = "$("$scratch/add_subdirectory/consumer")" ] || fail "the program with the tree inside disagrees"
 cmake --install "$scratch/add_subdirectory" --prefix "$scratch/embedded" >/dev/null
 [ ! -e "$scratch/embedded" ] || fail "the tree inside a project installed something"
 echo "add_subdirectory: the same"
+if grep -q '^ZQ_ELEMENT:BOOL=ON' "$build/CMakeCache.txt"; then
+    build_consumer add_subdirectory -DZQ_ELEMENT=ON
+    only "$scratch/add_subdirectory" libgstzqnetsource.so >/dev/null
+    only "$scratch/add_subdirectory" libgstzqmpegts.so >/dev/null
+    echo "add_subdirectory with the elements: both plugins"
+fi
 
 pc=$(only "$prefix" mpegcore.pc)
 export PKG_CONFIG_PATH=${pc%/*}
