@@ -182,7 +182,7 @@ TEST_F(Mux, ShowsOnATerminalHowFarALongJobIsAndTidiesUp)
     make_file("in.ts", 1500);
     const auto at_terminal = [&](const std::string& options) {
         const std::string job =
-            "(cat in.ts; sleep 1; cat in.ts) | '" ZQ_T2MI_MUX "' --plp 0=- --output out.ts" + options;
+            "(cat in.ts; sleep 1; cat in.ts) | \"" ZQ_T2MI_MUX "\" --plp 0=- --output out.ts" + options;
         return shell("script -qec '" + job + "' /dev/null").text;
     };
     const std::string shown = at_terminal("");

@@ -135,8 +135,9 @@ TEST_F(Tables, IsInColourOnATerminalOnlyAndNotAgainstTheUsersWill)
 {
     write_file("a.ts", stream_of(1));
     EXPECT_THAT(run("a.ts").text, testing::Not(HasSubstr("\033")));
-    EXPECT_THAT(shell("script -qec '" ZQ_TABLES " a.ts' /dev/null").text, HasSubstr("\033[1;36mPAT"));
-    EXPECT_THAT(shell("NO_COLOR=1 script -qec '" ZQ_TABLES " a.ts' /dev/null").text, testing::Not(HasSubstr("\033")));
+    EXPECT_THAT(shell("script -qec '\"" ZQ_TABLES "\" a.ts' /dev/null").text, HasSubstr("\033[1;36mPAT"));
+    EXPECT_THAT(shell("NO_COLOR=1 script -qec '\"" ZQ_TABLES "\" a.ts' /dev/null").text,
+                testing::Not(HasSubstr("\033")));
 }
 
 TEST_F(Tables, ShowsTimesInLocalTimeOnceATotHasToldIt)
@@ -294,7 +295,7 @@ TEST_F(Tables, NamesWhatFails)
 
 TEST_F(Tables, DoesNotWaitForATerminalToSendAStream)
 {
-    const auto result = shell("script -qec '" ZQ_TABLES "' /dev/null");
+    const auto result = shell("script -qec '\"" ZQ_TABLES "\"' /dev/null");
     EXPECT_EQ(result.exit_code, 1);
     EXPECT_EQ(result.text, "zq-tables: -: is a terminal\r\n");
 }
@@ -319,7 +320,7 @@ TEST_F(Tables, HelpsAndTellsItsVersion)
 TEST_F(Tables, ShowsATreeOnATerminal)
 {
     write_file("a.ts", stream_of(1));
-    const auto result = shell("NO_COLOR=1 script -qec '" ZQ_TABLES " --once a.ts' /dev/null");
+    const auto result = shell("NO_COLOR=1 script -qec '\"" ZQ_TABLES "\" --once a.ts' /dev/null");
     EXPECT_EQ(result.exit_code, 0);
     EXPECT_THAT(result.text, testing::StartsWith("PAT on PID 0x0000, version 0, section 0 of 0 to 0, packet 0\r\n"));
     EXPECT_THAT(result.text, HasSubstr("\r\n  programs:\r\n    - program_number: "));
@@ -334,7 +335,7 @@ TEST_F(Tables, ShowsProgressOfAFileOnATerminalAndTakesItAway)
     write_file("a.ts", file);
     // More lines than a pipe holds, which nobody reads for a second.
     const auto shown = [this](const std::string& options, const std::string& errors) {
-        return shell("script -qec '" ZQ_TABLES " --sections " + options + " a.ts " + errors +
+        return shell("script -qec '\"" ZQ_TABLES "\" --sections " + options + " a.ts " + errors +
                      "| (sleep 1; cat > /dev/null)' /dev/null")
             .text;
     };
@@ -348,7 +349,7 @@ TEST_F(Tables, ShowsNoProgressOfAPipe)
 {
     write_file("a.ts", stream_of(1));
     const auto result =
-        shell("script -qec '(cat a.ts; sleep 0.7; cat a.ts) | " ZQ_TABLES " --sections - > out.txt' /dev/null");
+        shell("script -qec '(cat a.ts; sleep 0.7; cat a.ts) | \"" ZQ_TABLES "\" --sections - > out.txt' /dev/null");
     EXPECT_EQ(result.text, "");
     EXPECT_EQ(result.exit_code, 0);
 }
