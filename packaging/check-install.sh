@@ -40,12 +40,6 @@ build_consumer add_subdirectory -DZQ_TREE="$tree" -DZQ_UNITY=ON # in half the ti
 cmake --install "$scratch/add_subdirectory" --prefix "$scratch/embedded" >/dev/null
 [ ! -e "$scratch/embedded" ] || fail "the tree inside a project installed something"
 echo "add_subdirectory: the same"
-if grep -q '^ZQ_ELEMENT:BOOL=ON' "$build/CMakeCache.txt"; then
-    build_consumer add_subdirectory -DZQ_ELEMENT=ON
-    only "$scratch/add_subdirectory" libgstzqnetsource.so >/dev/null
-    only "$scratch/add_subdirectory" libgstzqmpegts.so >/dev/null
-    echo "add_subdirectory with the elements: both plugins"
-fi
 
 pc=$(only "$prefix" mpegcore.pc)
 export PKG_CONFIG_PATH=${pc%/*}
@@ -70,6 +64,11 @@ done
 only "$prefix/share/man/man1" zq-monitor.1 >/dev/null
 
 grep -q '^ZQ_ELEMENT:BOOL=ON' "$build/CMakeCache.txt" || exit 0
+build_consumer add_subdirectory -DZQ_ELEMENT=ON
+for plugin in libgstzqnetsource.so libgstzqmpegts.so; do
+    only "$scratch/add_subdirectory" "$plugin" >/dev/null
+done
+echo "add_subdirectory with the elements: both plugins"
 inspect() { # inspect ELEMENT PLUGIN_FILE PAD
     local plugin described
     plugin=$(only "$prefix" "$2")

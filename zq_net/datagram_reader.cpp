@@ -28,12 +28,11 @@ std::uint64_t time_of(clockid_t clock)
 }
 
 /// What the kernel tells beside a datagram: its stamp, for which the time now stands without one, and drops, if any.
-void take_details(const msghdr& header, datagram_reader::datagram& taken)
+void take_details(msghdr& header, datagram_reader::datagram& taken)
 {
     taken.arrival = 0;
     taken.dropped_before = 0;
-    for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr;
-         part = CMSG_NXTHDR(const_cast<msghdr*>(&header), part)) {
+    for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr; part = CMSG_NXTHDR(&header, part)) {
         if (part->cmsg_level != SOL_SOCKET)
             continue;
         if (part->cmsg_type == SCM_TIMESTAMPNS) {
@@ -125,7 +124,7 @@ int datagram_reader::read(int socket, unsigned char* memory, std::size_t slot_si
 
 void datagram_reader::take(std::size_t index, unsigned char* slot, std::size_t slot_size, unsigned char* whole)
 {
-    const mmsghdr& message = m_desk->messages[index];
+    mmsghdr& message = m_desk->messages[index];
     datagram& taken = m_desk->datagrams[index];
     taken = {slot, message.msg_len};
     if (taken.size > slot_size) {

@@ -114,10 +114,9 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
     m_ordered.clear();
     m_notes.clear();
     m_delivered = m_looked_at = m_looked_at_bytes = m_read = 0;
-    if (m_interrupted) {
-        m_rested = false;
+    bool rested = std::exchange(m_rested, false);
+    if (m_interrupted)
         return result::interrupted;
-    }
     if (m_shut) {
         if (!open_sockets())
             return result::failed;
@@ -127,8 +126,9 @@ transport_input::result transport_input::receive(unsigned char* memory, std::siz
             return result::interrupted;
         }
         begin_anew();
+        rested = false;
     }
-    const auto read = wait_and_read(memory, slots, slot_size);
+    const auto read = wait_and_read(memory, slots, slot_size, rested);
     for (input_leg& leg : m_legs)
         leg.reader.release();
     if (m_interrupted)
@@ -165,7 +165,7 @@ void transport_input::begin_anew()
     m_merger.forget();
     m_continuity.forget();
     m_anew = true;
-    m_flowing = m_rested = false;
+    m_flowing = false;
 }
 
 /// From now on what comes on `leg` is taken.

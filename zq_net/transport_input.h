@@ -118,7 +118,7 @@ public:
 
 private:
     bool open_sockets();
-    result wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size);
+    result wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size, bool rested);
     [[nodiscard]] const read_pacing::patience& how_patient() const
     {
         return m_in_a_crowd ? read_pacing::in_a_crowd : read_pacing::alone;

@@ -9,7 +9,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <utility>
 
 namespace zq_net
 {
@@ -46,9 +45,9 @@ unsigned transport_input::wait_limit(const input_leg& leg) const
     return longest_wait / (longest_wait / follow_interval_ms + 1) + 1;
 }
 
-transport_input::result transport_input::wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size)
+transport_input::result transport_input::wait_and_read(unsigned char* memory, std::size_t slots, std::size_t slot_size,
+                                                       bool rested)
 {
-    const bool rested = std::exchange(m_rested, false);
     if (!rested && is_worth_a_rest() && !let_gather())
         return result::interrupted;
     const std::uint64_t before = m_settings.batch_time > 0 ? real_time() : 0;

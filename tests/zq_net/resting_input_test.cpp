@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: LGPL-2.1-or-later
 #include "zq_net/transport_input.h"
 
+#include "support/RTP.h"
 #include "support/kernel_stamps.h"
 #include "support/net_sandbox.h"
 #include "support/udp_sender.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -22,11 +24,13 @@ using bytes = std::vector<unsigned char>;
 /// An input with a batch time, or none, and its sender.
 struct stand
 {
-    explicit stand(unsigned batch_time = 0) : sender{"127.0.0.1", port}
+    explicit stand(unsigned batch_time = 0, std::size_t legs = 1) : sender{"127.0.0.1", port}
     {
         zq_net::input_settings settings;
         settings.batch_time = batch_time;
         settings.legs.push_back({"127.0.0.1", port, "", {}, 0});
+        if (legs > 1)
+            settings.legs.push_back({"127.0.0.1", second_port, "", {}, 0});
         EXPECT_TRUE(input.open(settings)) << input.error();
     }
     void send(unsigned count) const
@@ -49,22 +53,36 @@ struct stand
         EXPECT_EQ(receive(), result::data);
         EXPECT_EQ(received, 3U);
     }
+    /// Rests and receives nothing; then, behind another rest, waits for what `ends_it`.
+    template <class work>
+    void be_silent_until(const work& ends_it)
+    {
+        input.rest();
+        EXPECT_EQ(receive(), result::nothing);
+        input.rest();
+        std::thread other{[&ends_it] {
+            std::this_thread::sleep_for(std::chrono::milliseconds{20});
+            ends_it();
+        }};
+        EXPECT_EQ(receive(), result::data);
+        other.join();
+    }
 
     support::watchdog guard;
     support::kernel_stamps stamps;
     std::uint16_t port = support::free_port();
+    std::uint16_t second_port = support::free_port();
     support::udp_sender sender;
     transport_input input;
     bytes memory = bytes(transport_input::most_slots * 1316);
     std::size_t received = 0;
 };
 
-TEST(RestingInput, TakesWhatCameInTheRest)
+TEST(RestingInput, TakesAllThatLiesThereBehindARest)
 {
     stand to{20};
     to.flow();
-    std::thread other{[&] { to.send(5); }};
-    other.join();
+    to.send(5);
     to.input.rest();
     EXPECT_EQ(to.receive(), result::data);
     EXPECT_EQ(to.received, 5U);
@@ -82,16 +100,19 @@ TEST(RestingInput, WaitsForWhatEndsASilence)
 {
     stand to{1};
     to.flow();
-    to.input.rest();
-    EXPECT_EQ(to.receive(), result::nothing);
-    to.input.rest();
-    std::thread other{[&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds{20});
-        to.send(1);
-    }};
-    EXPECT_EQ(to.receive(), result::data);
+    to.be_silent_until([&] { to.send(1); });
     EXPECT_EQ(to.received, 1U);
-    other.join();
+}
+
+TEST(RestingInput, WaitsForWhatEndsASilenceOnEitherLeg)
+{
+    stand to{1, 2};
+    for (unsigned short number = 1; number <= 3; ++number)
+        to.sender.send(support::rtp_datagram(number, pattern(1316)));
+    EXPECT_EQ(to.receive(), result::data);
+    const support::udp_sender second{"127.0.0.1", to.second_port};
+    to.be_silent_until([&] { second.send(support::rtp_datagram(4, pattern(1316))); });
+    EXPECT_EQ(to.received, 1U);
 }
 
 TEST(RestingInput, WaitsForWhatEndsTheSilenceOfADenseStream)
@@ -101,15 +122,7 @@ TEST(RestingInput, WaitsForWhatEndsTheSilenceOfADenseStream)
         to.send(30);
         EXPECT_EQ(to.receive(), result::data);
     }
-    to.input.rest();
-    EXPECT_EQ(to.receive(), result::nothing);
-    to.input.rest();
-    std::thread other{[&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds{20});
-        to.send(1);
-    }};
-    EXPECT_EQ(to.receive(), result::data);
-    other.join();
+    to.be_silent_until([&] { to.send(1); });
 }
 
 TEST(RestingInput, WaitsAfterItWasInterruptedBehindARest)
